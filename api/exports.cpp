@@ -1,0 +1,69 @@
+#include <windows.h>
+
+#include "api/instance_table.h"
+#include "api/log.h"
+#include "api/orvane.h"
+#include "gpu/support_check.h"
+
+namespace {
+
+// Lives from the library's load to its unload. Engines that are still open then are destroyed with it.
+orvane::InstanceTable g_instances;
+
+constexpr uint32_t kLibraryConstant = 4;
+
+}  // namespace
+
+const char* orvane_get_version(void) { return "1.0.0"; }
+
+int orvane_check_supported(orvane_check_result* result, orvane_check_class* cls) {
+    if (result == nullptr) {
+        return ORVANE_ERROR_INVALID;
+    }
+    orvane_check_class ignored{};
+    orvane_check_class& classRecord = cls != nullptr ? *cls : ignored;
+
+    result->supported = 0;
+    const int32_t status = orvane::DetectHardware(*result, classRecord);
+    if (status != 0) {
+        result->status = static_cast<uint32_t>(status);
+        orvane::LogMessage(ORVANE_LOG_ERROR, "device not support dml, status:%d", status);
+    } else {
+        result->supported = 1;
+    }
+    classRecord.libraryConstant = kLibraryConstant;
+    return status != 0 ? ORVANE_ERROR_UNSUPPORTED : ORVANE_OK;
+}
+
+int orvane_init(const orvane_init_param* param) {
+    const orvane_init_param printEverything{ORVANE_LOG_DEBUG, orvane::DefaultLogSink, nullptr};
+    orvane::SetLogConfiguration(param != nullptr ? *param : printEverything);
+    return ORVANE_OK;
+}
+
+int orvane_uninit(void* /*ignored*/) { return ORVANE_OK; }
+
+orvane_handle orvane_open(const orvane_open_param* param) {
+    return param != nullptr ? g_instances.Open(*param) : nullptr;
+}
+
+int orvane_process(orvane_handle handle, orvane_frame* output, const orvane_frame* input) {
+    if (handle == nullptr || output == nullptr || input == nullptr) {
+        orvane::LogMessage(ORVANE_LOG_ERROR, "input param is null");
+        return ORVANE_ERROR_INVALID;
+    }
+    return g_instances.Process(handle, *output, *input);
+}
+
+int orvane_close(orvane_handle handle) {
+    return handle != nullptr ? g_instances.Close(handle) : ORVANE_ERROR_INVALID;
+}
+
+int64_t orvane_getickcount(void) {
+    LARGE_INTEGER frequency{};
+    LARGE_INTEGER counter{};
+    QueryPerformanceFrequency(&frequency);
+    QueryPerformanceCounter(&counter);
+    // Multiplied first, wrapping: hosts compare these values with those of earlier versions.
+    return static_cast<int64_t>(static_cast<uint64_t>(counter.QuadPart) * 1'000'000) / frequency.QuadPart;
+}

@@ -1,0 +1,43 @@
+// The open instances of the library, and what may be done to one that is found by its handle.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "api/orvane.h"
+#include "engine/sample.h"
+
+namespace orvane {
+
+// Initialises COM when the first counted instance comes and uninitialises it when the last one goes, on whichever
+// threads that happens. Opens and closes at the same moment are not protected against each other.
+class ComCounter {
+public:
+    // 0, or -1 with the reason logged and nothing counted. That COM is already initialised in another mode is no error.
+    int32_t Add();
+    void Remove();
+
+private:
+    uint32_t m_count = 0;
+};
+
+// Owns every engine that a host has a handle of; the handle is the engine's address. One lock serialises the frames
+// of all instances and every change of the table. The functions are the exports of the same names.
+class InstanceTable {
+public:
+    orvane_handle Open(const orvane_open_param& param);
+    int Process(orvane_handle handle, orvane_frame& output, const orvane_frame& input);
+    int Close(orvane_handle handle);
+
+private:
+    // Rebuilds an engine for the size of a frame, or closes the instance if that fails.
+    int ChangeSize(orvane_handle handle, Sample& engine, const orvane_frame& output, const orvane_frame& input);
+
+    std::mutex m_lock;
+    ComCounter m_comCounter;
+    std::unordered_map<orvane_handle, std::unique_ptr<Sample>> m_engines;
+};
+
+}  // namespace orvane

@@ -1,0 +1,266 @@
+/*
+ * Orvane: doubles the width and height of video frames with a small convolutional network on the GPU.
+ *
+ * This is the only header that a host needs. It compiles as C99 and as C++, for 64-bit Windows.
+ *
+ *     orvane_init -> orvane_check_supported -> orvane_open -> orvane_process ... -> orvane_close
+ *
+ * Threads: every function may be called from any thread, with these limits. orvane_init writes the log
+ * configuration without a lock: call it before anything else. orvane_open and orvane_close count the
+ * instances for which COM was initialised without a lock: do not run two of them at the same moment.
+ * Frames of all instances run one at a time; a second orvane_process waits for the first.
+ *
+ * Errors: a function never raises because of what a host passes in. It logs one or more lines through the
+ * callback of orvane_init and returns one of the result codes below, or a null handle. Exhausted host memory
+ * and a failing upload of the weights to the GPU are raised as C++ exceptions; see docs/errors.md.
+ *
+ * Strings are in the process's narrow (ANSI) encoding unless said otherwise.
+ */
+#ifndef ORVANE_H
+#define ORVANE_H
+
+#include <stdarg.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_WIN32) && defined(ORVANE_BUILDING)
+#define ORVANE_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define ORVANE_API __declspec(dllimport)
+#else
+#define ORVANE_API
+#endif
+
+#if defined(__cplusplus)
+#define ORVANE_STATIC_ASSERT(name, condition) static_assert(condition, #name)
+#else
+#define ORVANE_STATIC_ASSERT(name, condition) typedef char orvane_assert_##name[(condition) ? 1 : -1]
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Result codes of every function that returns an int. */
+enum orvane_result {
+    ORVANE_OK = 0,                 /* success */
+    ORVANE_ERROR_FAILED = -1,      /* the operation was attempted and failed; the log says where */
+    ORVANE_ERROR_INVALID = -2,     /* null argument, unknown handle, or an instance that is not ready */
+    ORVANE_ERROR_UNSUPPORTED = -7, /* this machine cannot run the library (orvane_check_supported only) */
+};
+
+/* Log levels, most severe first. The library itself logs at ORVANE_LOG_ERROR and ORVANE_LOG_INFO only. */
+enum orvane_log_level {
+    ORVANE_LOG_ERROR = 0,
+    ORVANE_LOG_WARNING = 1,
+    ORVANE_LOG_INFO = 2,
+    ORVANE_LOG_DEBUG = 3,
+};
+
+/* Why orvane_check_supported refused the machine; values of orvane_check_result.status. */
+enum orvane_check_status {
+    ORVANE_CHECK_NO_DXGI = 1,             /* dxgi.dll cannot be loaded */
+    ORVANE_CHECK_NO_D3D12 = 2,            /* d3d12.dll cannot be loaded */
+    ORVANE_CHECK_NO_DIRECTML = 3,         /* DirectML.dll cannot be loaded */
+    ORVANE_CHECK_NO_DXGI_ENTRY = 4,       /* dxgi.dll has no CreateDXGIFactory2 */
+    ORVANE_CHECK_NO_D3D12_ENTRY = 5,      /* d3d12.dll has no D3D12CreateDevice */
+    ORVANE_CHECK_NO_DIRECTML_ENTRY = 6,   /* DirectML.dll has no DMLCreateDevice */
+    ORVANE_CHECK_NO_FACTORY = 7,          /* CreateDXGIFactory2 failed */
+    ORVANE_CHECK_NO_ADAPTER = 8,          /* no graphics adapter was found */
+    ORVANE_CHECK_NO_DEVICE = 9,           /* no Direct3D 12 device of feature level 11_0 on the best adapter */
+    ORVANE_CHECK_WINDOWS_TOO_OLD = 12,    /* Windows is older than 10.0 build 18362 */
+};
+
+/* Strength of the best adapter, judged by its name; values of orvane_check_class.performanceClass.
+ * The numbers are not in order of strength. */
+enum orvane_performance_class {
+    ORVANE_PERFORMANCE_UNKNOWN = 0,      /* unrecognised or too weak */
+    ORVANE_PERFORMANCE_TOP = 3,          /* for example RTX 30 series and later, RX 7900 */
+    ORVANE_PERFORMANCE_UPPER_MIDDLE = 4, /* for example GTX 16 and RTX 20 series, RX 6800, Intel Arc */
+    ORVANE_PERFORMANCE_INTEL_IRIS = 5,
+    ORVANE_PERFORMANCE_INTEL_UHD = 6,
+};
+
+/* An open instance. Opaque, never null for a live instance. It stays valid until orvane_close, or until an
+ * orvane_process on it returns ORVANE_ERROR_FAILED after a change of frame size. A stale handle is recognised
+ * and refused unless a later orvane_open happens to hand out the same value again. */
+typedef struct orvane_instance* orvane_handle;
+
+/*
+ * Receives log messages. The message is not formatted yet: use vprintf(format, arguments) or vsnprintf.
+ * It has no line end. Floating-point, %llu and %ls conversions occur.
+ *
+ *   userData   the pointer given to orvane_init
+ *   level      an orvane_log_level
+ *   format     a printf format, valid during the call
+ *   arguments  the values for format, valid during the call
+ *
+ * Called on whichever thread the message arises on, possibly on several at once, and while orvane_process or
+ * orvane_close holds the library's lock: it must not call orvane_process or orvane_close.
+ */
+typedef void (*orvane_log_callback)(void* userData, int32_t level, const char* format, va_list arguments);
+
+/* What orvane_init installs. 24 bytes. Filled by the host, copied by the library. */
+typedef struct orvane_init_param {
+    int32_t level;                /* highest level that is passed on; -1 passes nothing */
+    orvane_log_callback callback; /* may be null, which silences all logging */
+    void* userData;               /* handed to the callback as it is; may be null */
+} orvane_init_param;
+
+/* What an instance is opened with. 1060 bytes, no padding. Filled by the host; the library keeps a copy. */
+typedef struct orvane_open_param {
+    uint32_t inputWidth;   /* width of the input frames in pixels, stride / 4 of the frames to come */
+    uint32_t inputHeight;  /* height of the input frames in pixels */
+    uint32_t outputWidth;  /* logged only; the output is always twice the input width */
+    uint32_t outputHeight; /* logged only; the output is always twice the input height */
+    uint32_t pixelFormat;  /* the host's own tag, not interpreted, copied into every output frame's format */
+    uint32_t reserved0;    /* not read */
+    int32_t modelChannels; /* feature channels of the network, 1..1024 */
+    int32_t modelDepth;    /* the network has modelDepth + 2 convolution layers; that sum is 1..16 */
+    uint32_t reserved1;    /* not read */
+    char modelPath[1024];  /* NUL-terminated path of the model file, in the process's ANSI encoding. A path
+                              ending in ".en" is enciphered once, ".en2" twice, anything else is plain. */
+} orvane_open_param;
+
+/*
+ * One frame. 48 bytes. Pixels are 4 bytes each, R, G, B, A in memory, rows from top to bottom.
+ *
+ * On the input frame the host fills width, height, stride, data and userValue. On the output frame the host
+ * fills stride and data, and the library writes userValue and format.
+ */
+typedef struct orvane_frame {
+    uint64_t userValue;   /* the host's own, for example a time stamp; copied from input to output */
+    int32_t width;        /* pixels; the width that counts is stride / 4 */
+    int32_t height;       /* rows; of the input frame only */
+    uint32_t format;      /* written on the output frame: the pixelFormat of the instance */
+    int32_t stride;       /* bytes from one row to the next. Input: a positive multiple of 4; padding at the end
+                             of the rows is processed as picture. Output: 0 or more; a smaller one than
+                             4 x the output width truncates each row, bytes beyond the row stay untouched. */
+    uint8_t reserved[16]; /* not read or written */
+    void* data;           /* first byte of the first row. Input: height x stride bytes, only read. Output:
+                             twice the input height in rows of stride bytes, written. */
+} orvane_frame;
+
+/* What orvane_check_supported found. 172 bytes. Written by the library as far as the check gets. */
+typedef struct orvane_check_result {
+    uint32_t supported;    /* 1 when the machine can run the library, else 0 */
+    uint32_t status;       /* an orvane_check_status when not supported; left alone on success */
+    uint32_t adapterCount; /* graphics adapters that were looked at, 0..4, software adapters included */
+    char osVersion[32];    /* Windows version, "major.minor.build" */
+    char adapterName[128]; /* name of the best adapter in the locale's encoding, empty if it has no such form */
+} orvane_check_result;
+
+/* How strong the machine is. 8 bytes. Written by the library. */
+typedef struct orvane_check_class {
+    uint32_t performanceClass; /* an orvane_performance_class; left alone when no adapter was found */
+    uint32_t libraryConstant;  /* always 4 */
+} orvane_check_class;
+
+ORVANE_STATIC_ASSERT(init_param_size, sizeof(orvane_init_param) == 24);
+ORVANE_STATIC_ASSERT(init_param_level, offsetof(orvane_init_param, level) == 0);
+ORVANE_STATIC_ASSERT(init_param_callback, offsetof(orvane_init_param, callback) == 8);
+ORVANE_STATIC_ASSERT(init_param_userData, offsetof(orvane_init_param, userData) == 16);
+
+ORVANE_STATIC_ASSERT(open_param_size, sizeof(orvane_open_param) == 1060);
+ORVANE_STATIC_ASSERT(open_param_inputWidth, offsetof(orvane_open_param, inputWidth) == 0);
+ORVANE_STATIC_ASSERT(open_param_inputHeight, offsetof(orvane_open_param, inputHeight) == 4);
+ORVANE_STATIC_ASSERT(open_param_outputWidth, offsetof(orvane_open_param, outputWidth) == 8);
+ORVANE_STATIC_ASSERT(open_param_outputHeight, offsetof(orvane_open_param, outputHeight) == 12);
+ORVANE_STATIC_ASSERT(open_param_pixelFormat, offsetof(orvane_open_param, pixelFormat) == 16);
+ORVANE_STATIC_ASSERT(open_param_reserved0, offsetof(orvane_open_param, reserved0) == 20);
+ORVANE_STATIC_ASSERT(open_param_modelChannels, offsetof(orvane_open_param, modelChannels) == 24);
+ORVANE_STATIC_ASSERT(open_param_modelDepth, offsetof(orvane_open_param, modelDepth) == 28);
+ORVANE_STATIC_ASSERT(open_param_reserved1, offsetof(orvane_open_param, reserved1) == 32);
+ORVANE_STATIC_ASSERT(open_param_modelPath, offsetof(orvane_open_param, modelPath) == 36);
+
+ORVANE_STATIC_ASSERT(frame_size, sizeof(orvane_frame) == 48);
+ORVANE_STATIC_ASSERT(frame_userValue, offsetof(orvane_frame, userValue) == 0);
+ORVANE_STATIC_ASSERT(frame_width, offsetof(orvane_frame, width) == 8);
+ORVANE_STATIC_ASSERT(frame_height, offsetof(orvane_frame, height) == 12);
+ORVANE_STATIC_ASSERT(frame_format, offsetof(orvane_frame, format) == 16);
+ORVANE_STATIC_ASSERT(frame_stride, offsetof(orvane_frame, stride) == 20);
+ORVANE_STATIC_ASSERT(frame_reserved, offsetof(orvane_frame, reserved) == 24);
+ORVANE_STATIC_ASSERT(frame_data, offsetof(orvane_frame, data) == 40);
+
+ORVANE_STATIC_ASSERT(check_result_size, sizeof(orvane_check_result) == 172);
+ORVANE_STATIC_ASSERT(check_result_supported, offsetof(orvane_check_result, supported) == 0);
+ORVANE_STATIC_ASSERT(check_result_status, offsetof(orvane_check_result, status) == 4);
+ORVANE_STATIC_ASSERT(check_result_adapterCount, offsetof(orvane_check_result, adapterCount) == 8);
+ORVANE_STATIC_ASSERT(check_result_osVersion, offsetof(orvane_check_result, osVersion) == 12);
+ORVANE_STATIC_ASSERT(check_result_adapterName, offsetof(orvane_check_result, adapterName) == 44);
+
+ORVANE_STATIC_ASSERT(check_class_size, sizeof(orvane_check_class) == 8);
+ORVANE_STATIC_ASSERT(check_class_performanceClass, offsetof(orvane_check_class, performanceClass) == 0);
+ORVANE_STATIC_ASSERT(check_class_libraryConstant, offsetof(orvane_check_class, libraryConstant) == 4);
+
+/* The library's version, "1.0.0". The text is constant and lives as long as the library is loaded. */
+ORVANE_API const char* orvane_get_version(void);
+
+/*
+ * Says whether this machine can run the library, and why not. Independent of instances; leaves no library
+ * loaded and no object alive. It loads the graphics stack and makes a test device, so it takes a while.
+ *
+ *   result  written as far as the check gets
+ *   cls     must not be null unless result is; libraryConstant is written on every call
+ *
+ * Returns ORVANE_OK, ORVANE_ERROR_UNSUPPORTED with the reason in result->status, or ORVANE_ERROR_INVALID
+ * when result is null (cls is then left alone).
+ */
+ORVANE_API int orvane_check_supported(orvane_check_result* result, orvane_check_class* cls);
+
+/*
+ * Sets up logging. Before it is called nothing is logged. With a record, its three values are installed as they
+ * are. With null, everything up to ORVANE_LOG_DEBUG is printed to standard output, a line
+ * "[Orvane LEVEL] message" each. May be called again. Always returns ORVANE_OK.
+ */
+ORVANE_API int orvane_init(const orvane_init_param* param);
+
+/* Does nothing: open instances stay open and the log configuration stays. Always returns ORVANE_OK. */
+ORVANE_API int orvane_uninit(void* ignored);
+
+/*
+ * Opens an instance for one frame size and one model file: makes a device on the best adapter, reads the model,
+ * compiles the network. Blocks while it does so, typically for tenths of a second to seconds. It may overlap
+ * with frames of other instances.
+ *
+ *   param  read during the call only
+ *
+ * Returns the handle, which the host releases with orvane_close, or null on any failure; nothing is left
+ * behind then. Initialises COM (multithreaded) on the calling thread for the first instance of a series.
+ */
+ORVANE_API orvane_handle orvane_open(const orvane_open_param* param);
+
+/*
+ * Doubles one frame. Blocks until the picture is in output->data. Note the order: output before input.
+ *
+ * When input->stride / 4 or input->height differ from the size that the instance is set up for, the instance is
+ * rebuilt for the new size first, which takes about as long as an orvane_open.
+ *
+ *   output  stride and data are used, userValue and format are written
+ *   input   only read
+ *
+ * Returns
+ *   ORVANE_OK             output->data holds 2 x height rows of 2 x (stride / 4) pixels with alpha 255
+ *   ORVANE_ERROR_FAILED   the frame failed: output->data is not to be used. If the failure was in the rebuild for
+ *                         another size ("Failed to re-initialize sample"), the handle is closed.
+ *   ORVANE_ERROR_INVALID  a null argument or data pointer, or an unknown or closed handle
+ */
+ORVANE_API int orvane_process(orvane_handle handle, orvane_frame* output, const orvane_frame* input);
+
+/*
+ * Closes an instance and releases everything that it holds. Waits for a frame in progress on any instance.
+ * Uninitialises COM on the calling thread when it was the last instance.
+ *
+ * Returns ORVANE_OK, also for an unknown handle, or ORVANE_ERROR_INVALID for a null handle.
+ */
+ORVANE_API int orvane_close(orvane_handle handle);
+
+/* The performance counter in microseconds (not milliseconds, in spite of the name). It wraps once the counter
+ * exceeds 2^63 / 10^6 ticks, after about ten days at the usual 10 MHz. */
+ORVANE_API int64_t orvane_getickcount(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ORVANE_H */

@@ -1,0 +1,104 @@
+#include "apps/utils/atomic_file.h"
+
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <system_error>
+
+#include "apps/utils/failure.h"
+#include "apps/utils/utf8_path.h"
+
+namespace orvane::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Quoted(const fs::path& path) {
+    return "\"" + Utf8FromPath(path) + "\"";
+}
+
+fs::path FolderOf(const fs::path& path) {
+    return path.has_parent_path() ? path.parent_path() : fs::path(".");
+}
+
+// Removes the file at the end, unless it was renamed by then.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const fs::path& target) : m_path(target) {
+        m_path += '.';
+        m_path += std::to_string(std::random_device()());
+        m_path += ".tmp";
+    }
+    ~TemporaryFile() {
+        std::error_code ignored;
+        fs::remove(m_path, ignored);
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    bool Write(std::span<const uint8_t> bytes) {
+        std::ofstream file(m_path, std::ios::binary | std::ios::trunc);
+        const std::string text(bytes.begin(), bytes.end());
+        file.write(text.data(), static_cast<std::streamsize>(text.size()));
+        file.close();
+        return file.good();
+    }
+
+    bool RenameTo(const fs::path& target) {
+        std::error_code error;
+        fs::rename(m_path, target, error);
+        return !error;
+    }
+
+private:
+    fs::path m_path;
+};
+
+}  // namespace
+
+void RequireReadableFile(const fs::path& path) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::not_found) {
+        throw Failure("There is no file " + Quoted(path) + ".");
+    }
+    if (fs::is_directory(status)) {
+        throw Failure(Quoted(path) + " is a folder, not a file.");
+    }
+}
+
+void RequireWritableTarget(const fs::path& path) {
+    std::error_code error;
+    const fs::path folder = FolderOf(path);
+    if (!fs::is_directory(folder, error)) {
+        throw Failure("There is no folder " + Quoted(folder) + " to write into.");
+    }
+    const fs::file_status status = fs::status(path, error);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+        throw Failure(Quoted(path) + " exists and is not a file that can be replaced.");
+    }
+}
+
+std::vector<uint8_t> ReadWholeFile(const fs::path& path) {
+    RequireReadableFile(path);
+    std::ifstream file(path, std::ios::binary);
+    std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!file.is_open() || file.bad()) {
+        throw Failure(Quoted(path) + " cannot be read.");
+    }
+    return bytes;
+}
+
+void WriteFileAtomically(const fs::path& path, std::span<const uint8_t> bytes) {
+    RequireWritableTarget(path);
+    TemporaryFile temporary(path);
+    if (!temporary.Write(bytes)) {
+        throw Failure(Quoted(path) + " cannot be written: the folder is read-only or the disk is full.");
+    }
+    if (!temporary.RenameTo(path)) {
+        throw Failure(Quoted(path) + " cannot be replaced: it is read-only or another program has it open.");
+    }
+}
+
+}  // namespace orvane::tool

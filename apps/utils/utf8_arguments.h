@@ -1,0 +1,13 @@
+// The command line in UTF-8 on every platform.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orvane::tool {
+
+// The arguments without the program's name. On Windows argc and argv are not used: they hold the ANSI form, in
+// which characters of other languages are lost.
+std::vector<std::string> Utf8Arguments(int argc, const char* const* argv);
+
+}  // namespace orvane::tool

@@ -1,0 +1,13 @@
+// Paths as UTF-8 text, whatever the platform's own encoding is.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace orvane::tool {
+
+std::filesystem::path PathFromUtf8(std::string_view text);
+std::string Utf8FromPath(const std::filesystem::path& path);
+
+}  // namespace orvane::tool

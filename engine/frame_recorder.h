@@ -1,0 +1,50 @@
+// Records the GPU work of one frame.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/directml_context.h"
+#include "engine/frame_resources.h"
+#include "engine/layout_shaders.h"
+#include "engine/network_graph.h"
+#include "engine/operator_bindings.h"
+#include "gpu/device_resources.h"
+
+namespace orvane {
+
+// Borrows the parts of one engine for the recording of one frame onto its open command list, in the order of the
+// functions below.
+class FrameRecorder {
+public:
+    FrameRecorder(DX::DeviceResources& resources, const DirectMLContext& context, const LayoutShaders& shaders,
+                  const NetworkGraph& graph, const OperatorBindings& bindings, const FrameResources& frame);
+
+    // The host's pixels into the input texture; rows are `rowPitch` bytes apart. The data is copied before this returns.
+    // 0, or -1 with the reason logged when nothing could be copied.
+    int32_t UploadFrame(const void* data, uint64_t byteSize, uint32_t rowPitch);
+    // Input texture -> network input.
+    void ImageToTensor(FrameSize inputSize);
+    // Every layer in order.
+    void RunNetwork();
+    // Network output -> output texture.
+    void DepthToSpace();
+    // Output texture -> read-back buffer.
+    void CopyToReadback();
+
+private:
+    void Transition(ID3D12Resource* resource, D3D12_RESOURCE_STATES before, D3D12_RESOURCE_STATES after);
+    void WaitForUnorderedAccess();
+    template <typename Constants>
+    void Dispatch(const ComputeShader& shader, const DescriptorHeap& descriptors, const Constants& constants,
+                  ThreadGroups groups, uint32_t depth);
+
+    ID3D12Device& m_device;
+    ID3D12GraphicsCommandList& m_commandList;
+    const DirectMLContext& m_context;
+    const LayoutShaders& m_shaders;
+    const NetworkGraph& m_graph;
+    const OperatorBindings& m_bindings;
+    const FrameResources& m_frame;
+};
+
+}  // namespace orvane

@@ -1,0 +1,43 @@
+#include "engine/network_weights.h"
+
+#include "api/log.h"
+#include "engine/gpu_buffer.h"
+#include "gpu/resource_upload_batch.h"
+
+namespace orvane {
+namespace {
+
+void UploadValues(ID3D12Device& device, DirectX::ResourceUploadBatch& batch, std::vector<uint16_t> values,
+                  uint64_t bufferSize, ComPtr<ID3D12Resource>& buffer) {
+    if (CheckHResult(CreateGpuBuffer(device, bufferSize, D3D12_RESOURCE_STATE_COMMON, buffer),
+                     "CreateCommittedResource") != 0) {
+        LogMessage(ORVANE_LOG_ERROR, "Failed to CreateCommittedResource, error code: %d", -1);
+        return;
+    }
+    // The copy takes the whole buffer, which is rounded up to a multiple of 4 bytes.
+    values.resize(static_cast<size_t>(bufferSize / sizeof(uint16_t)));
+    const D3D12_SUBRESOURCE_DATA data{values.data(), 0, 0};
+    batch.Upload(buffer.Get(), 0, &data, 1);
+}
+
+}  // namespace
+
+void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>& layers, TensorLayout layout,
+                   const WeightMap& weightMap, NetworkWeights& weights) {
+    ID3D12Device& device = *resources.GetD3DDevice();
+    weights.filters.resize(layers.size());
+    weights.biases.resize(layers.size());
+
+    DirectX::ResourceUploadBatch batch(&device);
+    batch.Begin();
+    for (uint32_t i = 0; i < layers.size(); ++i) {
+        const TensorShape filterShape = FilterShape(layers[i]);
+        UploadValues(device, batch, ArrangeFilter(weightMap.at(FilterKey(i)), filterShape, layout),
+                     CalcTensorSize(filterShape, layout), weights.filters[i]);
+        UploadValues(device, batch, weightMap.at(BiasKey(i)), CalcTensorSize(BiasShape(layers[i]), layout),
+                     weights.biases[i]);
+    }
+    batch.End(resources.GetCommandQueue()).wait();
+}
+
+}  // namespace orvane

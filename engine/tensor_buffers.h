@@ -1,0 +1,28 @@
+// The GPU buffers that the tensors between the layers lie in.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "engine/tensor_plan.h"
+#include "gpu/platform.h"
+
+namespace orvane {
+
+struct TensorBuffers {
+    ComPtr<ID3D12Resource> m_modelInput;
+    // Sized for the doubled picture as a tensor. Nothing reads or writes it: the last shader writes the output texture.
+    ComPtr<ID3D12Resource> m_modelOutput;
+    // Entry i holds the output of layer i; one entry more stays empty. Every layer has its own buffer, so that
+    // bindings are made once.
+    std::vector<ComPtr<ID3D12Resource>> m_modelIntermediateResult;
+};
+
+// Makes the buffers of a plan, replacing those held, and logs how much memory they take. 0, or -1 with the reason
+// logged.
+int32_t CreateTensorBuffers(ID3D12Device& device, const NetworkPlan& plan, TensorBuffers& buffers);
+
+// What a device-removed reason means, or null for one that needs no explanation.
+const char* ExplainRemovedReason(HRESULT reason);
+
+}  // namespace orvane

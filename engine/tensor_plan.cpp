@@ -1,0 +1,117 @@
+#include "engine/tensor_plan.h"
+
+#include <algorithm>
+
+namespace orvane {
+namespace {
+
+constexpr uint32_t kBlockSize = 2;  // the library doubles
+
+uint32_t BitsPerElement(TensorDataType type) {
+    switch (type) {
+        case TensorDataType::kFloat32:
+        case TensorDataType::kUint32:
+        case TensorDataType::kInt32:
+            return 32;
+        case TensorDataType::kFloat16:
+        case TensorDataType::kUint16:
+        case TensorDataType::kInt16:
+            return 16;
+        case TensorDataType::kUint8:
+        case TensorDataType::kInt8:
+            return 8;
+        case TensorDataType::kUnknown:
+            break;
+    }
+    return 0;
+}
+
+uint64_t ElementCount(const TensorShape& shape, const TensorStrides* strides) {
+    if (strides == nullptr) {
+        return uint64_t{shape[0]} * shape[1] * shape[2] * shape[3];
+    }
+    uint64_t lastIndex = 0;
+    for (size_t i = 0; i < shape.size(); ++i) {
+        lastIndex += (uint64_t{shape[i]} - 1) * (*strides)[i];
+    }
+    return lastIndex + 1;
+}
+
+void Raise(uint64_t& size, uint64_t atLeast) { size = std::max(size, atLeast); }
+
+}  // namespace
+
+TensorStrides CalcStrides(const TensorShape& shape, TensorLayout layout) {
+    const auto [n, c, h, w] = shape;
+    if (layout == TensorLayout::kNhwc) {
+        return {c * h * w, 1, w * c, c};
+    }
+    return {c * h * w, h * w, w, 1};
+}
+
+TensorStrides CalcBiasStrides(uint32_t channels, TensorLayout layout) {
+    const uint32_t spatial = layout == TensorLayout::kNhwc ? channels : 1;
+    return {channels, 1, spatial, spatial};
+}
+
+uint64_t CalcBufferTensorSize(const TensorShape& shape, const TensorStrides* strides, TensorDataType type) {
+    const uint64_t byteSize = (ElementCount(shape, strides) * BitsPerElement(type) + 7) / 8;
+    return (byteSize + 3) / 4 * 4;
+}
+
+uint64_t CalcTensorSize(const TensorShape& shape, TensorLayout layout) {
+    const TensorStrides strides = CalcStrides(shape, layout);
+    return CalcBufferTensorSize(shape, &strides, TensorDataType::kFloat16);
+}
+
+NetworkPlan PlanNetwork(uint32_t inputWidth, uint32_t inputHeight, const std::vector<LayerShape>& layers,
+                        TensorLayout layout) {
+    const auto layerCount = static_cast<uint32_t>(layers.size());
+    NetworkPlan plan;
+    plan.shapes.resize(layerCount + 2);
+    plan.bufferSizes.resize(layerCount + 2);
+
+    plan.inputShape = {1, 3, inputHeight, inputWidth};
+    const TensorShape outputShape{1, 3, kBlockSize * inputHeight, kBlockSize * inputWidth};
+    plan.modelInputSize = CalcTensorSize(plan.inputShape, layout);
+    plan.modelOutputSize = CalcTensorSize(outputShape, layout);
+
+    for (uint32_t i = 0; i < layerCount; ++i) {
+        const TensorShape& input = plan.LayerInputShape(i);
+        // Height and width are carried over: a padding of 1 keeps them for 3 x 3 kernels.
+        plan.shapes[i] = {input[0], layers[i].outChannels, input[2], input[3]};
+        Raise(plan.bufferSizes[i], CalcTensorSize(input, layout));
+        Raise(plan.bufferSizes[i + 1], CalcTensorSize(plan.shapes[i], layout));
+    }
+
+    plan.lastLayer = layerCount - 1;
+    const auto [n, c, h, w] = plan.shapes[plan.lastLayer];
+    plan.shapes[layerCount] = {n, c / (kBlockSize * kBlockSize), kBlockSize * h, kBlockSize * w};
+    plan.depthToSpace = {kBlockSize, n, c, h, w, c / (kBlockSize * kBlockSize), layout == TensorLayout::kNhwc};
+    return plan;
+}
+
+std::vector<uint16_t> ArrangeFilter(const std::vector<uint16_t>& values, const TensorShape& filterShape,
+                                    TensorLayout layout) {
+    if (layout == TensorLayout::kNchw) {
+        return values;
+    }
+    const size_t outputs = filterShape[0];
+    const size_t inputs = filterShape[1];
+    const size_t height = filterShape[2];
+    const size_t width = filterShape[3];
+    std::vector<uint16_t> arranged;
+    arranged.reserve(values.size());
+    for (size_t o = 0; o < outputs; ++o) {
+        for (size_t y = 0; y < height; ++y) {
+            for (size_t x = 0; x < width; ++x) {
+                for (size_t c = 0; c < inputs; ++c) {
+                    arranged.push_back(values[((o * inputs + c) * height + y) * width + x]);
+                }
+            }
+        }
+    }
+    return arranged;
+}
+
+}  // namespace orvane

@@ -1,0 +1,80 @@
+// Shapes, strides and byte sizes of every tensor between the layers. Portable: no GPU needed.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "model/network.h"
+
+namespace orvane {
+
+// How tensors lie in memory. Shapes are always given in the order N, C, H, W; the layout is in the strides alone.
+enum class TensorLayout : int32_t { kNchw = 0, kNhwc = 1 };
+
+// The numbering is DirectML's.
+enum class TensorDataType : uint32_t {
+    kUnknown = 0,
+    kFloat32 = 1,
+    kFloat16 = 2,
+    kUint32 = 3,
+    kUint16 = 4,
+    kUint8 = 5,
+    kInt32 = 6,
+    kInt16 = 7,
+    kInt8 = 8,
+};
+
+// Elements between neighbours along N, C, H, W.
+using TensorStrides = std::array<uint32_t, 4>;
+
+TensorStrides CalcStrides(const TensorShape& shape, TensorLayout layout);
+
+// Strides of a bias {1, channels, 1, 1}, whose values lie one after the other in either layout.
+TensorStrides CalcBiasStrides(uint32_t channels, TensorLayout layout);
+
+// Bytes of the buffer that a tensor takes, rounded up to a multiple of 4. 0 for an unknown type. Null strides mean
+// that the elements are packed.
+uint64_t CalcBufferTensorSize(const TensorShape& shape, const TensorStrides* strides, TensorDataType type);
+
+// The same for a tensor of the network: half precision, packed in the given layout.
+uint64_t CalcTensorSize(const TensorShape& shape, TensorLayout layout);
+
+// The shader constants of the last step, in the order of its constant buffer.
+struct DepthToSpaceConstants {
+    uint32_t blockSize = 0;
+    uint32_t inputN = 0;
+    uint32_t inputC = 0;
+    uint32_t inputH = 0;
+    uint32_t inputW = 0;
+    uint32_t outputC = 0;
+    uint32_t useNhwc = 0;
+};
+
+// Everything about the network that follows from the frame size, the layer table and the layout.
+struct NetworkPlan {
+    TensorShape inputShape{};
+    // Entry i is the output of layer i, entry layerCount the output of depth-to-space; one entry more is zero.
+    std::vector<TensorShape> shapes;
+    // Bytes. Entry i is the buffer that layer i reads, entry i + 1 the one that it writes; layerCount + 2 entries.
+    std::vector<uint64_t> bufferSizes;
+    uint64_t modelInputSize = 0;
+    uint64_t modelOutputSize = 0;
+    DepthToSpaceConstants depthToSpace;
+    uint32_t lastLayer = 0;
+
+    const TensorShape& LayerInputShape(uint32_t layerIndex) const {
+        return layerIndex == 0 ? inputShape : shapes[layerIndex - 1];
+    }
+};
+
+// `layers` must not be empty. Sizes are in pixels; absurd ones give absurd plans that Direct3D refuses.
+NetworkPlan PlanNetwork(uint32_t inputWidth, uint32_t inputHeight, const std::vector<LayerShape>& layers,
+                        TensorLayout layout);
+
+// A filter's values, {O, I, kH, kW} as in the model file, in the order of the layout: unchanged for NCHW, as
+// {O, kH, kW, I} for NHWC.
+std::vector<uint16_t> ArrangeFilter(const std::vector<uint16_t>& values, const TensorShape& filterShape,
+                                    TensorLayout layout);
+
+}  // namespace orvane

@@ -1,0 +1,40 @@
+// Which graphics adapter is the best one, judged by its description alone. Portable: no GPU needed.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace orvane {
+
+inline constexpr uint32_t kVendorAmd = 0x1002;
+inline constexpr uint32_t kVendorNvidia = 0x10DE;
+inline constexpr uint32_t kVendorIntel = 0x8086;
+
+// What the ranking looks at.
+struct AdapterTraits {
+    std::wstring_view description;
+    uint32_t vendorId = 0;
+    uint64_t dedicatedVideoMemory = 0;  // bytes
+    bool isSoftware = false;
+};
+
+// Whether the adapter is a card of its own rather than part of the processor. All size comparisons are strict.
+bool IsDiscreteAdapter(const AdapterTraits& adapter);
+
+// Whole mebibytes of video memory, plus 10000 for a discrete adapter, plus a preference by vendor. 0 for an adapter
+// whose name says that it is no real one ("Basic", "Software", "Microsoft").
+uint64_t ScoreAdapter(const AdapterTraits& adapter);
+
+// What the candidates of a machine are ordered by.
+struct AdapterRank {
+    bool isDiscrete = false;
+    uint64_t score = 0;
+};
+
+// The rank of an enumerated adapter; a software adapter ranks lowest whatever its description.
+AdapterRank RankAdapter(const AdapterTraits& adapter);
+
+// Whether `a` is strictly better than `b`: discrete before not discrete, then by score.
+bool RanksBefore(const AdapterRank& a, const AdapterRank& b);
+
+}  // namespace orvane

@@ -1,0 +1,32 @@
+// Owns one Win32 event handle.
+#pragma once
+
+#include "gpu/platform.h"
+
+namespace orvane {
+
+class Event {
+public:
+    Event() = default;
+    ~Event() { Attach(nullptr); }
+    Event(const Event&) = delete;
+    Event& operator=(const Event&) = delete;
+
+    // Takes over the handle and closes the one held before. A handle that cannot be closed was closed by somebody
+    // else, which is a fault of the program: it raises a structured exception.
+    void Attach(HANDLE handle) {
+        if (m_handle != nullptr && !CloseHandle(m_handle)) {
+            RaiseException(static_cast<DWORD>(HRESULT_FROM_WIN32(GetLastError())), EXCEPTION_NONCONTINUABLE, 0,
+                           nullptr);
+        }
+        m_handle = handle;
+    }
+
+    HANDLE Get() const { return m_handle; }
+    bool IsValid() const { return m_handle != nullptr; }
+
+private:
+    HANDLE m_handle = nullptr;
+};
+
+}  // namespace orvane

@@ -1,0 +1,37 @@
+#include "api/log.h"
+#include "gpu/platform.h"
+#include "gpu/windows_version.h"
+
+namespace orvane {
+namespace {
+
+using RtlGetVersionFunction = LONG WINAPI(OSVERSIONINFOEXW*);
+
+// RtlGetVersion tells the truth to every program; GetVersionEx only to those whose manifest names the version.
+bool QueryVersion(HMODULE ntdll, OSVERSIONINFOEXW& info) {
+    auto* const rtlGetVersion = reinterpret_cast<RtlGetVersionFunction*>(
+        reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetVersion")));
+    if (rtlGetVersion != nullptr) {
+        return rtlGetVersion(&info) == 0;
+    }
+    ORVANE_SUPPRESS_DEPRECATED
+    return GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&info)) != FALSE;
+}
+
+}  // namespace
+
+WindowsVersion ReadWindowsVersion() {
+    OSVERSIONINFOEXW info{};
+    info.dwOSVersionInfoSize = sizeof(info);
+    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    if (ntdll == nullptr) {
+        LogMessage(ORVANE_LOG_ERROR, "HWD|Failed to get ntdll.dll handle");
+        return {};
+    }
+    if (!QueryVersion(ntdll, info)) {
+        return {};
+    }
+    return UnpackWindowsVersion(PackWindowsVersion(info.dwMajorVersion, info.dwMinorVersion, info.dwBuildNumber));
+}
+
+}  // namespace orvane

@@ -1,0 +1,134 @@
+#include "gpu/resource_upload_batch.h"
+
+#include <cstdio>
+#include <vector>
+
+namespace DirectX {
+namespace {
+
+using orvane::ComPtr;
+
+void ThrowIfFailed(HRESULT hr) {
+    if (FAILED(hr)) {
+        throw com_exception(hr);
+    }
+}
+
+// What must stay alive until the GPU has run one batch.
+struct UploadBatch {
+    std::vector<ComPtr<ID3D12DeviceChild>> trackedObjects;
+    ComPtr<ID3D12GraphicsCommandList> commandList;
+    ComPtr<ID3D12Fence> fence;
+    HANDLE gpuCompleteEvent = nullptr;
+};
+
+void WaitForCompletion(const UploadBatch& batch) {
+    const DWORD result = WaitForSingleObject(batch.gpuCompleteEvent, INFINITE);
+    if (result == WAIT_FAILED) {
+        ThrowIfFailed(HRESULT_FROM_WIN32(GetLastError()));
+    } else if (result != WAIT_OBJECT_0) {
+        throw upload_error("WaitForSingleObject");
+    }
+}
+
+std::string DescribeResult(HRESULT hr) {
+    char text[48] = {};
+    std::snprintf(text, sizeof(text), "Failure with HRESULT of %08X", static_cast<unsigned int>(hr));
+    return text;
+}
+
+}  // namespace
+
+com_exception::com_exception(HRESULT hr) : m_result(hr), m_text(DescribeResult(hr)) {}
+
+class ResourceUploadBatch::Impl {
+public:
+    explicit Impl(ID3D12Device* device) : m_device(device) {}
+
+    void Begin() {
+        if (m_inBeginEndBlock) {
+            throw upload_error("Can't Begin: already in a Begin-End block.");
+        }
+        ThrowIfFailed(m_device->CreateCommandAllocator(
+            D3D12_COMMAND_LIST_TYPE_DIRECT, IID_PPV_ARGS(m_commandAllocator.ReleaseAndGetAddressOf())));
+        ThrowIfFailed(m_device->CreateCommandList(1, D3D12_COMMAND_LIST_TYPE_DIRECT, m_commandAllocator.Get(),
+                                                  nullptr,
+                                                  IID_PPV_ARGS(m_commandList.ReleaseAndGetAddressOf())));
+        m_inBeginEndBlock = true;
+    }
+
+    void Upload(ID3D12Resource* resource, uint32_t subresourceIndexStart,
+                const D3D12_SUBRESOURCE_DATA* subresourceData, uint32_t numSubresources) {
+        if (!m_inBeginEndBlock) {
+            throw upload_error("Can't call Upload on a closed ResourceUploadBatch.");
+        }
+        const uint64_t uploadSize = GetRequiredIntermediateSize(resource, subresourceIndexStart, numSubresources);
+        const CD3DX12_HEAP_PROPERTIES heapProperties(D3D12_HEAP_TYPE_UPLOAD);
+        const CD3DX12_RESOURCE_DESC desc = CD3DX12_RESOURCE_DESC::Buffer(uploadSize);
+        ComPtr<ID3D12Resource> scratch;
+        ThrowIfFailed(m_device->CreateCommittedResource(&heapProperties, D3D12_HEAP_FLAG_NONE, &desc,
+                                                        D3D12_RESOURCE_STATE_GENERIC_READ, nullptr,
+                                                        IID_PPV_ARGS(scratch.GetAddressOf())));
+        UpdateSubresources(m_commandList.Get(), resource, scratch.Get(), 0, subresourceIndexStart,
+                           numSubresources, subresourceData);
+        m_trackedObjects.emplace_back(scratch);
+    }
+
+    std::future<void> End(ID3D12CommandQueue* commandQueue) {
+        if (!m_inBeginEndBlock) {
+            throw upload_error("ResourceUploadBatch already closed.");
+        }
+        ThrowIfFailed(m_commandList->Close());
+        ID3D12CommandList* const commandLists[] = {m_commandList.Get()};
+        commandQueue->ExecuteCommandLists(1, commandLists);
+
+        ComPtr<ID3D12Fence> fence;
+        ThrowIfFailed(m_device->CreateFence(0, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(fence.GetAddressOf())));
+        // Never closed: the fence may signal it at any later time. One handle per batch.
+        const HANDLE gpuCompleteEvent = CreateEventExW(nullptr, nullptr, 0, EVENT_ALL_ACCESS);
+        if (gpuCompleteEvent == nullptr) {
+            throw upload_error("CreateEventEx");
+        }
+        ThrowIfFailed(commandQueue->Signal(fence.Get(), 1));
+        ThrowIfFailed(fence->SetEventOnCompletion(1, gpuCompleteEvent));
+
+        auto batch = std::make_unique<UploadBatch>();
+        batch->trackedObjects.swap(m_trackedObjects);
+        batch->commandList = m_commandList;
+        batch->fence = fence;
+        batch->gpuCompleteEvent = gpuCompleteEvent;
+        // The task owns the batch and destroys it when the GPU is done, whether or not this object still exists.
+        std::future<void> future =
+            std::async(std::launch::async, [owned = std::move(batch)]() mutable {
+                const std::unique_ptr<UploadBatch> finished = std::move(owned);
+                WaitForCompletion(*finished);
+            });
+
+        m_inBeginEndBlock = false;
+        m_commandList.Reset();
+        m_commandAllocator.Reset();
+        return future;
+    }
+
+private:
+    ComPtr<ID3D12Device> m_device;
+    ComPtr<ID3D12CommandAllocator> m_commandAllocator;
+    ComPtr<ID3D12GraphicsCommandList> m_commandList;
+    std::vector<ComPtr<ID3D12DeviceChild>> m_trackedObjects;
+    bool m_inBeginEndBlock = false;
+};
+
+ResourceUploadBatch::ResourceUploadBatch(ID3D12Device* device) : m_impl(std::make_unique<Impl>(device)) {}
+
+ResourceUploadBatch::~ResourceUploadBatch() = default;
+
+void ResourceUploadBatch::Begin() { m_impl->Begin(); }
+
+void ResourceUploadBatch::Upload(ID3D12Resource* resource, uint32_t subresourceIndexStart,
+                                 const D3D12_SUBRESOURCE_DATA* subresourceData, uint32_t numSubresources) {
+    m_impl->Upload(resource, subresourceIndexStart, subresourceData, numSubresources);
+}
+
+std::future<void> ResourceUploadBatch::End(ID3D12CommandQueue* commandQueue) { return m_impl->End(commandQueue); }
+
+}  // namespace DirectX

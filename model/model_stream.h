@@ -1,0 +1,23 @@
+// Reads a model file, deciphering it as its name's ending says, into a stream in memory.
+#pragma once
+
+#include <sstream>
+#include <string>
+
+namespace orvane {
+
+// The characters after the last "." of the whole path, across directory separators; empty when there is none.
+std::string GetFileExtension(const std::string& path);
+
+// Appends the plain content of a model file to `stream`. The ending decides: "en" is enciphered once, "en2" twice,
+// anything else is copied as it stands. False, with the reason logged, when the file cannot be opened. Damaged
+// content is not an error here: what cannot be deciphered arrives as zero bytes.
+//
+// `path` is in the process's narrow encoding. Files of 2 GiB or more are refused like files that cannot be opened.
+bool OpenModelStream(const std::string& path, std::stringstream& stream);
+
+// The two enciphered forms by themselves, whatever the path's ending.
+bool decryptFileToStream(const std::string& path, std::stringstream& stream);
+bool decryptFileTwiceToStream(const std::string& path, std::stringstream& stream);
+
+}  // namespace orvane

@@ -1,0 +1,27 @@
+// The block cipher and the container of enciphered model files. Deciphering only.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace orvane {
+
+inline constexpr int32_t kCipherBlockBytes = 8;
+// Bytes of a container that are not body: head, salt and trailer. The padding adds 0 to 7 more.
+inline constexpr int32_t kContainerOverheadBytes = 1 + 2 + 7;
+
+// Deciphers one 8-byte block with TEA (Wheeler and Needham, 1994) reduced to 16 rounds, big-endian words.
+// `key` has 20 characters; those at positions 4, 9, 14 and 19 are ignored. `input` and `output` may be the same.
+void TeaDecryptBlock(const uint8_t* input, std::string_view key, uint8_t* output);
+
+// Deciphers one container: head byte (low 3 bits: padding length), padding, 2 bytes of salt, body, 7 zero bytes.
+//
+// `outputLength` is the capacity of `output` on entry. It becomes the length of the body as soon as that is known
+// to fit, so it is set even when a later check fails; bytes of the body not reached by then are left untouched.
+// Returns false, with `outputLength` left alone, when the input is shorter than 16 bytes or its body is negative
+// or exceeds the capacity; returns false, with `outputLength` set, when the input ends inside a block or the
+// trailer is not zero.
+bool TeaDecryptBuffer(const uint8_t* input, int32_t inputLength, uint8_t* output, int32_t& outputLength,
+                      std::string_view key);
+
+}  // namespace orvane
