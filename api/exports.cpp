@@ -7,14 +7,20 @@
 
 namespace {
 
-// Lives from the library's load to its unload. Engines that are still open then are destroyed with it.
-orvane::InstanceTable g_instances;
+// Never destroyed. Instances that are still open when the library is unloaded or the process ends are left to the
+// system: destroying an engine waits for the GPU and unloads libraries, and both block for ever inside an unload.
+orvane::InstanceTable& Instances() {
+    static auto& instances = *new orvane::InstanceTable;
+    return instances;
+}
 
 constexpr uint32_t kLibraryConstant = 4;
 
 }  // namespace
 
-const char* orvane_get_version(void) { return "1.0.0"; }
+const char* orvane_get_version(void) {
+    return "1.0.0";
+}
 
 int orvane_check_supported(orvane_check_result* result, orvane_check_class* cls) {
     if (result == nullptr) {
@@ -41,10 +47,12 @@ int orvane_init(const orvane_init_param* param) {
     return ORVANE_OK;
 }
 
-int orvane_uninit(void* /*ignored*/) { return ORVANE_OK; }
+int orvane_uninit(void* /*ignored*/) {
+    return ORVANE_OK;
+}
 
 orvane_handle orvane_open(const orvane_open_param* param) {
-    return param != nullptr ? g_instances.Open(*param) : nullptr;
+    return param != nullptr ? Instances().Open(*param) : nullptr;
 }
 
 int orvane_process(orvane_handle handle, orvane_frame* output, const orvane_frame* input) {
@@ -52,11 +60,11 @@ int orvane_process(orvane_handle handle, orvane_frame* output, const orvane_fram
         orvane::LogMessage(ORVANE_LOG_ERROR, "input param is null");
         return ORVANE_ERROR_INVALID;
     }
-    return g_instances.Process(handle, *output, *input);
+    return Instances().Process(handle, *output, *input);
 }
 
 int orvane_close(orvane_handle handle) {
-    return handle != nullptr ? g_instances.Close(handle) : ORVANE_ERROR_INVALID;
+    return handle != nullptr ? Instances().Close(handle) : ORVANE_ERROR_INVALID;
 }
 
 int64_t orvane_getickcount(void) {
@@ -64,6 +72,6 @@ int64_t orvane_getickcount(void) {
     LARGE_INTEGER counter{};
     QueryPerformanceFrequency(&frequency);
     QueryPerformanceCounter(&counter);
-    // Multiplied first, wrapping: hosts compare these values with those of earlier versions.
+    // Multiplied first, which wraps; see orvane.h.
     return static_cast<int64_t>(static_cast<uint64_t>(counter.QuadPart) * 1'000'000) / frequency.QuadPart;
 }

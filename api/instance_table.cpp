@@ -1,33 +1,46 @@
 #include "api/instance_table.h"
 
 #include <new>
+#include <objbase.h>
 
 #include <windows.h>
-#include <objbase.h>
 
 #include "api/log.h"
 
 namespace orvane {
 namespace {
 
-constexpr int32_t kBytesPerPixel = 4;
-
-// The width that counts is that of the rows, padding included.
-int32_t RowWidth(const orvane_frame& frame) { return frame.stride / kBytesPerPixel; }
-
-bool HasSizeOf(const Sample& engine, const orvane_frame& frame) {
-    return engine.Geometry().input.width == static_cast<uint32_t>(RowWidth(frame)) &&
-           engine.Geometry().input.height == static_cast<uint32_t>(frame.height);
+// The width that counts is that of the rows, padding included. Negative sizes become huge ones, which cannot be set up.
+FrameSize SizeOf(const orvane_frame& frame) {
+    return {static_cast<uint32_t>(frame.stride / static_cast<int32_t>(kBytesPerPixel)),
+            static_cast<uint32_t>(frame.height)};
 }
 
-orvane_open_param WithSizeOf(const orvane_frame& frame, const orvane_open_param& record) {
-    orvane_open_param adjusted = record;
-    adjusted.inputWidth = static_cast<uint32_t>(RowWidth(frame));
-    adjusted.inputHeight = static_cast<uint32_t>(frame.height);
-    adjusted.outputWidth = 2 * adjusted.inputWidth;
-    adjusted.outputHeight = 2 * adjusted.inputHeight;
-    return adjusted;
+orvane_open_param WithSize(orvane_open_param record, FrameSize inputSize) {
+    record.inputWidth = inputSize.width;
+    record.inputHeight = inputSize.height;
+    record.outputWidth = Doubled(inputSize).width;
+    record.outputHeight = Doubled(inputSize).height;
+    return record;
 }
+
+// Takes its count back unless told to keep it.
+class ComCount {
+public:
+    explicit ComCount(ComCounter& counter) : m_counter(&counter) {}
+    ~ComCount() {
+        if (m_counter != nullptr) {
+            m_counter->Remove();
+        }
+    }
+    ComCount(const ComCount&) = delete;
+    ComCount& operator=(const ComCount&) = delete;
+
+    void Keep() { m_counter = nullptr; }
+
+private:
+    ComCounter* m_counter;
+};
 
 }  // namespace
 
@@ -66,14 +79,15 @@ orvane_handle InstanceTable::Open(const orvane_open_param& param) {
     if (m_comCounter.Add() != 0) {
         return nullptr;
     }
+    ComCount counted(m_comCounter);
     if (const int32_t result = engine->InitResources(); result != 0) {
         LogMessage(ORVANE_LOG_ERROR, "Failed to initialize resources, error code: %d", result);
-        m_comCounter.Remove();
         return nullptr;
     }
     const auto handle = reinterpret_cast<orvane_handle>(engine.get());
     const std::lock_guard lock(m_lock);
     m_engines[handle] = std::move(engine);
+    counted.Keep();
     return handle;
 }
 
@@ -88,14 +102,13 @@ int InstanceTable::Process(orvane_handle handle, orvane_frame& output, const orv
         return ORVANE_ERROR_INVALID;
     }
     Sample& engine = *found->second;
-    if (!HasSizeOf(engine, input)) {
+    if (engine.Geometry().input != SizeOf(input)) {
         if (const int result = ChangeSize(handle, engine, output, input); result != 0) {
             return result;
         }
     }
     if (!engine.IsReady()) {
-        LogMessage(ORVANE_LOG_ERROR,
-                   "sample is null or not initialized, possibly after a resolution change failed.");
+        LogMessage(ORVANE_LOG_ERROR, "sample is null or not initialized, possibly after a resolution change failed.");
         return ORVANE_ERROR_INVALID;
     }
     if (const int32_t result = engine.Infer(&input, &output); result != 0) {
@@ -107,7 +120,7 @@ int InstanceTable::Process(orvane_handle handle, orvane_frame& output, const orv
 
 int InstanceTable::ChangeSize(orvane_handle handle, Sample& engine, const orvane_frame& output,
                               const orvane_frame& input) {
-    const orvane_open_param record = WithSizeOf(input, engine.OpenParams());
+    const orvane_open_param record = WithSize(engine.OpenParams(), SizeOf(input));
     LogMessage(ORVANE_LOG_INFO,
                "Re-initializing new input resolution %dx%d, stride:%d, output resolution: %dx%d, stride: %d",
                input.width, input.height, input.stride, output.width, output.height, output.stride);

@@ -1,6 +1,7 @@
 // The open instances of the library, and what may be done to one that is found by its handle.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -12,7 +13,7 @@
 namespace orvane {
 
 // Initialises COM when the first counted instance comes and uninitialises it when the last one goes, on whichever
-// threads that happens. Opens and closes at the same moment are not protected against each other.
+// threads that happens. Opens and closes at the same moment are not protected against each other's initialising.
 class ComCounter {
 public:
     // 0, or -1 with the reason logged and nothing counted. That COM is already initialised in another mode is no error.
@@ -20,7 +21,7 @@ public:
     void Remove();
 
 private:
-    uint32_t m_count = 0;
+    std::atomic<uint32_t> m_count = 0;
 };
 
 // Owns every engine that a host has a handle of; the handle is the engine's address. One lock serialises the frames

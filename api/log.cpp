@@ -13,7 +13,9 @@ constexpr std::array kLevelNames{"ERROR", "WARNING", "INFO", "DEBUG"};
 
 }  // namespace
 
-void SetLogConfiguration(const orvane_init_param& configuration) { g_logConfiguration = configuration; }
+void SetLogConfiguration(const orvane_init_param& configuration) {
+    g_logConfiguration = configuration;
+}
 
 void LogMessage(int32_t level, const char* format, ...) {
     if (level > g_logConfiguration.level || g_logConfiguration.callback == nullptr) {

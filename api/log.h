@@ -6,7 +6,7 @@
 
 #include "api/orvane.h"
 
-#if defined(__MINGW32__)
+#if defined(__MINGW32__) && !defined(__clang__)
 #define ORVANE_PRINTF_LIKE(text, values) __attribute__((format(gnu_printf, text, values)))
 #elif defined(__GNUC__)
 #define ORVANE_PRINTF_LIKE(text, values) __attribute__((format(printf, text, values)))

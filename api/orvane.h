@@ -6,8 +6,9 @@
  *     orvane_init -> orvane_check_supported -> orvane_open -> orvane_process ... -> orvane_close
  *
  * Threads: every function may be called from any thread, with these limits. orvane_init writes the log
- * configuration without a lock: call it before anything else. orvane_open and orvane_close count the
- * instances for which COM was initialised without a lock: do not run two of them at the same moment.
+ * configuration without a lock: call it before anything else. The first orvane_open of a series initialises COM
+ * and the last orvane_close uninitialises it, each on its own thread and without a lock: do not run an open beside
+ * another open or a close.
  * Frames of all instances run one at a time; a second orvane_process waits for the first.
  *
  * Errors: a function never raises because of what a host passes in. It logs one or more lines through the
@@ -59,16 +60,16 @@ enum orvane_log_level {
 
 /* Why orvane_check_supported refused the machine; values of orvane_check_result.status. */
 enum orvane_check_status {
-    ORVANE_CHECK_NO_DXGI = 1,             /* dxgi.dll cannot be loaded */
-    ORVANE_CHECK_NO_D3D12 = 2,            /* d3d12.dll cannot be loaded */
-    ORVANE_CHECK_NO_DIRECTML = 3,         /* DirectML.dll cannot be loaded */
-    ORVANE_CHECK_NO_DXGI_ENTRY = 4,       /* dxgi.dll has no CreateDXGIFactory2 */
-    ORVANE_CHECK_NO_D3D12_ENTRY = 5,      /* d3d12.dll has no D3D12CreateDevice */
-    ORVANE_CHECK_NO_DIRECTML_ENTRY = 6,   /* DirectML.dll has no DMLCreateDevice */
-    ORVANE_CHECK_NO_FACTORY = 7,          /* CreateDXGIFactory2 failed */
-    ORVANE_CHECK_NO_ADAPTER = 8,          /* no graphics adapter was found */
-    ORVANE_CHECK_NO_DEVICE = 9,           /* no Direct3D 12 device of feature level 11_0 on the best adapter */
-    ORVANE_CHECK_WINDOWS_TOO_OLD = 12,    /* Windows is older than 10.0 build 18362 */
+    ORVANE_CHECK_NO_DXGI = 1,           /* dxgi.dll cannot be loaded */
+    ORVANE_CHECK_NO_D3D12 = 2,          /* d3d12.dll cannot be loaded */
+    ORVANE_CHECK_NO_DIRECTML = 3,       /* DirectML.dll cannot be loaded */
+    ORVANE_CHECK_NO_DXGI_ENTRY = 4,     /* dxgi.dll has no CreateDXGIFactory2 */
+    ORVANE_CHECK_NO_D3D12_ENTRY = 5,    /* d3d12.dll has no D3D12CreateDevice */
+    ORVANE_CHECK_NO_DIRECTML_ENTRY = 6, /* DirectML.dll has no DMLCreateDevice */
+    ORVANE_CHECK_NO_FACTORY = 7,        /* CreateDXGIFactory2 failed */
+    ORVANE_CHECK_NO_ADAPTER = 8,        /* no graphics adapter was found */
+    ORVANE_CHECK_NO_DEVICE = 9,         /* no Direct3D 12 device of feature level 11_0 on the best adapter */
+    ORVANE_CHECK_WINDOWS_TOO_OLD = 12,  /* Windows is older than 10.0 build 18362 */
 };
 
 /* Strength of the best adapter, judged by its name; values of orvane_check_class.performanceClass.
@@ -96,7 +97,7 @@ typedef struct orvane_instance* orvane_handle;
  *   arguments  the values for format, valid during the call
  *
  * Called on whichever thread the message arises on, possibly on several at once, and while orvane_process or
- * orvane_close holds the library's lock: it must not call orvane_process or orvane_close.
+ * orvane_close holds the library's lock: it must not call orvane_open, orvane_process or orvane_close.
  */
 typedef void (*orvane_log_callback)(void* userData, int32_t level, const char* format, va_list arguments);
 
@@ -135,7 +136,8 @@ typedef struct orvane_frame {
     uint32_t format;      /* written on the output frame: the pixelFormat of the instance */
     int32_t stride;       /* bytes from one row to the next. Input: a positive multiple of 4; padding at the end
                              of the rows is processed as picture. Output: 0 or more; a smaller one than
-                             4 x the output width truncates each row, bytes beyond the row stay untouched. */
+                             4 x the output width truncates each row. Up to the next multiple of 256 above
+                             4 x the output width the padding of a row may be overwritten, beyond it not. */
     uint8_t reserved[16]; /* not read or written */
     void* data;           /* first byte of the first row. Input: height x stride bytes, only read. Output:
                              twice the input height in rows of stride bytes, written. */
@@ -201,7 +203,7 @@ ORVANE_API const char* orvane_get_version(void);
  * loaded and no object alive. It loads the graphics stack and makes a test device, so it takes a while.
  *
  *   result  written as far as the check gets
- *   cls     must not be null unless result is; libraryConstant is written on every call
+ *   cls     may be null; libraryConstant is written on every call
  *
  * Returns ORVANE_OK, ORVANE_ERROR_UNSUPPORTED with the reason in result->status, or ORVANE_ERROR_INVALID
  * when result is null (cls is then left alone).
@@ -243,12 +245,14 @@ ORVANE_API orvane_handle orvane_open(const orvane_open_param* param);
  *   ORVANE_OK             output->data holds 2 x height rows of 2 x (stride / 4) pixels with alpha 255
  *   ORVANE_ERROR_FAILED   the frame failed: output->data is not to be used. If the failure was in the rebuild for
  *                         another size ("Failed to re-initialize sample"), the handle is closed.
- *   ORVANE_ERROR_INVALID  a null argument or data pointer, or an unknown or closed handle
+ *   ORVANE_ERROR_INVALID  a null argument or data pointer, an unknown or closed handle, or an instance that is
+ *                         not ready
  */
 ORVANE_API int orvane_process(orvane_handle handle, orvane_frame* output, const orvane_frame* input);
 
 /*
  * Closes an instance and releases everything that it holds. Waits for a frame in progress on any instance.
+ * Close every instance before unloading the library; what is open then is not released before the process ends.
  * Uninitialises COM on the calling thread when it was the last instance.
  *
  * Returns ORVANE_OK, also for an unknown handle, or ORVANE_ERROR_INVALID for a null handle.

@@ -3,11 +3,11 @@ if(MSVC)
   add_compile_options(/W4 /WX /permissive- /utf-8)
   add_compile_definitions(_CRT_SECURE_NO_WARNINGS)
 else()
-  add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wconversion -Wsign-conversion
-                      -Wold-style-cast -Werror)
-  if(WIN32)
-    # Direct3D's and COM's own headers, included as system headers, expand macros with old-style casts here.
-    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-old-style-cast>)
+  add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+                      $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>)
+  if(NOT WIN32)
+    # On Windows the system's own macros expand to such casts.
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
   endif()
 endif()
 

@@ -4,13 +4,13 @@
 //     compile_shader /T cs_5_0 /E main /Vn g_name /Fh output.h input.hlsl
 #include <windows.h>
 //
-#include <d3dcompiler.h>
-
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <string>
+
+#include <d3dcompiler.h>
 
 namespace {
 
@@ -51,18 +51,19 @@ int main(int argc, char** argv) {
 
     const HMODULE compiler = LoadLibraryW(L"d3dcompiler_47.dll");
     auto* const compile =
-        compiler == nullptr ? nullptr : reinterpret_cast<pD3DCompile>(reinterpret_cast<void*>(GetProcAddress(compiler, "D3DCompile")));
+        compiler == nullptr
+            ? nullptr
+            : reinterpret_cast<pD3DCompile>(reinterpret_cast<void*>(GetProcAddress(compiler, "D3DCompile")));
     if (compile == nullptr) {
         std::fprintf(stderr, "d3dcompiler_47.dll cannot be used, error %lu\n", GetLastError());
         return 1;
     }
     ID3DBlob* code = nullptr;
     ID3DBlob* messages = nullptr;
-    const HRESULT hr = compile(source.data(), source.size(), input.c_str(), nullptr, nullptr, options["/E"].c_str(),
-                               options["/T"].c_str(),
-                               D3DCOMPILE_OPTIMIZATION_LEVEL3 | D3DCOMPILE_ENABLE_STRICTNESS |
-                                   D3DCOMPILE_WARNINGS_ARE_ERRORS,
-                               0, &code, &messages);
+    const HRESULT hr = compile(
+        source.data(), source.size(), input.c_str(), nullptr, nullptr, options["/E"].c_str(), options["/T"].c_str(),
+        D3DCOMPILE_OPTIMIZATION_LEVEL3 | D3DCOMPILE_ENABLE_STRICTNESS | D3DCOMPILE_WARNINGS_ARE_ERRORS, 0, &code,
+        &messages);
     if (messages != nullptr) {
         std::fprintf(stderr, "%s", static_cast<const char*>(messages->GetBufferPointer()));
     }

@@ -34,9 +34,8 @@ private:
 
 }  // namespace
 
-int32_t CreateConvolution(const DirectMLContext& context, const TensorShape& inputShape,
-                          const TensorShape& filterShape, const TensorShape& outputShape,
-                          ComPtr<IDMLCompiledOperator>& compiledOperator) {
+int32_t CreateConvolution(const DirectMLContext& context, const TensorShape& inputShape, const TensorShape& filterShape,
+                          const TensorShape& outputShape, ComPtr<IDMLCompiledOperator>& compiledOperator) {
     const uint32_t outChannels = filterShape[0];
     const TensorDesc input(inputShape, context.layout);
     const TensorDesc filter(filterShape, context.layout);
@@ -71,10 +70,9 @@ int32_t CreateConvolution(const DirectMLContext& context, const TensorShape& inp
                      "CreateOperator") != 0) {
         return -1;
     }
-    return CheckHResult(
-        context.device->CompileOperator(uncompiled.Get(), context.executionFlags,
-                                        IID_PPV_ARGS(compiledOperator.ReleaseAndGetAddressOf())),
-        "CompileOperator");
+    return CheckHResult(context.device->CompileOperator(uncompiled.Get(), context.executionFlags,
+                                                        IID_PPV_ARGS(compiledOperator.ReleaseAndGetAddressOf())),
+                        "CompileOperator");
 }
 
 }  // namespace orvane

@@ -9,10 +9,10 @@ namespace {
 int32_t CreateDevice(DX::DeviceResources& resources, DirectMLContext& context) {
     context.executionFlags = DML_EXECUTION_FLAG_NONE;
     context.layout = TensorLayout::kNchw;
-    if (CheckHResult(resources.GetSystemLibraries().DMLCreateDevice(
-                         resources.GetD3DDevice(), DML_CREATE_DEVICE_FLAG_NONE,
-                         IID_PPV_ARGS(context.device.ReleaseAndGetAddressOf())),
-                     "DMLCreateDevice") != 0) {
+    if (CheckHResult(
+            resources.GetSystemLibraries().DMLCreateDevice(resources.GetD3DDevice(), DML_CREATE_DEVICE_FLAG_NONE,
+                                                           IID_PPV_ARGS(context.device.ReleaseAndGetAddressOf())),
+            "DMLCreateDevice") != 0) {
         LogMessage(ORVANE_LOG_ERROR, "Failed to DMLCreateDevice, error code: %d", -1);
         return -1;
     }
@@ -60,9 +60,8 @@ int32_t CreateDirectMLContext(DX::DeviceResources& resources, DirectMLContext& c
         RequireHalfPrecision(*context.device.Get()) != 0) {
         return -1;
     }
-    return CheckHResult(
-        context.device->CreateCommandRecorder(IID_PPV_ARGS(context.recorder.ReleaseAndGetAddressOf())),
-        "CreateCommandRecorder");
+    return CheckHResult(context.device->CreateCommandRecorder(IID_PPV_ARGS(context.recorder.ReleaseAndGetAddressOf())),
+                        "CreateCommandRecorder");
 }
 
 }  // namespace orvane

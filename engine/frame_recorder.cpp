@@ -5,15 +5,16 @@
 namespace orvane {
 
 FrameRecorder::FrameRecorder(DX::DeviceResources& resources, const DirectMLContext& context,
-                             const LayoutShaders& shaders, const NetworkGraph& graph,
-                             const OperatorBindings& bindings, const FrameResources& frame)
+                             const LayoutShaders& shaders, const NetworkGraph& graph, const OperatorBindings& bindings,
+                             const FrameResources& frame)
     : m_device(*resources.GetD3DDevice()),
       m_commandList(*resources.GetCommandList()),
       m_context(context),
       m_shaders(shaders),
       m_graph(graph),
       m_bindings(bindings),
-      m_frame(frame) {}
+      m_frame(frame) {
+}
 
 int32_t FrameRecorder::UploadFrame(const void* data, uint64_t byteSize, uint32_t rowPitch) {
     ID3D12Resource* const texture = m_frame.inputTexture.Get();
@@ -80,8 +81,8 @@ void FrameRecorder::WaitForUnorderedAccess() {
 }
 
 template <typename Constants>
-void FrameRecorder::Dispatch(const ComputeShader& shader, const DescriptorHeap& descriptors,
-                             const Constants& constants, ThreadGroups groups, uint32_t depth) {
+void FrameRecorder::Dispatch(const ComputeShader& shader, const DescriptorHeap& descriptors, const Constants& constants,
+                             ThreadGroups groups, uint32_t depth) {
     ID3D12DescriptorHeap* const heaps[] = {descriptors.Get()};
     m_commandList.SetDescriptorHeaps(1, heaps);
     m_commandList.SetComputeRootSignature(shader.rootSignature.Get());

@@ -19,8 +19,8 @@ public:
     FrameRecorder(DX::DeviceResources& resources, const DirectMLContext& context, const LayoutShaders& shaders,
                   const NetworkGraph& graph, const OperatorBindings& bindings, const FrameResources& frame);
 
-    // The host's pixels into the input texture; rows are `rowPitch` bytes apart. The data is copied before this returns.
-    // 0, or -1 with the reason logged when nothing could be copied.
+    // The host's pixels into the input texture; rows are `rowPitch` bytes apart. The data is copied before this
+    // returns. 0, or -1 with the reason logged when nothing could be copied.
     int32_t UploadFrame(const void* data, uint64_t byteSize, uint32_t rowPitch);
     // Input texture -> network input.
     void ImageToTensor(FrameSize inputSize);

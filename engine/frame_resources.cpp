@@ -9,31 +9,37 @@ namespace {
 constexpr DXGI_FORMAT kPixelFormat = DXGI_FORMAT_R8G8B8A8_UNORM;
 constexpr DXGI_FORMAT kTensorFormat = DXGI_FORMAT_R16_FLOAT;
 
-int32_t CreateResource(ID3D12Device& device, D3D12_HEAP_TYPE heapType, const D3D12_RESOURCE_DESC& desc,
-                       D3D12_RESOURCE_STATES initialState, ComPtr<ID3D12Resource>& resource) {
-    const CD3DX12_HEAP_PROPERTIES heapProperties(heapType);
-    if (CheckHResult(device.CreateCommittedResource(&heapProperties, D3D12_HEAP_FLAG_NONE, &desc, initialState,
-                                                    nullptr, IID_PPV_ARGS(resource.ReleaseAndGetAddressOf())),
-                     "CreateCommittedResource") != 0) {
+int32_t CheckResource(HRESULT hr) {
+    if (CheckHResult(hr, "CreateCommittedResource") != 0) {
         LogMessage(ORVANE_LOG_ERROR, "Failed to CreateCommittedResource, error code: %d", -1);
         return -1;
     }
     return 0;
 }
 
+HRESULT CreateResource(ID3D12Device& device, D3D12_HEAP_TYPE heapType, const D3D12_RESOURCE_DESC& desc,
+                       D3D12_RESOURCE_STATES initialState, ComPtr<ID3D12Resource>& resource) {
+    const CD3DX12_HEAP_PROPERTIES heapProperties(heapType);
+    return device.CreateCommittedResource(&heapProperties, D3D12_HEAP_FLAG_NONE, &desc, initialState, nullptr,
+                                          IID_PPV_ARGS(resource.ReleaseAndGetAddressOf()));
+}
+
 int32_t CreateTexture(ID3D12Device& device, FrameSize size, D3D12_RESOURCE_FLAGS flags,
                       D3D12_RESOURCE_STATES initialState, ComPtr<ID3D12Resource>& texture) {
-    const auto desc =
-        CD3DX12_RESOURCE_DESC::Tex2D(kPixelFormat, size.width, size.height, 1, 1, 1, 0, flags);
-    return CreateResource(device, D3D12_HEAP_TYPE_DEFAULT, desc, initialState, texture);
+    // Not every driver refuses what Direct3D does not allow, and some then write beyond the texture.
+    constexpr uint32_t kMaxSize = D3D12_REQ_TEXTURE2D_U_OR_V_DIMENSION;
+    if (size.width > kMaxSize || size.height > kMaxSize) {
+        return CheckResource(E_INVALIDARG);
+    }
+    const auto desc = CD3DX12_RESOURCE_DESC::Tex2D(kPixelFormat, size.width, size.height, 1, 1, 1, 0, flags);
+    return CheckResource(CreateResource(device, D3D12_HEAP_TYPE_DEFAULT, desc, initialState, texture));
 }
 
 // A buffer on the host's side that takes the whole of a texture.
 int32_t CreateStagingBuffer(ID3D12Device& device, D3D12_HEAP_TYPE heapType, ID3D12Resource& texture,
-                            D3D12_RESOURCE_STATES initialState, const wchar_t* name,
-                            ComPtr<ID3D12Resource>& buffer) {
+                            D3D12_RESOURCE_STATES initialState, const wchar_t* name, ComPtr<ID3D12Resource>& buffer) {
     const auto desc = CD3DX12_RESOURCE_DESC::Buffer(GetRequiredIntermediateSize(&texture, 0, 1));
-    if (CreateResource(device, heapType, desc, initialState, buffer) != 0) {
+    if (CheckResource(CreateResource(device, heapType, desc, initialState, buffer)) != 0) {
         return -1;
     }
     buffer->SetName(name);
@@ -49,7 +55,9 @@ void CreateImageReadView(ID3D12Device& device, ID3D12Resource& texture, D3D12_CP
     device.CreateShaderResourceView(&texture, &desc, handle);
 }
 
-UINT HalfCount(ID3D12Resource& tensor) { return static_cast<UINT>(BufferSize(tensor) / sizeof(uint16_t)); }
+UINT HalfCount(ID3D12Resource& tensor) {
+    return static_cast<UINT>(BufferSize(tensor) / sizeof(uint16_t));
+}
 
 }  // namespace
 

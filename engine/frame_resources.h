@@ -23,8 +23,8 @@ struct FrameResources {
     ComPtr<ID3D12Resource> m_outputTextureReadback;
 };
 
-// Makes the textures and buffers and the descriptors of image2tensor, which writes `modelInput`. 0, or -1 with the reason
-// logged. `depthToSpaceDescriptors` is left as it is.
+// Makes the textures and buffers and the descriptors of image2tensor, which writes `modelInput`. 0, or -1 with the
+// reason logged. `depthToSpaceDescriptors` is left as it is.
 int32_t CreateFrameResources(ID3D12Device& device, FrameSize inputSize, FrameSize outputSize,
                              ID3D12Resource& modelInput, FrameResources& frame);
 

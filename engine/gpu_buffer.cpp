@@ -11,6 +11,8 @@ HRESULT CreateGpuBuffer(ID3D12Device& device, uint64_t byteSize, D3D12_RESOURCE_
                                           IID_PPV_ARGS(buffer.ReleaseAndGetAddressOf()));
 }
 
-uint64_t BufferSize(ID3D12Resource& buffer) { return GetDesc(&buffer).Width; }
+uint64_t BufferSize(ID3D12Resource& buffer) {
+    return GetDesc(&buffer).Width;
+}
 
 }  // namespace orvane

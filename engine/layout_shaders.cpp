@@ -30,10 +30,10 @@ int32_t CreateRootSignature(DX::DeviceResources& resources, UINT constantCount, 
     ComPtr<ID3DBlob> blob;
     if (CheckHResult(resources.GetSystemLibraries().D3D12SerializeRootSignature(desc, blob.GetAddressOf()),
                      "D3D12SerializeRootSignature") != 0 ||
-        CheckHResult(resources.GetD3DDevice()->CreateRootSignature(
-                         0, blob->GetBufferPointer(), blob->GetBufferSize(),
-                         IID_PPV_ARGS(rootSignature.ReleaseAndGetAddressOf())),
-                     "CreateRootSignature") != 0) {
+        CheckHResult(
+            resources.GetD3DDevice()->CreateRootSignature(0, blob->GetBufferPointer(), blob->GetBufferSize(),
+                                                          IID_PPV_ARGS(rootSignature.ReleaseAndGetAddressOf())),
+            "CreateRootSignature") != 0) {
         return -1;
     }
     rootSignature->SetName(name);
@@ -58,8 +58,8 @@ int32_t CreatePipelineState(ID3D12Device& device, std::span<const unsigned char>
 
 int32_t CreateLayoutShaders(DX::DeviceResources& resources, LayoutShaders& shaders) {
     ID3D12Device& device = *resources.GetD3DDevice();
-    if (CreateRootSignature(resources, kImageLayoutConstantCount, L"Compute RS",
-                            shaders.imageToTensor.rootSignature) != 0 ||
+    if (CreateRootSignature(resources, kImageLayoutConstantCount, L"Compute RS", shaders.imageToTensor.rootSignature) !=
+            0 ||
         CreatePipelineState(device, g_image2tensor, L"Compute image2tensor PSO", shaders.imageToTensor) != 0 ||
         CreateRootSignature(resources, kDepthToSpaceConstantCount, L"DepthToSpaceCRD RS",
                             shaders.depthToSpace.rootSignature) != 0 ||

@@ -35,7 +35,9 @@ struct ThreadGroups {
     uint32_t x;
     uint32_t y;
 };
-inline ThreadGroups CoverWithGroups(uint32_t width, uint32_t height) { return {(width + 31) / 32, (height + 15) / 16}; }
+inline ThreadGroups CoverWithGroups(uint32_t width, uint32_t height) {
+    return {(width + 31) / 32, (height + 15) / 16};
+}
 
 // Builds both shaders, replacing those held. 0, or -1 with the failing call logged.
 int32_t CreateLayoutShaders(DX::DeviceResources& resources, LayoutShaders& shaders);

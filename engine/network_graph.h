@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "engine/directml_context.h"
+#include "engine/frame_size.h"
 #include "engine/network_weights.h"
 #include "engine/tensor_buffers.h"
 #include "engine/tensor_plan.h"
@@ -25,14 +27,9 @@ struct NetworkGraph {
     ID3D12Resource* FinalTensor() const { return buffers.m_modelIntermediateResult[plan.lastLayer].Get(); }
 };
 
-struct FrameSize {
-    uint32_t width = 0;  // pixels
-    uint32_t height = 0;
-};
-
-// Builds the network for one frame size, replacing what `graph` holds; weights that it already holds are kept. Reads the
-// model file at `modelPath` unless `weightLoader` still has it. 0, or -1 with the reason logged. Throws what the upload
-// batch throws.
+// Builds the network for one frame size, replacing what `graph` holds; weights that it already holds are kept. Reads
+// the model file at `modelPath` unless `weightLoader` still has it. 0, or -1 with the reason logged. Throws what the
+// upload batch throws.
 int32_t BuildNetworkGraph(DX::DeviceResources& resources, const DirectMLContext& context, FrameSize inputSize,
                           const NetworkConfig& config, const std::vector<LayerShape>& layers,
                           const std::string& modelPath, WeightLoader& weightLoader, NetworkGraph& graph);

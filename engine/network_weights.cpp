@@ -1,5 +1,7 @@
 #include "engine/network_weights.h"
 
+#include <utility>
+
 #include "api/log.h"
 #include "engine/gpu_buffer.h"
 #include "gpu/resource_upload_batch.h"
@@ -23,7 +25,7 @@ void UploadValues(ID3D12Device& device, DirectX::ResourceUploadBatch& batch, std
 }  // namespace
 
 void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>& layers, TensorLayout layout,
-                   const WeightMap& weightMap, NetworkWeights& weights) {
+                   WeightMap weightMap, NetworkWeights& weights) {
     ID3D12Device& device = *resources.GetD3DDevice();
     weights.filters.resize(layers.size());
     weights.biases.resize(layers.size());
@@ -32,9 +34,9 @@ void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>
     batch.Begin();
     for (uint32_t i = 0; i < layers.size(); ++i) {
         const TensorShape filterShape = FilterShape(layers[i]);
-        UploadValues(device, batch, ArrangeFilter(weightMap.at(FilterKey(i)), filterShape, layout),
+        UploadValues(device, batch, ArrangeFilter(std::move(weightMap.at(FilterKey(i))), filterShape, layout),
                      CalcTensorSize(filterShape, layout), weights.filters[i]);
-        UploadValues(device, batch, weightMap.at(BiasKey(i)), CalcTensorSize(BiasShape(layers[i]), layout),
+        UploadValues(device, batch, std::move(weightMap.at(BiasKey(i))), CalcTensorSize(BiasShape(layers[i]), layout),
                      weights.biases[i]);
     }
     batch.End(resources.GetCommandQueue()).wait();

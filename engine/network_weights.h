@@ -23,6 +23,6 @@ struct NetworkWeights {
 // Uploads every layer's weights in the order of the layout and waits until they have arrived. A buffer that cannot be
 // made is logged and left out. Throws what the upload batch throws.
 void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>& layers, TensorLayout layout,
-                   const WeightMap& weightMap, NetworkWeights& weights);
+                   WeightMap weightMap, NetworkWeights& weights);
 
 }  // namespace orvane

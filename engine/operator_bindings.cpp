@@ -12,8 +12,7 @@ namespace {
 // A binding of a whole buffer, or of nothing. DML_BINDING_DESC points into it, so it is not to be moved.
 class BufferBinding {
 public:
-    explicit BufferBinding(ID3D12Resource* buffer)
-        : m_buffer{buffer, 0, buffer != nullptr ? BufferSize(*buffer) : 0} {}
+    explicit BufferBinding(ID3D12Resource* buffer) : m_buffer{buffer, 0, buffer != nullptr ? BufferSize(*buffer) : 0} {}
 
     DML_BINDING_DESC Get() const {
         if (m_buffer.Buffer == nullptr) {
@@ -39,15 +38,20 @@ public:
           m_bindings(bindings),
           m_layerCount(static_cast<uint32_t>(layers.size())) {}
 
-    // Records the initialisation onto the open command list and makes every layer's binding table.
-    int32_t Build() {
+    // Records the initialisation of the operators onto the open command list.
+    int32_t RecordInitialization() {
         m_bindings.persistentResources.resize(m_layerCount);
-        m_bindings.temporaryResources.resize(m_layerCount);
-        m_bindings.bindingTables.resize(m_layerCount);
-        if (CreateInitializer() != 0 || CreateDescriptorHeap() != 0 || CreatePersistentResources() != 0 ||
-            RecordInitializer() != 0) {
+        if (CreateInitializer() != 0 || CreateDescriptorHeap() != 0 || CreatePersistentResources() != 0) {
             return -1;
         }
+        return RecordInitializer();
+    }
+
+    // Makes every layer's binding table, once the initialisation has run: the first layer's descriptors take the place
+    // of the initializer's.
+    int32_t BindLayers() {
+        m_bindings.temporaryResources.resize(m_layerCount);
+        m_bindings.bindingTables.resize(m_layerCount);
         for (uint32_t i = 0; i < m_layerCount; ++i) {
             if (BindLayer(i) != 0) {
                 return -1;
@@ -59,21 +63,22 @@ public:
 private:
     int32_t CreateInitializer() {
         std::vector<IDMLCompiledOperator*> operators;
+        operators.reserve(m_layerCount);
         for (const auto& compiledOperator : m_graph.operators) {
             operators.push_back(compiledOperator.Get());
         }
-        return CheckHResult(m_context.device->CreateOperatorInitializer(
-                                m_layerCount, operators.data(),
-                                IID_PPV_ARGS(m_bindings.initializer.ReleaseAndGetAddressOf())),
-                            "CreateOperatorInitializer");
+        return CheckHResult(
+            m_context.device->CreateOperatorInitializer(m_layerCount, operators.data(),
+                                                        IID_PPV_ARGS(m_bindings.initializer.ReleaseAndGetAddressOf())),
+            "CreateOperatorInitializer");
     }
 
     // Every operator gets as many descriptors as the most demanding one needs; the initializer uses the first ones.
     int32_t CreateDescriptorHeap() {
         m_descriptorsPerOperator = GetBindingProperties(m_bindings.initializer.Get()).RequiredDescriptorCount;
         for (const auto& compiledOperator : m_graph.operators) {
-            m_descriptorsPerOperator = std::max(
-                m_descriptorsPerOperator, GetBindingProperties(compiledOperator.Get()).RequiredDescriptorCount);
+            m_descriptorsPerOperator = std::max(m_descriptorsPerOperator,
+                                                GetBindingProperties(compiledOperator.Get()).RequiredDescriptorCount);
         }
         if (CheckHResult(m_bindings.descriptorHeap.Create(m_device, m_layerCount * m_descriptorsPerOperator),
                          "CreateDescriptorHeap") != 0) {
@@ -105,7 +110,7 @@ private:
         ComPtr<IDMLBindingTable> table;
         if (CheckHResult(m_context.device->CreateBindingTable(&tableDesc, IID_PPV_ARGS(table.GetAddressOf())),
                          "CreateBindingTable") != 0 ||
-            CheckHResult(table->Reset(&tableDesc), "Reset") != 0) {
+            CheckHResult(table->Reset(&tableDesc), "ResetBindingTable") != 0) {
             return -1;
         }
         // No tensor is owned by DirectML, so the initializer has nothing to read.
@@ -114,8 +119,7 @@ private:
 
         m_bindings.initializerTemporary.Reset();
         if (properties.TemporaryResourceSize != 0) {
-            const int32_t result =
-                BindTempResourceIfNeeded(properties, *table.Get(), m_bindings.initializerTemporary);
+            const int32_t result = BindTempResourceIfNeeded(properties, *table.Get(), m_bindings.initializerTemporary);
             if (result != 0) {
                 LogMessage(ORVANE_LOG_ERROR, "Failed to BindTempResourceIfNeeded for conv, error code: %d", result);
                 return -1;
@@ -127,10 +131,12 @@ private:
 
     void BindPersistentOutputs(IDMLBindingTable& table) {
         std::vector<BufferBinding> outputs;
+        outputs.reserve(m_layerCount);
         for (const auto& resource : m_bindings.persistentResources) {
             outputs.emplace_back(resource.Get());
         }
         std::vector<DML_BINDING_DESC> descs;
+        descs.reserve(m_layerCount);
         for (const BufferBinding& output : outputs) {
             descs.push_back(output.Get());
         }
@@ -147,18 +153,15 @@ private:
         }
         IDMLCompiledOperator* const compiledOperator = m_graph.operators[i].Get();
         const DML_BINDING_PROPERTIES properties = GetBindingProperties(compiledOperator);
-        const DML_BINDING_TABLE_DESC tableDesc =
-            TableDesc(compiledOperator, i * m_descriptorsPerOperator, properties);
+        const DML_BINDING_TABLE_DESC tableDesc = TableDesc(compiledOperator, i * m_descriptorsPerOperator, properties);
         ComPtr<IDMLBindingTable>& table = m_bindings.bindingTables[i];
-        if (CheckHResult(
-                m_context.device->CreateBindingTable(&tableDesc, IID_PPV_ARGS(table.ReleaseAndGetAddressOf())),
-                "CreateBindingTable") != 0) {
+        if (CheckHResult(m_context.device->CreateBindingTable(&tableDesc, IID_PPV_ARGS(table.ReleaseAndGetAddressOf())),
+                         "CreateBindingTable") != 0) {
             return -1;
         }
 
         const TensorBuffers& buffers = m_graph.buffers;
-        const BufferBinding input(
-            (i == 0 ? buffers.m_modelInput : buffers.m_modelIntermediateResult[i - 1]).Get());
+        const BufferBinding input((i == 0 ? buffers.m_modelInput : buffers.m_modelIntermediateResult[i - 1]).Get());
         const BufferBinding filterBinding(filter);
         const BufferBinding biasBinding(bias);
         const std::array inputs{input.Get(), filterBinding.Get(), biasBinding.Get()};
@@ -184,9 +187,8 @@ private:
     // Makes the temporary memory of a dispatchable in `slot` and binds it.
     int32_t BindTempResourceIfNeeded(const DML_BINDING_PROPERTIES& properties, IDMLBindingTable& table,
                                      ComPtr<ID3D12Resource>& slot) {
-        if (CheckHResult(
-                CreateGpuBuffer(m_device, properties.TemporaryResourceSize, D3D12_RESOURCE_STATE_COMMON, slot),
-                "CreateCommittedResource") != 0) {
+        if (CheckHResult(CreateGpuBuffer(m_device, properties.TemporaryResourceSize, D3D12_RESOURCE_STATE_COMMON, slot),
+                         "CreateCommittedResource") != 0) {
             LogMessage(ORVANE_LOG_ERROR, "Failed to CreateCommittedResource, error code: %d", -1);
             return -1;
         }
@@ -214,19 +216,19 @@ private:
 
 }  // namespace
 
-int32_t InitializeOperators(DX::DeviceResources& resources, const DirectMLContext& context,
-                            const NetworkGraph& graph, const std::vector<LayerShape>& layers,
-                            OperatorBindings& bindings) {
+int32_t InitializeOperators(DX::DeviceResources& resources, const DirectMLContext& context, const NetworkGraph& graph,
+                            const std::vector<LayerShape>& layers, OperatorBindings& bindings) {
     if (resources.ResetCommandList() != 0) {
         return -1;
     }
-    const int32_t result = BindingBuilder(resources, context, graph, layers, bindings).Build();
+    BindingBuilder builder(resources, context, graph, layers, bindings);
+    const int32_t result = builder.RecordInitialization();
     // Closed on failure too, or it could not be reset again.
     if (CheckHResult(resources.GetCommandList()->Close(), "Close") != 0 || result != 0) {
         return -1;
     }
     resources.ExecuteAndWait();
-    return 0;
+    return builder.BindLayers();
 }
 
 }  // namespace orvane

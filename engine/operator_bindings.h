@@ -24,10 +24,9 @@ struct OperatorBindings {
     std::vector<ComPtr<IDMLBindingTable>> bindingTables;
 };
 
-// Initialises the operators on the GPU, waits for that, and binds every layer's buffers. 0, or -1 with the reason logged.
-// Throws std::out_of_range when a descriptor would lie outside the heap.
-int32_t InitializeOperators(DX::DeviceResources& resources, const DirectMLContext& context,
-                            const NetworkGraph& graph, const std::vector<LayerShape>& layers,
-                            OperatorBindings& bindings);
+// Initialises the operators on the GPU, waits for that, and binds every layer's buffers. 0, or -1 with the reason
+// logged. Throws std::out_of_range when a descriptor would lie outside the heap.
+int32_t InitializeOperators(DX::DeviceResources& resources, const DirectMLContext& context, const NetworkGraph& graph,
+                            const std::vector<LayerShape>& layers, OperatorBindings& bindings);
 
 }  // namespace orvane

@@ -10,7 +10,7 @@ namespace orvane {
 // rows, `stride` bytes apart. A stride below the row pitch truncates the rows to the stride; otherwise `rowPitch` bytes
 // of each row are written, padding included, as far as the read-back buffer reaches (its last row has no padding).
 // `rowPitch` is at least `rowBytes`; `stride` is not negative.
-void CopyRows(std::span<const uint8_t> source, uint32_t rowPitch, uint8_t* target, int32_t stride,
-              uint32_t rowBytes, uint32_t height);
+void CopyRows(std::span<const uint8_t> source, uint32_t rowPitch, uint8_t* target, int32_t stride, uint32_t rowBytes,
+              uint32_t height);
 
 }  // namespace orvane

@@ -11,9 +11,6 @@
 namespace orvane {
 namespace {
 
-constexpr uint32_t kScale = 2;
-constexpr uint32_t kBytesPerPixel = 4;
-
 int64_t NowMicroseconds() {
     LARGE_INTEGER counter{};
     LARGE_INTEGER frequency{};
@@ -29,8 +26,7 @@ std::string ModelPath(const orvane_open_param& record) {
 
 }  // namespace
 
-Sample::Sample()
-    : m_deviceResources(DXGI_FORMAT_R8G8B8A8_UNORM, DXGI_FORMAT_UNKNOWN, 1, D3D_FEATURE_LEVEL_11_0, 1) {
+Sample::Sample() : m_deviceResources(DXGI_FORMAT_R8G8B8A8_UNORM, DXGI_FORMAT_UNKNOWN, 1, D3D_FEATURE_LEVEL_11_0, 1) {
     m_deviceResources.RegisterDeviceNotify(this);
 }
 
@@ -85,8 +81,8 @@ void Sample::Release() {
 
 int32_t Sample::Reinit(const orvane_open_param* record) {
     SetGeometry(*record);
-    LogMessage(ORVANE_LOG_INFO, "Re-initializing with new resolution: %dx%d",
-               static_cast<int>(m_geometry.input.width), static_cast<int>(m_geometry.input.height));
+    LogMessage(ORVANE_LOG_INFO, "Re-initializing with new resolution: %dx%d", static_cast<int>(m_geometry.input.width),
+               static_cast<int>(m_geometry.input.height));
     if (const int32_t result = CreateDirectMLResources(); result != 0) {
         LogMessage(ORVANE_LOG_ERROR, "Failed to CreateDirectMLResources on Reinit, error code: %d", result);
         return -1;
@@ -117,6 +113,9 @@ int32_t Sample::Infer(const orvane_frame* input, orvane_frame* output) {
         return -1;
     }
     m_deviceResources.ExecuteAndWait();
+    if (CheckDevices() != 0) {
+        return -1;
+    }
     if (output != nullptr && ReadBack(*input, *output) != 0) {
         return -1;
     }
@@ -134,7 +133,7 @@ void Sample::DeviceLost() {
 void Sample::SetGeometry(const orvane_open_param& record) {
     m_openParams = record;
     m_geometry.input = {record.inputWidth, record.inputHeight};
-    m_geometry.output = {kScale * record.inputWidth, kScale * record.inputHeight};
+    m_geometry.output = Doubled(m_geometry.input);
     m_geometry.pixelFormat = record.pixelFormat;
 }
 
@@ -184,6 +183,14 @@ int32_t Sample::RecordFrame(const orvane_frame& input) {
     return 0;
 }
 
+// Waiting for a device that is gone ends at once and without a word, and what would be read back is not the frame.
+int32_t Sample::CheckDevices() const {
+    if (CheckHResult(m_deviceResources.GetD3DDevice()->GetDeviceRemovedReason(), "GetDeviceRemovedReason") != 0) {
+        return -1;
+    }
+    return CheckHResult(m_directML.device->GetDeviceRemovedReason(), "GetDeviceRemovedReason");
+}
+
 int32_t Sample::ReadBack(const orvane_frame& input, orvane_frame& output) {
     output.format = m_geometry.pixelFormat;
     output.userValue = input.userValue;
@@ -191,8 +198,7 @@ int32_t Sample::ReadBack(const orvane_frame& input, orvane_frame& output) {
     const D3D12_RESOURCE_DESC desc = GetDesc(m_frame.outputTexture.Get());
     D3D12_PLACED_SUBRESOURCE_FOOTPRINT footprint{};
     UINT64 totalBytes = 0;
-    m_deviceResources.GetD3DDevice()->GetCopyableFootprints(&desc, 0, 1, 0, &footprint, nullptr, nullptr,
-                                                             &totalBytes);
+    m_deviceResources.GetD3DDevice()->GetCopyableFootprints(&desc, 0, 1, 0, &footprint, nullptr, nullptr, &totalBytes);
     const D3D12_RANGE readRange{0, static_cast<SIZE_T>(totalBytes)};
     void* data = nullptr;
     if (CheckHResult(m_frame.m_outputTextureReadback->Map(0, &readRange, &data), "m_outputTextureReadback") != 0) {

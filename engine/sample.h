@@ -23,8 +23,8 @@ struct FrameGeometry {
     uint32_t pixelFormat = 0;  // the host's tag for output frames
 };
 
-// Used by one thread at a time. Constructed, then Init and InitResources; then frames; Release and Reinit rebuild it for
-// another frame size on the same device. Nothing is rolled back when a step fails: what exists by then stays until
+// Used by one thread at a time. Constructed, then Init and InitResources; then frames; Release and Reinit rebuild it
+// for another frame size on the same device. Nothing is rolled back when a step fails: what exists by then stays until
 // Release or destruction, and the owner destroys an engine whose set-up failed.
 //
 // All functions that return an int32_t return 0, or another value with the reason logged.
@@ -55,8 +55,8 @@ public:
     // The record that the engine was last set up from.
     const orvane_open_param& OpenParams() const { return m_openParams; }
 
+    // Leaves the engine not ready for good.
     void DeviceLost() override;
-    // Does nothing: an instance whose device was lost stays unusable.
     void DeviceRestored() override {}
 
 private:
@@ -65,6 +65,7 @@ private:
     int32_t InitializeDirectMLResources();
     int32_t InitTextureResource();
     int32_t RecordFrame(const orvane_frame& input);
+    int32_t CheckDevices() const;
     int32_t ReadBack(const orvane_frame& input, orvane_frame& output);
 
     // Released in reverse order, so the device outlives everything that lives on it.

@@ -10,7 +10,9 @@ HRESULT CreateTensorBuffer(ID3D12Device& device, uint64_t byteSize, ComPtr<ID3D1
     return CreateGpuBuffer(device, byteSize, D3D12_RESOURCE_STATE_UNORDERED_ACCESS, buffer);
 }
 
-uint32_t RemovedReason(ID3D12Device& device) { return static_cast<uint32_t>(device.GetDeviceRemovedReason()); }
+uint32_t RemovedReason(ID3D12Device& device) {
+    return static_cast<uint32_t>(device.GetDeviceRemovedReason());
+}
 
 int32_t CreateModelInput(ID3D12Device& device, uint64_t byteSize, ComPtr<ID3D12Resource>& buffer) {
     if (CheckHResult(CreateTensorBuffer(device, byteSize, buffer), "CreateCommittedResource m_modelInput") == 0) {
@@ -58,7 +60,9 @@ int32_t CreateIntermediateResults(ID3D12Device& device, const NetworkPlan& plan,
     return 0;
 }
 
-double Mebibytes(uint64_t byteSize) { return static_cast<double>(byteSize) / 1048576.0; }
+double Mebibytes(uint64_t byteSize) {
+    return static_cast<double>(byteSize) / 1048576.0;
+}
 
 }  // namespace
 
@@ -93,8 +97,7 @@ int32_t CreateTensorBuffers(ID3D12Device& device, const NetworkPlan& plan, Tenso
         return -1;
     }
     const uint64_t totalSize = plan.modelInputSize + plan.modelOutputSize + intermediateSize;
-    LogMessage(ORVANE_LOG_INFO,
-               "Total GPU memory allocated: %.2f MB (Input: %.2f, Output: %.2f, Intermediate: %.2f)",
+    LogMessage(ORVANE_LOG_INFO, "Total GPU memory allocated: %.2f MB (Input: %.2f, Output: %.2f, Intermediate: %.2f)",
                Mebibytes(totalSize), Mebibytes(plan.modelInputSize), Mebibytes(plan.modelOutputSize),
                Mebibytes(intermediateSize));
     return 0;

@@ -5,7 +5,7 @@
 namespace orvane {
 namespace {
 
-constexpr uint32_t kBlockSize = 2;  // the library doubles
+constexpr uint32_t kBlockSize = kScale;
 
 uint32_t BitsPerElement(TensorDataType type) {
     switch (type) {
@@ -37,7 +37,9 @@ uint64_t ElementCount(const TensorShape& shape, const TensorStrides* strides) {
     return lastIndex + 1;
 }
 
-void Raise(uint64_t& size, uint64_t atLeast) { size = std::max(size, atLeast); }
+void Raise(uint64_t& size, uint64_t atLeast) {
+    size = std::max(size, atLeast);
+}
 
 }  // namespace
 
@@ -64,15 +66,15 @@ uint64_t CalcTensorSize(const TensorShape& shape, TensorLayout layout) {
     return CalcBufferTensorSize(shape, &strides, TensorDataType::kFloat16);
 }
 
-NetworkPlan PlanNetwork(uint32_t inputWidth, uint32_t inputHeight, const std::vector<LayerShape>& layers,
-                        TensorLayout layout) {
+NetworkPlan PlanNetwork(FrameSize inputSize, const std::vector<LayerShape>& layers, TensorLayout layout) {
     const auto layerCount = static_cast<uint32_t>(layers.size());
     NetworkPlan plan;
     plan.shapes.resize(layerCount + 2);
     plan.bufferSizes.resize(layerCount + 2);
 
-    plan.inputShape = {1, 3, inputHeight, inputWidth};
-    const TensorShape outputShape{1, 3, kBlockSize * inputHeight, kBlockSize * inputWidth};
+    const FrameSize outputSize = Doubled(inputSize);
+    plan.inputShape = {1, 3, inputSize.height, inputSize.width};
+    const TensorShape outputShape{1, 3, outputSize.height, outputSize.width};
     plan.modelInputSize = CalcTensorSize(plan.inputShape, layout);
     plan.modelOutputSize = CalcTensorSize(outputShape, layout);
 
@@ -91,8 +93,7 @@ NetworkPlan PlanNetwork(uint32_t inputWidth, uint32_t inputHeight, const std::ve
     return plan;
 }
 
-std::vector<uint16_t> ArrangeFilter(const std::vector<uint16_t>& values, const TensorShape& filterShape,
-                                    TensorLayout layout) {
+std::vector<uint16_t> ArrangeFilter(std::vector<uint16_t> values, const TensorShape& filterShape, TensorLayout layout) {
     if (layout == TensorLayout::kNchw) {
         return values;
     }

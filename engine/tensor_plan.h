@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "engine/frame_size.h"
 #include "model/network.h"
 
 namespace orvane {
@@ -68,13 +69,11 @@ struct NetworkPlan {
     }
 };
 
-// `layers` must not be empty. Sizes are in pixels; absurd ones give absurd plans that Direct3D refuses.
-NetworkPlan PlanNetwork(uint32_t inputWidth, uint32_t inputHeight, const std::vector<LayerShape>& layers,
-                        TensorLayout layout);
+// `layers` must not be empty. Absurd sizes give absurd plans, which Direct3D refuses.
+NetworkPlan PlanNetwork(FrameSize inputSize, const std::vector<LayerShape>& layers, TensorLayout layout);
 
 // A filter's values, {O, I, kH, kW} as in the model file, in the order of the layout: unchanged for NCHW, as
 // {O, kH, kW, I} for NHWC.
-std::vector<uint16_t> ArrangeFilter(const std::vector<uint16_t>& values, const TensorShape& filterShape,
-                                    TensorLayout layout);
+std::vector<uint16_t> ArrangeFilter(std::vector<uint16_t> values, const TensorShape& filterShape, TensorLayout layout);
 
 }  // namespace orvane

@@ -15,9 +15,8 @@ constexpr size_t kMaxNameBytes = 127;
 
 std::string LowerCase(std::string_view name) {
     std::string lower(name.substr(0, kMaxNameBytes));
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     return lower;
 }
 

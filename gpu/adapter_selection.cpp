@@ -36,7 +36,7 @@ std::vector<AdapterCandidate> EnumerateAdapters(IDXGIFactory1& factory) {
         const AdapterRank rank = RankAdapter(TraitsOf(candidate.desc));
         candidate.isDiscrete = rank.isDiscrete ? 1 : 0;
         candidate.score = rank.score;
-        candidates.push_back(candidate);
+        candidates.push_back(std::move(candidate));
     }
     return candidates;
 }

@@ -12,8 +12,8 @@ namespace DX {
 using orvane::CheckHResult;
 using orvane::LogMessage;
 
-DeviceResources::DeviceResources(DXGI_FORMAT backBufferFormat, DXGI_FORMAT depthBufferFormat,
-                                 uint32_t backBufferCount, D3D_FEATURE_LEVEL minFeatureLevel, uint32_t options)
+DeviceResources::DeviceResources(DXGI_FORMAT backBufferFormat, DXGI_FORMAT depthBufferFormat, uint32_t backBufferCount,
+                                 D3D_FEATURE_LEVEL minFeatureLevel, uint32_t options)
     : m_backBufferFormat(backBufferFormat),
       m_depthBufferFormat(depthBufferFormat),
       m_backBufferCount(backBufferCount),
@@ -27,7 +27,9 @@ DeviceResources::DeviceResources(DXGI_FORMAT backBufferFormat, DXGI_FORMAT depth
     }
 }
 
-DeviceResources::~DeviceResources() { WaitForGpu(); }
+DeviceResources::~DeviceResources() {
+    WaitForGpu();
+}
 
 int32_t DeviceResources::CreateDeviceResources() {
     if (CreateDevice() != 0) {
@@ -42,9 +44,9 @@ int32_t DeviceResources::CreateDeviceResources() {
 
 int32_t DeviceResources::CreateDevice() {
     constexpr UINT kFactoryFlags = 0;
-    if (CheckHResult(m_libraries.CreateDXGIFactory2(kFactoryFlags,
-                                                    IID_PPV_ARGS(m_dxgiFactory.ReleaseAndGetAddressOf())),
-                     "CreateDXGIFactory2") != 0) {
+    if (CheckHResult(
+            m_libraries.CreateDXGIFactory2(kFactoryFlags, IID_PPV_ARGS(m_dxgiFactory.ReleaseAndGetAddressOf())),
+            "CreateDXGIFactory2") != 0) {
         LogMessage(ORVANE_LOG_ERROR, "Failed to CreateDXGIFactory2, error code: %d", -1);
         return -1;
     }
@@ -65,28 +67,25 @@ int32_t DeviceResources::CreateDevice() {
 void DeviceResources::DetermineFeatureLevel() {
     constexpr std::array kLevels{D3D_FEATURE_LEVEL_12_1, D3D_FEATURE_LEVEL_12_0, D3D_FEATURE_LEVEL_11_1,
                                  D3D_FEATURE_LEVEL_11_0};
-    D3D12_FEATURE_DATA_FEATURE_LEVELS levels{static_cast<UINT>(kLevels.size()), kLevels.data(),
-                                             D3D_FEATURE_LEVEL_11_0};
+    D3D12_FEATURE_DATA_FEATURE_LEVELS levels{static_cast<UINT>(kLevels.size()), kLevels.data(), D3D_FEATURE_LEVEL_11_0};
     const HRESULT hr = m_d3dDevice->CheckFeatureSupport(D3D12_FEATURE_FEATURE_LEVELS, &levels, sizeof(levels));
     m_d3dFeatureLevel = SUCCEEDED(hr) ? levels.MaxSupportedFeatureLevel : m_minFeatureLevel;
 }
 
 int32_t DeviceResources::CreateCommandObjects() {
     constexpr D3D12_COMMAND_LIST_TYPE kType = D3D12_COMMAND_LIST_TYPE_DIRECT;
-    const D3D12_COMMAND_QUEUE_DESC queueDesc{kType, D3D12_COMMAND_QUEUE_PRIORITY_NORMAL,
-                                             D3D12_COMMAND_QUEUE_FLAG_NONE, 0};
-    if (CheckHResult(
-            m_d3dDevice->CreateCommandQueue(&queueDesc, IID_PPV_ARGS(m_commandQueue.ReleaseAndGetAddressOf())),
-            "CreateCommandQueue") != 0) {
+    const D3D12_COMMAND_QUEUE_DESC queueDesc{kType, D3D12_COMMAND_QUEUE_PRIORITY_NORMAL, D3D12_COMMAND_QUEUE_FLAG_NONE,
+                                             0};
+    if (CheckHResult(m_d3dDevice->CreateCommandQueue(&queueDesc, IID_PPV_ARGS(m_commandQueue.ReleaseAndGetAddressOf())),
+                     "CreateCommandQueue") != 0) {
         return -1;
     }
     m_commandQueue->SetName(L"DeviceResources");
 
     for (uint32_t n = 0; n < m_backBufferCount; ++n) {
         ComPtr<ID3D12CommandAllocator>& allocator = m_commandAllocators[n];
-        if (CheckHResult(
-                m_d3dDevice->CreateCommandAllocator(kType, IID_PPV_ARGS(allocator.ReleaseAndGetAddressOf())),
-                "CreateCommandAllocator") != 0) {
+        if (CheckHResult(m_d3dDevice->CreateCommandAllocator(kType, IID_PPV_ARGS(allocator.ReleaseAndGetAddressOf())),
+                         "CreateCommandAllocator") != 0) {
             return -1;
         }
         std::array<wchar_t, 25> name{};
@@ -106,9 +105,9 @@ int32_t DeviceResources::CreateCommandObjects() {
 
 int32_t DeviceResources::CreateFenceObjects() {
     uint64_t& fenceValue = m_fenceValues[m_backBufferIndex];
-    if (CheckHResult(m_d3dDevice->CreateFence(fenceValue, D3D12_FENCE_FLAG_NONE,
-                                              IID_PPV_ARGS(m_fence.ReleaseAndGetAddressOf())),
-                     "CreateFence") != 0) {
+    if (CheckHResult(
+            m_d3dDevice->CreateFence(fenceValue, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(m_fence.ReleaseAndGetAddressOf())),
+            "CreateFence") != 0) {
         return -1;
     }
     ++fenceValue;
@@ -136,10 +135,10 @@ void DeviceResources::WaitForGpu() {
 
 int32_t DeviceResources::ResetCommandList() {
     ID3D12CommandAllocator* const allocator = GetCommandAllocator();
-    if (CheckHResult(allocator->Reset(), "Reset") != 0) {
+    if (CheckHResult(allocator->Reset(), "ResetCommandAllocator") != 0) {
         return -1;
     }
-    return CheckHResult(m_commandList->Reset(allocator, nullptr), "Reset");
+    return CheckHResult(m_commandList->Reset(allocator, nullptr), "ResetCommandList");
 }
 
 void DeviceResources::ExecuteAndWait() {

@@ -77,7 +77,7 @@ private:
 
     orvane::SystemLibraries m_libraries;  // outlives every object below
     uint32_t m_backBufferIndex = 0;
-    ComPtr<IDXGIFactory4> m_dxgiFactory;
+    ComPtr<IDXGIFactory4> m_dxgiFactory;  // outlives the device: Wine unloads the driver with the last factory
     ComPtr<ID3D12Device> m_d3dDevice;
     ComPtr<ID3D12CommandQueue> m_commandQueue;
     ComPtr<ID3D12GraphicsCommandList> m_commandList;

@@ -58,15 +58,18 @@ using Microsoft::WRL::ComPtr;
 // Methods that return a struct by value. GCC passes such results in another way than Windows does, so DirectX-Headers
 // declares Direct3D's with a pointer to the result, and DirectML's has to be called through its function table.
 #if defined(_MSC_VER)
-inline D3D12_RESOURCE_DESC GetDesc(ID3D12Resource* resource) { return resource->GetDesc(); }
-inline D3D12_DESCRIPTOR_HEAP_DESC GetDesc(ID3D12DescriptorHeap* heap) { return heap->GetDesc(); }
+inline D3D12_RESOURCE_DESC GetDesc(ID3D12Resource* resource) {
+    return resource->GetDesc();
+}
 inline D3D12_CPU_DESCRIPTOR_HANDLE GetCpuHeapStart(ID3D12DescriptorHeap* heap) {
     return heap->GetCPUDescriptorHandleForHeapStart();
 }
 inline D3D12_GPU_DESCRIPTOR_HANDLE GetGpuHeapStart(ID3D12DescriptorHeap* heap) {
     return heap->GetGPUDescriptorHandleForHeapStart();
 }
-inline LUID GetAdapterLuid(ID3D12Device* device) { return device->GetAdapterLuid(); }
+inline LUID GetAdapterLuid(ID3D12Device* device) {
+    return device->GetAdapterLuid();
+}
 inline DML_BINDING_PROPERTIES GetBindingProperties(IDMLDispatchable* dispatchable) {
     return dispatchable->GetBindingProperties();
 }
@@ -74,11 +77,6 @@ inline DML_BINDING_PROPERTIES GetBindingProperties(IDMLDispatchable* dispatchabl
 inline D3D12_RESOURCE_DESC GetDesc(ID3D12Resource* resource) {
     D3D12_RESOURCE_DESC desc{};
     resource->GetDesc(&desc);
-    return desc;
-}
-inline D3D12_DESCRIPTOR_HEAP_DESC GetDesc(ID3D12DescriptorHeap* heap) {
-    D3D12_DESCRIPTOR_HEAP_DESC desc{};
-    heap->GetDesc(&desc);
     return desc;
 }
 inline D3D12_CPU_DESCRIPTOR_HANDLE GetCpuHeapStart(ID3D12DescriptorHeap* heap) {

@@ -9,8 +9,8 @@ using RtlGetVersionFunction = LONG WINAPI(OSVERSIONINFOEXW*);
 
 // RtlGetVersion tells the truth to every program; GetVersionEx only to those whose manifest names the version.
 bool QueryVersion(HMODULE ntdll, OSVERSIONINFOEXW& info) {
-    auto* const rtlGetVersion = reinterpret_cast<RtlGetVersionFunction*>(
-        reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetVersion")));
+    auto* const rtlGetVersion =
+        reinterpret_cast<RtlGetVersionFunction*>(reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetVersion")));
     if (rtlGetVersion != nullptr) {
         return rtlGetVersion(&info) == 0;
     }

@@ -39,7 +39,8 @@ std::string DescribeResult(HRESULT hr) {
 
 }  // namespace
 
-com_exception::com_exception(HRESULT hr) : m_result(hr), m_text(DescribeResult(hr)) {}
+com_exception::com_exception(HRESULT hr) : m_result(hr), m_text(DescribeResult(hr)) {
+}
 
 class ResourceUploadBatch::Impl {
 public:
@@ -49,16 +50,15 @@ public:
         if (m_inBeginEndBlock) {
             throw upload_error("Can't Begin: already in a Begin-End block.");
         }
-        ThrowIfFailed(m_device->CreateCommandAllocator(
-            D3D12_COMMAND_LIST_TYPE_DIRECT, IID_PPV_ARGS(m_commandAllocator.ReleaseAndGetAddressOf())));
-        ThrowIfFailed(m_device->CreateCommandList(1, D3D12_COMMAND_LIST_TYPE_DIRECT, m_commandAllocator.Get(),
-                                                  nullptr,
+        ThrowIfFailed(m_device->CreateCommandAllocator(D3D12_COMMAND_LIST_TYPE_DIRECT,
+                                                       IID_PPV_ARGS(m_commandAllocator.ReleaseAndGetAddressOf())));
+        ThrowIfFailed(m_device->CreateCommandList(1, D3D12_COMMAND_LIST_TYPE_DIRECT, m_commandAllocator.Get(), nullptr,
                                                   IID_PPV_ARGS(m_commandList.ReleaseAndGetAddressOf())));
         m_inBeginEndBlock = true;
     }
 
-    void Upload(ID3D12Resource* resource, uint32_t subresourceIndexStart,
-                const D3D12_SUBRESOURCE_DATA* subresourceData, uint32_t numSubresources) {
+    void Upload(ID3D12Resource* resource, uint32_t subresourceIndexStart, const D3D12_SUBRESOURCE_DATA* subresourceData,
+                uint32_t numSubresources) {
         if (!m_inBeginEndBlock) {
             throw upload_error("Can't call Upload on a closed ResourceUploadBatch.");
         }
@@ -69,8 +69,8 @@ public:
         ThrowIfFailed(m_device->CreateCommittedResource(&heapProperties, D3D12_HEAP_FLAG_NONE, &desc,
                                                         D3D12_RESOURCE_STATE_GENERIC_READ, nullptr,
                                                         IID_PPV_ARGS(scratch.GetAddressOf())));
-        UpdateSubresources(m_commandList.Get(), resource, scratch.Get(), 0, subresourceIndexStart,
-                           numSubresources, subresourceData);
+        UpdateSubresources(m_commandList.Get(), resource, scratch.Get(), 0, subresourceIndexStart, numSubresources,
+                           subresourceData);
         m_trackedObjects.emplace_back(scratch);
     }
 
@@ -84,7 +84,7 @@ public:
 
         ComPtr<ID3D12Fence> fence;
         ThrowIfFailed(m_device->CreateFence(0, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(fence.GetAddressOf())));
-        // Never closed: the fence may signal it at any later time. One handle per batch.
+        // Deliberately never closed: one handle for every open and every change of frame size.
         const HANDLE gpuCompleteEvent = CreateEventExW(nullptr, nullptr, 0, EVENT_ALL_ACCESS);
         if (gpuCompleteEvent == nullptr) {
             throw upload_error("CreateEventEx");
@@ -98,11 +98,10 @@ public:
         batch->fence = fence;
         batch->gpuCompleteEvent = gpuCompleteEvent;
         // The task owns the batch and destroys it when the GPU is done, whether or not this object still exists.
-        std::future<void> future =
-            std::async(std::launch::async, [owned = std::move(batch)]() mutable {
-                const std::unique_ptr<UploadBatch> finished = std::move(owned);
-                WaitForCompletion(*finished);
-            });
+        std::future<void> future = std::async(std::launch::async, [owned = std::move(batch)]() mutable {
+            const std::unique_ptr<UploadBatch> finished = std::move(owned);
+            WaitForCompletion(*finished);
+        });
 
         m_inBeginEndBlock = false;
         m_commandList.Reset();
@@ -118,17 +117,22 @@ private:
     bool m_inBeginEndBlock = false;
 };
 
-ResourceUploadBatch::ResourceUploadBatch(ID3D12Device* device) : m_impl(std::make_unique<Impl>(device)) {}
+ResourceUploadBatch::ResourceUploadBatch(ID3D12Device* device) : m_impl(std::make_unique<Impl>(device)) {
+}
 
 ResourceUploadBatch::~ResourceUploadBatch() = default;
 
-void ResourceUploadBatch::Begin() { m_impl->Begin(); }
+void ResourceUploadBatch::Begin() {
+    m_impl->Begin();
+}
 
 void ResourceUploadBatch::Upload(ID3D12Resource* resource, uint32_t subresourceIndexStart,
                                  const D3D12_SUBRESOURCE_DATA* subresourceData, uint32_t numSubresources) {
     m_impl->Upload(resource, subresourceIndexStart, subresourceData, numSubresources);
 }
 
-std::future<void> ResourceUploadBatch::End(ID3D12CommandQueue* commandQueue) { return m_impl->End(commandQueue); }
+std::future<void> ResourceUploadBatch::End(ID3D12CommandQueue* commandQueue) {
+    return m_impl->End(commandQueue);
+}
 
 }  // namespace DirectX

@@ -48,8 +48,8 @@ public:
     // Records the upload of `numSubresources` subresources of `resource` from `subresourceIndexStart` on. The host's
     // data is copied before this returns. The resource must be in a state that accepts copies until the GPU has
     // run the batch; no barrier is recorded.
-    void Upload(ID3D12Resource* resource, uint32_t subresourceIndexStart,
-                const D3D12_SUBRESOURCE_DATA* subresourceData, uint32_t numSubresources);
+    void Upload(ID3D12Resource* resource, uint32_t subresourceIndexStart, const D3D12_SUBRESOURCE_DATA* subresourceData,
+                uint32_t numSubresources);
 
     // Submits the batch. The future becomes ready when the GPU has run it, and carries a failure of the wait.
     std::future<void> End(ID3D12CommandQueue* commandQueue);

@@ -80,8 +80,7 @@ int32_t CreateTestDevice(DetectionState& state) {
         LogMessage(ORVANE_LOG_ERROR, "HWD|D3D12CreateDevice not found in d3d12.dll");
         return ORVANE_CHECK_NO_D3D12_ENTRY;
     }
-    if (FAILED(createDevice(state.adapter.Get(), D3D_FEATURE_LEVEL_11_0,
-                            IID_PPV_ARGS(state.device.GetAddressOf())))) {
+    if (FAILED(createDevice(state.adapter.Get(), D3D_FEATURE_LEVEL_11_0, IID_PPV_ARGS(state.device.GetAddressOf())))) {
         LogMessage(ORVANE_LOG_ERROR, "HWD|unsupport D3D12");
         return ORVANE_CHECK_NO_DEVICE;
     }
@@ -111,8 +110,8 @@ int32_t FindDirectML(DetectionState& state) {
 
 int32_t Detect(DetectionState& state, orvane_check_result& supportRecord, orvane_check_class& classRecord) {
     const WindowsVersion version = ReadWindowsVersion();
-    std::snprintf(supportRecord.osVersion, sizeof(supportRecord.osVersion), "%d.%d.%d", version.major,
-                  version.minor, version.build);
+    std::snprintf(supportRecord.osVersion, sizeof(supportRecord.osVersion), "%d.%d.%d", version.major, version.minor,
+                  version.build);
     LogMessage(ORVANE_LOG_INFO, "HWD|Windows Version: %d.%d.%d", version.major, version.minor, version.build);
 
     if (const int32_t status = CreateFactory(state); status != 0) {

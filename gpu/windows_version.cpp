@@ -7,8 +7,7 @@ uint32_t PackWindowsVersion(uint32_t major, uint32_t minor, uint32_t build) {
 }
 
 WindowsVersion UnpackWindowsVersion(uint32_t packed) {
-    return {static_cast<int>(packed >> 24), static_cast<int>((packed >> 16) & 0xFF),
-            static_cast<int>(packed & 0xFFFF)};
+    return {static_cast<int>(packed >> 24), static_cast<int>((packed >> 16) & 0xFF), static_cast<int>(packed & 0xFFFF)};
 }
 
 bool IsSupportedWindows(const WindowsVersion& version) {

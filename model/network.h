@@ -35,7 +35,9 @@ using TensorShape = std::array<uint32_t, 4>;
 inline TensorShape FilterShape(const LayerShape& layer) {
     return {layer.outChannels, layer.inChannels, layer.kernelSize, layer.kernelSize};
 }
-inline TensorShape BiasShape(const LayerShape& layer) { return {1, layer.outChannels, 1, 1}; }
+inline TensorShape BiasShape(const LayerShape& layer) {
+    return {1, layer.outChannels, 1, 1};
+}
 
 inline constexpr uint32_t kMaxLayerCount = 16;
 inline constexpr uint32_t kMaxChannels = 1024;

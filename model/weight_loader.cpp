@@ -6,7 +6,9 @@
 namespace orvane {
 namespace {
 
-size_t ElementCount(const TensorShape& shape) { return size_t{shape[0]} * shape[1] * shape[2] * shape[3]; }
+size_t ElementCount(const TensorShape& shape) {
+    return size_t{shape[0]} * shape[1] * shape[2] * shape[3];
+}
 
 bool SeekTo(std::stringstream& stream, uint32_t offset) {
     stream.clear(stream.rdstate() & ~std::ios::eofbit);
@@ -104,6 +106,7 @@ int32_t WeightLoader::ReadLayerWeights(uint32_t layerIndex) {
     const LayerOffsets& offsets = m_offsets[layerIndex];
     const int layerNumber = static_cast<int>(layerIndex);
 
+    FreeLayerWeights(layerIndex);
     weights.filter = AllocateHalves(weights.filterShape, offsets.weightBytes);
     if (!weights.filter) {
         LogMessage(ORVANE_LOG_ERROR, "Memory allocation failed for layer %d weights", layerNumber);

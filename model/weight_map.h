@@ -12,7 +12,11 @@ namespace orvane {
 using WeightMap = std::map<std::string, std::vector<uint16_t>>;
 
 // Layer indices count from 0, the numbers in keys from 1.
-inline std::string FilterKey(uint32_t layerIndex) { return "filter" + std::to_string(layerIndex + 1); }
-inline std::string BiasKey(uint32_t layerIndex) { return "bias" + std::to_string(layerIndex + 1); }
+inline std::string FilterKey(uint32_t layerIndex) {
+    return "filter" + std::to_string(layerIndex + 1);
+}
+inline std::string BiasKey(uint32_t layerIndex) {
+    return "bias" + std::to_string(layerIndex + 1);
+}
 
 }  // namespace orvane

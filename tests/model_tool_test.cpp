@@ -23,8 +23,7 @@ namespace {
 double ValueOfFiniteHalf(uint32_t half) {
     const auto exponent = static_cast<int>(half >> 10 & 31);
     const double mantissa = half & 0x3FF;
-    const double magnitude =
-        exponent == 0 ? std::ldexp(mantissa, -24) : std::ldexp(1024.0 + mantissa, exponent - 25);
+    const double magnitude = exponent == 0 ? std::ldexp(mantissa, -24) : std::ldexp(1024.0 + mantissa, exponent - 25);
     return (half & 0x8000) != 0 ? -magnitude : magnitude;
 }
 
@@ -116,8 +115,7 @@ private:
     std::vector<float> ReadHalves(size_t count) {
         std::vector<float> values(count);
         for (float& value : values) {
-            value =
-                FloatFromHalf(static_cast<uint16_t>(m_file.at(m_position) | m_file.at(m_position + 1) << 8));
+            value = FloatFromHalf(static_cast<uint16_t>(m_file.at(m_position) | m_file.at(m_position + 1) << 8));
             m_position += 2;
         }
         return values;
@@ -127,8 +125,8 @@ private:
         double sum = 0;
         for (size_t in = 0; in < input.channels.size(); ++in) {
             for (int tap = 0; tap < 9; ++tap) {
-                sum += static_cast<double>(*taps++) *
-                       static_cast<double>(input.At(in, x + tap % 3 - 1, y + tap / 3 - 1));
+                sum +=
+                    static_cast<double>(*taps++) * static_cast<double>(input.At(in, x + tap % 3 - 1, y + tap / 3 - 1));
             }
         }
         return sum;
@@ -185,8 +183,8 @@ TEST_P(BilinearModel, DoublesWithClampedEdges) {
         for (int y = 0; y < 2 * test.height; ++y) {
             for (int x = 0; x < 2 * test.width; ++x) {
                 const size_t channel = colour * 4 + static_cast<size_t>(y % 2 * 2 + x % 2);
-                EXPECT_NEAR(static_cast<double>(tensor.At(channel, x / 2, y / 2)),
-                            Bilinear(picture, colour, x, y), kHalfStep)
+                EXPECT_NEAR(static_cast<double>(tensor.At(channel, x / 2, y / 2)), Bilinear(picture, colour, x, y),
+                            kHalfStep)
                     << "colour " << colour << " at " << x << ", " << y;
             }
         }

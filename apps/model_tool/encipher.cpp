@@ -81,8 +81,7 @@ std::vector<uint8_t> ContainerImage(std::span<const uint8_t> plain, std::mt19937
 
 }  // namespace
 
-std::vector<uint8_t> EncipherContainer(std::span<const uint8_t> plain, std::string_view key,
-                                       std::mt19937& random) {
+std::vector<uint8_t> EncipherContainer(std::span<const uint8_t> plain, std::string_view key, std::mt19937& random) {
     const CipherKey cipherKey = CipherKeyFromText(key.substr(0, 20));
     std::vector<uint8_t> bytes = ContainerImage(plain, random);
     Block previousWork{};

@@ -12,7 +12,6 @@ namespace orvane::tool {
 // Enciphers one container around `plain`: head byte (low 3 bits: padding length), padding, 2 bytes of salt, the
 // plain bytes, 7 zero bytes. The padding makes the length a multiple of 8. `key` has 20 characters. What the
 // reader ignores is drawn from `random`, so that equal files do not look alike.
-std::vector<uint8_t> EncipherContainer(std::span<const uint8_t> plain, std::string_view key,
-                                       std::mt19937& random);
+std::vector<uint8_t> EncipherContainer(std::span<const uint8_t> plain, std::string_view key, std::mt19937& random);
 
 }  // namespace orvane::tool

@@ -74,18 +74,15 @@ int main(int argc, char** argv) {
     uint32_t channels = 32;
     int32_t depth = 2;
 
-    CLI::App* bilinear =
-        app.add_subcommand("bilinear", "Writes a plain model that doubles by bilinear interpolation");
+    CLI::App* bilinear = app.add_subcommand("bilinear", "Writes a plain model that doubles by bilinear interpolation");
     bilinear->add_option("OUT", output, "The model file to write")->required();
     bilinear->add_option("--channels", channels, "Feature channels of the network")->capture_default_str();
     bilinear->add_option("--depth", depth, "Layers between the first and the last one")->capture_default_str();
     bilinear->callback([&] { MakeBilinear(output, channels, depth); });
 
-    CLI::App* encipher =
-        app.add_subcommand("encipher", "Enciphers a plain model, by the ending of the new name");
+    CLI::App* encipher = app.add_subcommand("encipher", "Enciphers a plain model, by the ending of the new name");
     encipher->add_option("IN", input, "The plain model file")->required();
-    encipher->add_option("OUT", output, "The file to write: NAME.en enciphered once, NAME.en2 twice")
-        ->required();
+    encipher->add_option("OUT", output, "The file to write: NAME.en enciphered once, NAME.en2 twice")->required();
     encipher->callback([&] { Encipher(input, output); });
 
     return RunProgram(app, argc, argv);

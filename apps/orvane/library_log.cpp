@@ -47,8 +47,7 @@ void LibraryLog::Keep(int32_t level, const std::string& message) {
     const std::lock_guard lock(m_mutex);
     if (m_verbose) {
         const auto index = static_cast<size_t>(level);
-        std::fprintf(stderr, "  %s: %s\n", index < kLevelNames.size() ? kLevelNames[index] : "log",
-                     message.c_str());
+        std::fprintf(stderr, "  %s: %s\n", index < kLevelNames.size() ? kLevelNames[index] : "log", message.c_str());
     } else if (level == ORVANE_LOG_ERROR) {
         m_errors += "\n  " + message;
     }

@@ -30,17 +30,14 @@ void AddUpscale(CLI::App& app, UpscaleArguments& arguments) {
     CLI::App* upscale = app.add_subcommand("upscale", "Doubles the width and height of a picture");
     upscale->add_option("IN", arguments.input, "The picture to double, PNG or JPEG")->required();
     upscale->add_option("OUT", arguments.output, "The PNG file to write")->required()->check(endsInPng);
-    upscale->add_option("--model", arguments.model, "The model file: NAME.en and NAME.en2 are enciphered")
-        ->required();
+    upscale->add_option("--model", arguments.model, "The model file: NAME.en and NAME.en2 are enciphered")->required();
     upscale->add_option("--channels", arguments.options.channels, "Feature channels of the model's network")
         ->capture_default_str()
         ->check(CLI::Range(1, 1024));
     upscale->add_option("--depth", arguments.options.depth, "Layers between the network's first and last one")
         ->capture_default_str()
         ->check(CLI::Range(-1, 14));
-    upscale
-        ->add_option("--repeat", arguments.options.repeat,
-                     "How often to process the picture, to measure the time")
+    upscale->add_option("--repeat", arguments.options.repeat, "How often to process the picture, to measure the time")
         ->capture_default_str()
         ->check(CLI::Range(1, 1000000));
     upscale->add_flag("--verbose", arguments.options.verbose, "Print every message of the library");

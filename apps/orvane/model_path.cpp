@@ -53,9 +53,8 @@ std::string AnsiModelPath(const fs::path& path) {
         ansi = LosslessAnsi(ShortPath(path).native());
     }
     if (!ansi) {
-        throw Failure(
-            "The library cannot open \"" + Utf8FromPath(path) +
-            "\": the path has characters outside the system's code page. Rename the file or its folder.");
+        throw Failure("The library cannot open \"" + Utf8FromPath(path) +
+                      "\": the path has characters outside the system's code page. Rename the file or its folder.");
     }
     if (ansi->size() >= sizeof(orvane_open_param::modelPath)) {
         throw Failure("The path of the model file is too long: at most " +

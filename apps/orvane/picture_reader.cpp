@@ -37,18 +37,16 @@ ComPtr<IWICBitmapFrameDecode> OpenFirstFrame(IWICImagingFactory* factory, const 
 void ReadSize(IWICBitmapSource* source, const std::string& name, Picture& picture) {
     RequireSuccess(source->GetSize(&picture.width, &picture.height), NotReadable(name));
     if (std::max(picture.width, picture.height) > kMaxPictureSide) {
-        throw Failure("\"" + name + "\" is " + std::to_string(picture.width) + " x " +
-                      std::to_string(picture.height) + " pixels; neither side may be longer than " +
-                      std::to_string(kMaxPictureSide) + ".");
+        throw Failure("\"" + name + "\" is " + std::to_string(picture.width) + " x " + std::to_string(picture.height) +
+                      " pixels; neither side may be longer than " + std::to_string(kMaxPictureSide) + ".");
     }
 }
 
-void ReadPixels(IWICImagingFactory* factory, IWICBitmapSource* source, const std::string& name,
-                Picture& picture) {
+void ReadPixels(IWICImagingFactory* factory, IWICBitmapSource* source, const std::string& name, Picture& picture) {
     ComPtr<IWICFormatConverter> converter;
     RequireSuccess(factory->CreateFormatConverter(&converter), "Pixel formats cannot be converted.");
-    RequireSuccess(converter->Initialize(source, GUID_WICPixelFormat32bppRGBA, WICBitmapDitherTypeNone, nullptr,
-                                         0.0, WICBitmapPaletteTypeCustom),
+    RequireSuccess(converter->Initialize(source, GUID_WICPixelFormat32bppRGBA, WICBitmapDitherTypeNone, nullptr, 0.0,
+                                         WICBitmapPaletteTypeCustom),
                    "The pixel format of \"" + name + "\" cannot be converted to RGBA.");
     picture.pixels.resize(picture.RowBytes() * picture.height);
     RequireSuccess(converter->CopyPixels(nullptr, static_cast<UINT>(picture.RowBytes()),

@@ -25,8 +25,7 @@ std::vector<uint8_t> BgrPixels(const Picture& picture) {
     return bgr;
 }
 
-void SetColourProfile(IWICImagingFactory* factory, IWICBitmapFrameEncode* frame,
-                      const std::vector<uint8_t>& profile) {
+void SetColourProfile(IWICImagingFactory* factory, IWICBitmapFrameEncode* frame, const std::vector<uint8_t>& profile) {
     if (profile.empty()) {
         return;
     }

@@ -44,8 +44,8 @@ std::string RequireSupportedMachine() {
     const std::string adapter = Utf8FromAnsi(result.adapterName);
     if (code != ORVANE_OK) {
         const std::string windows = result.osVersion[0] != '\0' ? result.osVersion : "of unknown version";
-        throw Failure("This machine cannot run the library: " + Reason(result, adapter) + ". (Windows " +
-                      windows + ", graphics adapters found: " + std::to_string(result.adapterCount) + ")");
+        throw Failure("This machine cannot run the library: " + Reason(result, adapter) + ". (Windows " + windows +
+                      ", graphics adapters found: " + std::to_string(result.adapterCount) + ")");
     }
     return adapter;
 }

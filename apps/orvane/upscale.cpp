@@ -52,8 +52,7 @@ double Double(const UpscaleOptions& options, LibraryLog& log, Picture& output, P
     const NetworkOptions network{AnsiModelPath(options.model), options.channels, options.depth};
     Announce("Preparing the network for " + SizeText(input, " x ") + " ...");
     Upscaler upscaler(input.width, input.height, network, log);
-    Announce(options.repeat == 1 ? "Processing ..."
-                                 : "Processing " + std::to_string(options.repeat) + " times ...");
+    Announce(options.repeat == 1 ? "Processing ..." : "Processing " + std::to_string(options.repeat) + " times ...");
     return ProcessRepeatedly(upscaler, output, input, options.repeat);
 }
 

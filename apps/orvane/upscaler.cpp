@@ -16,8 +16,7 @@ orvane_frame FrameOf(Picture& picture) {
 
 }  // namespace
 
-Upscaler::Upscaler(uint32_t width, uint32_t height, const NetworkOptions& network, LibraryLog& log)
-    : m_log(log) {
+Upscaler::Upscaler(uint32_t width, uint32_t height, const NetworkOptions& network, LibraryLog& log) : m_log(log) {
     orvane_open_param param{};
     param.inputWidth = width;
     param.inputHeight = height;

@@ -25,9 +25,8 @@ void RequireSuccess(HRESULT result, const std::string& sentence) {
 
 Microsoft::WRL::ComPtr<IWICImagingFactory> MakeWicFactory() {
     Microsoft::WRL::ComPtr<IWICImagingFactory> factory;
-    RequireSuccess(
-        CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
-        "The Windows Imaging Component cannot be started.");
+    RequireSuccess(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
+                   "The Windows Imaging Component cannot be started.");
     return factory;
 }
 

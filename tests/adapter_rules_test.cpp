@@ -1,0 +1,165 @@
+// Which adapter is the best, what its name says about it, and which Windows is new enough.
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "gpu/adapter_classes.h"
+#include "gpu/adapter_ranking.h"
+#include "gpu/windows_version.h"
+
+namespace orvane {
+namespace {
+
+constexpr uint64_t kMiB = 1024 * 1024;
+constexpr uint64_t kGiB = 1024 * kMiB;
+constexpr uint32_t kOther = 0x1414;
+
+TEST(AdapterRanking, DiscreteAndScore) {
+    struct Case {
+        AdapterTraits adapter;
+        bool isDiscrete;
+        uint64_t score;
+    };
+    const Case cases[] = {{{L"", kOther, 2 * kGiB + 1}, true, 12048},
+                          {{L"NVIDIA Tegra", kVendorNvidia, 2 * kGiB + 1}, true, 13048},
+                          {{L"AMD APU", kVendorAmd, 2 * kGiB + 1}, true, 12548},
+                          // AMD: names, then the size unless it is an APU.
+                          {{L"Radeon RX 580", kVendorAmd, 0}, true, 10500},
+                          {{L"Radeon RX", kVendorAmd, 0}, false, 500},
+                          {{L"Radeon Pro W5500", kVendorAmd, 0}, true, 10500},
+                          {{L"AMD Radeon VII", kVendorAmd, 0}, true, 10500},
+                          {{L"Radeon Vega 64", kVendorAmd, 0}, true, 10500},
+                          {{L"Radeon Vega 56", kVendorAmd, 0}, true, 10500},
+                          {{L"Radeon Vega 8", kVendorAmd, 512 * kMiB}, false, 1012},
+                          {{L"Radeon Vega 8", kVendorAmd, 512 * kMiB + 1}, true, 11012},
+                          {{L"AMD APU", kVendorAmd, 2 * kGiB}, false, 2548},
+                          {{L"AMD APU RX 1", kVendorAmd, 0}, true, 10500},
+                          {{L"Arc", kVendorAmd, 0}, false, 500},
+                          // NVIDIA: everything but Tegra.
+                          {{L"NVIDIA GeForce GT 710", kVendorNvidia, 0}, true, 11000},
+                          {{L"NVIDIA Tegra X1", kVendorNvidia, 2 * kGiB}, false, 3048},
+                          {{L"GeForce", kVendorNvidia, 12 * kGiB}, true, 12288 + 11000},
+                          // Intel: names, then the size.
+                          {{L"Intel Arc A310", kVendorIntel, 0}, true, 10100},
+                          {{L"Intel Iris Xe MAX Graphics", kVendorIntel, 512 * kMiB}, true, 10612},
+                          {{L"Intel(R) Iris(R) Xe MAX Graphics", kVendorIntel, 512 * kMiB}, false, 612},
+                          {{L"Intel UHD", kVendorIntel, kGiB}, false, 1124},
+                          {{L"Intel UHD", kVendorIntel, kGiB + 1}, true, 11124},
+                          // Others: the size alone.
+                          {{L"Radeon RX 580", kOther, kGiB}, false, 1024},
+                          {{L"Tegra", kOther, kGiB + 1}, true, 11024},
+                          {{L"", kOther, kMiB - 1}, false, 0},
+                          {{L"", kOther, 4096 * kGiB}, true, 4'204'304},
+                          // Not real ones.
+                          {{L"A Basic Adapter", kVendorNvidia, 8 * kGiB}, true, 0},
+                          {{L"A Software Adapter", kVendorNvidia, 8 * kGiB}, true, 0},
+                          {{L"A Microsoft Adapter", kVendorNvidia, 8 * kGiB}, true, 0},
+                          {{L"basic software microsoft", kVendorNvidia, 8 * kGiB}, true, 19192}};
+    for (const Case& test : cases) {
+        SCOPED_TRACE(testing::Message() << std::wstring(test.adapter.description) << ", vendor " << std::hex
+                                        << test.adapter.vendorId << ", memory 0x" << test.adapter.dedicatedVideoMemory);
+        EXPECT_EQ(IsDiscreteAdapter(test.adapter), test.isDiscrete);
+        EXPECT_EQ(ScoreAdapter(test.adapter), test.score);
+        EXPECT_EQ(RankAdapter(test.adapter).isDiscrete, test.isDiscrete);
+        EXPECT_EQ(RankAdapter(test.adapter).score, test.score);
+    }
+    const AdapterTraits software{L"GeForce", kVendorNvidia, 8 * kGiB, true};
+    EXPECT_EQ(ScoreAdapter(software), 9192U);
+    EXPECT_EQ(RankAdapter(software).score, 0U);
+    EXPECT_FALSE(RankAdapter(software).isDiscrete);
+}
+
+TEST(AdapterRanking, OrdersDiscreteFirstThenByScore) {
+    std::vector<AdapterTraits> adapters = {{L"software", kVendorNvidia, 24 * kGiB, true},
+                                           {L"integrated", kVendorIntel, kGiB},
+                                           {L"Microsoft", kOther, 8 * kGiB},
+                                           {L"8 GiB", kVendorNvidia, 8 * kGiB},
+                                           {L"another 8 GiB", kVendorNvidia, 8 * kGiB},
+                                           {L"12 GiB", kVendorNvidia, 12 * kGiB}};
+    std::stable_sort(adapters.begin(), adapters.end(), [](const AdapterTraits& a, const AdapterTraits& b) {
+        return RanksBefore(RankAdapter(a), RankAdapter(b));
+    });
+    std::wstring order;
+    for (const AdapterTraits& adapter : adapters) {
+        order += std::wstring(adapter.description) + L", ";
+    }
+    EXPECT_EQ(order, L"12 GiB, 8 GiB, another 8 GiB, Microsoft, integrated, software, ");
+    EXPECT_TRUE(RanksBefore({true, 0}, {false, 99'999}));
+    EXPECT_FALSE(RanksBefore({false, 99'999}, {true, 0}));
+    EXPECT_FALSE(RanksBefore({true, 7}, {true, 7}));
+}
+
+TEST(AdapterClasses, VendorAndPerformanceOfNames) {
+    struct Case {
+        int32_t vendor;
+        int32_t performance;
+        std::vector<std::string> names;
+    };
+    // The first 127 bytes of a name count.
+    const Case cases[] = {
+        {0, 0, {"", "Microsoft Basic Render Driver", "RX580", "\xC3\x84\xFF 3080", std::string(122, '-') + "NVIDIA"}},
+        {1,
+         3,
+         {"NVIDIA GeForce RTX 4070", "RTX 3050 Laptop GPU", "gtx 3051", "GTX 900, RTX 5000", "GeForce 1650, 3050",
+          "GeForce 4090", "GeForce 3070", "GeForce 3080", "GeForce 3090", "GeForce 3060", "GeForce 3050",
+          "NVIDIA" + std::string(117, '-') + "3080"}},
+        {1,
+         4,
+         {"NVIDIA GeForce GTX 1660 SUPER", "NVIDIA GeForce RTX 2060", "NVIDIA RTX 3049", "NVIDIA GTX 1051",
+          "GeForce 1660", "GeForce 1650", "GeForce 1050"}},
+        {1,
+         0,
+         {"NVIDIA GeForce GT 710", "GTX 1049", "GTX 980", "RTX A6000", "RTX -5000", "Quadro RTX", "Quadro RTX ",
+          "GTX1080", "RTX5090", "GTX 5000, RTX 900", "nvidia intel amd", std::string(121, '-') + "NVIDIA",
+          "NVIDIA" + std::string(118, '-') + "3080"}},
+        {2, 4, {"INTEL(R) ARC(TM) A770", "Arc", "UHD Iris Arc"}},
+        {2, 5, {"Intel(R) Iris(R) Xe Graphics", "Iris", "UHD Iris"}},
+        {2, 6, {"Intel(R) UHD Graphics 730", "UHD730"}},
+        {2, 0, {"Intel(R) HD Graphics 4600", "intel radeon rx 7900"}},
+        {3, 3, {"AMD Radeon RX 7900 XTX", "AMD Radeon RX 6600", "Radeon 7900"}},
+        {3, 4, {"AMD Radeon RX 7800 XT", "AMD Radeon RX 6000", "AMD RXx6800", "Sapphire RX 6700"}},
+        {3,
+         0,
+         {"AMD Radeon RX 580", "AMD Radeon RX 5999", "AMD Radeon rx6800", "AMD Radeon RX Vega",
+          "AMD Radeon Graphics with RX", "AMD", "AMD Radeon(TM) Graphics"}}};
+    for (const Case& test : cases) {
+        for (const std::string& name : test.names) {
+            SCOPED_TRACE(name);
+            EXPECT_EQ(ClassifyVendor(name), test.vendor);
+            EXPECT_EQ(ClassifyPerformance(name, test.vendor), test.performance);
+            EXPECT_EQ(ClassifyPerformance(name, 0), 0);
+            EXPECT_EQ(ClassifyPerformance(name, 4), 0);
+        }
+    }
+    EXPECT_EQ(ClassifyPerformance("NVIDIA GeForce RTX 4070", kVendorClassIntel), 0);
+}
+
+TEST(WindowsVersion, PackedUnpackedAndJudged) {
+    struct Case {
+        std::array<uint32_t, 3> version;
+        uint32_t packed;
+        bool isSupported;
+    };
+    const Case cases[] = {{{0, 0, 0}, 0, false},
+                          {{9, 255, 65535}, 0x09FFFFFF, false},
+                          {{10, 0, 17763}, 0x0A004563, false},
+                          {{10, 0, 18361}, 0x0A0047B9, false},
+                          {{10, 0, 18362}, 0x0A0047BA, true},
+                          {{10, 0, 22000}, 0x0A0055F0, true},
+                          {{10, 1, 0}, 0x0A010000, true},
+                          {{11, 0, 0}, 0x0B000000, true},
+                          {{255, 255, 65535}, 0xFFFFFFFF, true}};
+    for (const auto& [version, packed, isSupported] : cases) {
+        SCOPED_TRACE(testing::PrintToString(version));
+        EXPECT_EQ(PackWindowsVersion(version[0], version[1], version[2]), packed);
+        const auto [major, minor, build] = UnpackWindowsVersion(packed);
+        EXPECT_EQ(std::vector<int>({major, minor, build}), std::vector<int>(version.begin(), version.end()));
+        EXPECT_EQ(IsSupportedWindows({major, minor, build}), isSupported);
+    }
+}
+
+}  // namespace
+}  // namespace orvane

@@ -1,0 +1,154 @@
+// The GPU platform's parts on a real device: device resources, upload batch, descriptor heap.
+#include <cstring>
+#include <gtest/gtest.h>
+#include <numeric>
+#include <stdexcept>
+
+#include "engine/gpu_buffer.h"
+#include "engine/sample.h"
+#include "engine/tensor_buffers.h"
+#include "gpu/descriptor_heap.h"
+#include "gpu/device_resources.h"
+#include "gpu/resource_upload_batch.h"
+#include "tests/log_capture.h"
+
+namespace orvane {
+namespace {
+
+template <typename Exception, typename Function>
+std::string ThrownText(Function&& function) {
+    try {
+        function();
+    } catch (const Exception& exception) {
+        return exception.what();
+    }
+    return "nothing was thrown";
+}
+
+std::string ConstructionError(uint32_t backBufferCount, D3D_FEATURE_LEVEL minFeatureLevel) {
+    return ThrownText<std::out_of_range>([&] {
+        const DX::DeviceResources resources(DXGI_FORMAT_R8G8B8A8_UNORM, DXGI_FORMAT_UNKNOWN, backBufferCount,
+                                            minFeatureLevel, 1);
+    });
+}
+
+TEST(DeviceResources, RefusesWhatItCannotDo) {
+    EXPECT_EQ(ConstructionError(2, D3D_FEATURE_LEVEL_10_1), "backBufferCount too large");
+    EXPECT_EQ(ConstructionError(1, D3D_FEATURE_LEVEL_10_1), "minFeatureLevel too low");
+    EXPECT_EQ(ConstructionError(0, D3D_FEATURE_LEVEL_11_0), "nothing was thrown");
+}
+
+class Device : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(m_resources.CreateDeviceResources(), 0); }
+
+    DX::DeviceResources m_resources{DXGI_FORMAT_R8G8B8A8_UNORM, DXGI_FORMAT_UNKNOWN, 1, D3D_FEATURE_LEVEL_11_0, 1};
+};
+
+TEST(DeviceResources, WaitsForNothingBeforeTheDeviceExists) {
+    DX::DeviceResources resources(DXGI_FORMAT_R8G8B8A8_UNORM, DXGI_FORMAT_UNKNOWN, 1, D3D_FEATURE_LEVEL_11_0, 1);
+    resources.WaitForGpu();
+    EXPECT_EQ(resources.GetFenceValue(), 0U);
+}
+
+TEST_F(Device, CountsItsWaits) {
+    EXPECT_EQ(m_resources.GetFenceValue(), 1U);
+    EXPECT_GE(m_resources.GetDeviceFeatureLevel(), D3D_FEATURE_LEVEL_11_0);
+    m_resources.WaitForGpu();
+    m_resources.WaitForGpu();
+    EXPECT_EQ(m_resources.GetFenceValue(), 3U);
+    EXPECT_EQ(m_resources.GetFence()->GetCompletedValue(), 2U);
+}
+
+TEST_F(Device, DescriptorsLieInTheHeapOrNowhere) {
+    DescriptorHeap heap;
+    EXPECT_EQ(ThrownText<std::out_of_range>([&] { heap.GetCpuHandle(0); }), "D3DX12_CPU_DESCRIPTOR_HANDLE");
+    ASSERT_EQ(heap.Create(*m_resources.GetD3DDevice(), 2), S_OK);
+    const UINT increment =
+        m_resources.GetD3DDevice()->GetDescriptorHandleIncrementSize(D3D12_DESCRIPTOR_HEAP_TYPE_CBV_SRV_UAV);
+    EXPECT_EQ(heap.GetCpuHandle(1).ptr - heap.GetCpuHandle(0).ptr, increment);
+    EXPECT_EQ(heap.GetGpuHandle(1).ptr - heap.GetGpuHandle(0).ptr, increment);
+    EXPECT_EQ(ThrownText<std::out_of_range>([&] { heap.GetCpuHandle(2); }), "D3DX12_CPU_DESCRIPTOR_HANDLE");
+    EXPECT_EQ(ThrownText<std::out_of_range>([&] { heap.GetGpuHandle(2); }), "D3DX12_GPU_DESCRIPTOR_HANDLE");
+}
+
+TEST_F(Device, UploadBatchRefusesCallsOutOfOrder) {
+    DirectX::ResourceUploadBatch batch(m_resources.GetD3DDevice());
+    const auto upload = [&] { batch.Upload(nullptr, 0, nullptr, 0); };
+    const auto end = [&] { batch.End(m_resources.GetCommandQueue()).wait(); };
+    const std::string closed = "Can't call Upload on a closed ResourceUploadBatch.";
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(ThrownText<DirectX::upload_error>(upload), closed);
+        EXPECT_EQ(ThrownText<DirectX::upload_error>(end), "ResourceUploadBatch already closed.");
+        batch.Begin();
+        EXPECT_EQ(ThrownText<DirectX::upload_error>([&] { batch.Begin(); }),
+                  "Can't Begin: already in a Begin-End block.");
+        end();
+    }
+}
+
+// Copies a buffer back to the host.
+std::vector<uint8_t> ReadBack(DX::DeviceResources& resources, ID3D12Resource* buffer, size_t byteCount) {
+    const CD3DX12_HEAP_PROPERTIES heap(D3D12_HEAP_TYPE_READBACK);
+    const auto desc = CD3DX12_RESOURCE_DESC::Buffer(byteCount);
+    ComPtr<ID3D12Resource> readback;
+    EXPECT_EQ(resources.GetD3DDevice()->CreateCommittedResource(&heap, D3D12_HEAP_FLAG_NONE, &desc,
+                                                                D3D12_RESOURCE_STATE_COPY_DEST, nullptr,
+                                                                IID_PPV_ARGS(readback.GetAddressOf())),
+              S_OK);
+    EXPECT_EQ(resources.ResetCommandList(), 0);
+    resources.GetCommandList()->CopyResource(readback.Get(), buffer);
+    EXPECT_EQ(resources.GetCommandList()->Close(), S_OK);
+    resources.ExecuteAndWait();
+    void* data = nullptr;
+    EXPECT_EQ(readback->Map(0, nullptr, &data), S_OK);
+    std::vector<uint8_t> bytes(byteCount);
+    std::memcpy(bytes.data(), data, byteCount);
+    readback->Unmap(0, nullptr);
+    return bytes;
+}
+
+TEST_F(Device, UploadBatchOutlivedByItsUploads) {
+    constexpr size_t kBytes = 100'000;
+    std::vector<uint8_t> bytes(kBytes);
+    std::iota(bytes.begin(), bytes.end(), uint8_t{1});
+    std::array<ComPtr<ID3D12Resource>, 3> buffers;
+    std::future<void> done;
+    {
+        DirectX::ResourceUploadBatch batch(m_resources.GetD3DDevice());
+        batch.Begin();
+        for (auto& buffer : buffers) {
+            ASSERT_EQ(CreateGpuBuffer(*m_resources.GetD3DDevice(), kBytes, D3D12_RESOURCE_STATE_COMMON, buffer), S_OK);
+            std::vector<uint8_t> source(bytes);
+            const D3D12_SUBRESOURCE_DATA data{source.data(), 0, 0};
+            batch.Upload(buffer.Get(), 0, &data, 1);
+            std::fill(source.begin(), source.end(), uint8_t{0});  // it has been copied
+        }
+        done = batch.End(m_resources.GetCommandQueue());
+    }
+    done.get();
+    for (auto& buffer : buffers) {
+        EXPECT_EQ(ReadBack(m_resources, buffer.Get(), kBytes), bytes);
+    }
+}
+
+TEST(RemovedReason, IsExplainedWhereItSaysSomething) {
+    EXPECT_STREQ(ExplainRemovedReason(DXGI_ERROR_DEVICE_HUNG),
+                 "DXGI_ERROR_DEVICE_HUNG - GPU hung and couldn't recover");
+    EXPECT_EQ(ExplainRemovedReason(S_OK), nullptr);
+    EXPECT_EQ(ExplainRemovedReason(E_OUTOFMEMORY), nullptr);
+}
+
+TEST(Engine, ThatWasNeverSetUpRefusesAndGoesAway) {
+    LogCapture log;
+    Sample engine;
+    EXPECT_EQ(engine.Init(nullptr), -1);
+    EXPECT_FALSE(engine.IsReady());
+    orvane_frame frame{};
+    EXPECT_EQ(engine.Infer(&frame, &frame), -1);
+    EXPECT_EQ(log.Take(), (LogEntries{{ORVANE_LOG_ERROR, "Parameter is null"},
+                                      {ORVANE_LOG_ERROR, "Error: Device resources not initialized"}}));
+}
+
+}  // namespace
+}  // namespace orvane

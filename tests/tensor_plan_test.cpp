@@ -1,0 +1,127 @@
+// Shapes, strides and byte sizes of the network's tensors, and the order of filters.
+#include "engine/tensor_plan.h"
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <vector>
+
+namespace orvane {
+namespace {
+
+constexpr uint32_t kHighest = std::numeric_limits<uint32_t>::max();
+constexpr TensorLayout kLayouts[] = {TensorLayout::kNchw, TensorLayout::kNhwc};
+
+TEST(TensorStrides, PackElementsInTheOrderOfTheLayout) {
+    const TensorStrides nchw = CalcStrides({2, 3, 4, 5}, TensorLayout::kNchw);
+    const TensorStrides nhwc = CalcStrides({2, 3, 4, 5}, TensorLayout::kNhwc);
+    for (uint32_t i = 0; i < 120; ++i) {
+        const uint32_t n = i / 60;
+        EXPECT_EQ(n * nchw[0] + i / 20 % 3 * nchw[1] + i / 5 % 4 * nchw[2] + i % 5 * nchw[3], i);
+        EXPECT_EQ(n * nhwc[0] + i % 3 * nhwc[1] + i / 15 % 4 * nhwc[2] + i / 3 % 5 * nhwc[3], i);
+    }
+    EXPECT_EQ(CalcBiasStrides(32, TensorLayout::kNchw), (TensorStrides{32, 1, 1, 1}));
+    EXPECT_EQ(CalcBiasStrides(32, TensorLayout::kNhwc), (TensorStrides{32, 1, 32, 32}));
+}
+
+TEST(TensorSize, CoversTheLastElementInWholeWords) {
+    using Type = TensorDataType;
+    struct Case {
+        TensorShape shape;
+        TensorStrides strides;
+        Type type;
+        uint64_t byteSize;
+    };
+    const TensorShape three{1, 3, 1, 1};
+    const TensorStrides packed{3, 1, 1, 1};
+    const Case cases[] = {{three, packed, Type::kFloat16, 8},
+                          {three, {3, 1, 3, 3}, Type::kUint16, 8},
+                          {three, packed, Type::kInt16, 8},
+                          {three, packed, Type::kFloat32, 12},
+                          {three, packed, Type::kUint32, 12},
+                          {three, packed, Type::kInt32, 12},
+                          {{1, 5, 1, 1}, packed, Type::kUint8, 8},
+                          {{1, 4, 1, 1}, packed, Type::kInt8, 4},
+                          {three, packed, Type::kUnknown, 0},
+                          {three, packed, static_cast<Type>(99), 0},
+                          {{1, 1, 3, 2}, {0, 0, 10, 1}, Type::kFloat16, 44},  // padded rows
+                          {{7, 5, 3, 2}, {0, 0, 0, 1}, Type::kFloat16, 4},    // all rows the same
+                          {{1, 1, 2, 2}, {0, 0, kHighest, 1}, Type::kFloat16, 8'589'934'596}};
+    for (const Case& test : cases) {
+        EXPECT_EQ(CalcBufferTensorSize(test.shape, &test.strides, test.type), test.byteSize)
+            << testing::PrintToString(test.shape) << ", strides " << testing::PrintToString(test.strides) << ", type "
+            << static_cast<uint32_t>(test.type);
+    }
+    EXPECT_EQ(CalcBufferTensorSize({2, 3, 5, 7}, nullptr, Type::kFloat16), 420U);
+    EXPECT_EQ(CalcBufferTensorSize({4, 65536, 65536, 1}, nullptr, Type::kFloat16), uint64_t{1} << 35);
+    for (const TensorLayout layout : kLayouts) {
+        EXPECT_EQ(CalcTensorSize({1, 3, 16384, 16384}, layout), 1'610'612'736U);
+        EXPECT_EQ(CalcTensorSize({1, 3, 65535, 65535}, layout), 25'769'017'352U);  // more than 32 bits
+    }
+}
+
+NetworkPlan PlanOf(uint32_t width, uint32_t height, int32_t channels, int32_t depth, TensorLayout layout) {
+    std::vector<LayerShape> layers;
+    BuildLayerTable(MakeNetworkConfig(channels, depth), layers);
+    return PlanNetwork({width, height}, layers, layout);
+}
+
+// In the order of the shader's constant buffer.
+std::array<uint32_t, 7> Constants(const NetworkPlan& plan) {
+    return std::bit_cast<std::array<uint32_t, 7>>(plan.depthToSpace);
+}
+
+TEST(NetworkPlan, FullHdThroughFourLayers) {
+    for (const TensorLayout layout : kLayouts) {
+        const auto useNhwc = static_cast<uint32_t>(layout);
+        SCOPED_TRACE(useNhwc);
+        const NetworkPlan plan = PlanOf(1920, 1080, 32, 2, layout);
+        const TensorShape hidden{1, 32, 1080, 1920};
+        EXPECT_EQ(plan.inputShape, (TensorShape{1, 3, 1080, 1920}));
+        EXPECT_EQ(plan.shapes,
+                  (std::vector<TensorShape>{hidden, hidden, hidden, {1, 12, 1080, 1920}, {1, 3, 2160, 3840}, {}}));
+        EXPECT_EQ(plan.LayerInputShape(0), plan.inputShape);
+        EXPECT_EQ(plan.LayerInputShape(3), hidden);
+        EXPECT_EQ(plan.modelInputSize, 12'441'600U);
+        EXPECT_EQ(plan.modelOutputSize, 49'766'400U);
+        EXPECT_EQ(plan.bufferSizes,
+                  (std::vector<uint64_t>{12'441'600, 132'710'400, 132'710'400, 132'710'400, 49'766'400, 0}));
+        EXPECT_EQ(plan.lastLayer, 3U);
+        EXPECT_EQ(Constants(plan), (std::array<uint32_t, 7>{2, 1, 12, 1080, 1920, 3, useNhwc}));
+    }
+}
+
+TEST(NetworkPlan, OneLayerKeepsItsChannels) {
+    const NetworkPlan plan = PlanOf(5, 7, 34, -1, TensorLayout::kNhwc);
+    EXPECT_EQ(plan.shapes, (std::vector<TensorShape>{{1, 34, 7, 5}, {1, 8, 14, 10}, {}}));
+    EXPECT_EQ(plan.bufferSizes, (std::vector<uint64_t>{212, 2380, 0}));
+    EXPECT_EQ(plan.modelOutputSize, 840U);
+    EXPECT_EQ(plan.lastLayer, 0U);
+    EXPECT_EQ(Constants(plan), (std::array<uint32_t, 7>{2, 1, 34, 7, 5, 8, 1}));
+}
+
+TEST(NetworkPlan, AbsurdSizesGiveAPlan) {
+    for (const uint32_t width : {0U, 1U, kHighest}) {
+        for (const uint32_t height : {0U, 1U, kHighest}) {
+            const NetworkPlan plan = PlanOf(width, height, 1024, 14, TensorLayout::kNhwc);
+            EXPECT_EQ(plan.shapes[15], (TensorShape{1, 12, height, width}));
+            EXPECT_EQ(plan.bufferSizes.size(), 18U);
+        }
+    }
+}
+
+TEST(ArrangeFilter, PutsInputsInnermostForNhwcOnly) {
+    std::vector<uint16_t> values;  // decimal digits: output, input, row, column
+    std::vector<uint16_t> transposed;
+    for (int i = 0; i < 120; ++i) {
+        values.push_back(static_cast<uint16_t>(i / 60 * 1000 + i / 20 % 3 * 100 + i / 5 % 4 * 10 + i % 5));
+        transposed.push_back(static_cast<uint16_t>(i / 60 * 1000 + i % 3 * 100 + i / 15 % 4 * 10 + i / 3 % 5));
+    }
+    EXPECT_EQ(ArrangeFilter(values, {2, 3, 4, 5}, TensorLayout::kNchw), values);
+    EXPECT_EQ(ArrangeFilter(values, {2, 3, 4, 5}, TensorLayout::kNhwc), transposed);
+}
+
+}  // namespace
+}  // namespace orvane
