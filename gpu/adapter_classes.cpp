@@ -1,7 +1,7 @@
 #include "gpu/adapter_classes.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdlib>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -26,16 +26,15 @@ bool ContainsAny(const std::string& text, std::initializer_list<const char*> wor
 }
 
 // The decimal integer that begins `skip` characters after the start of `word` in the name.
-std::optional<int> NumberAfter(const std::string& name, const char* word, size_t skip) {
+std::optional<long> NumberAfter(const std::string& name, const char* word, size_t skip) {
     const size_t position = name.find(word);
     if (position == std::string::npos || position + skip > name.size()) {
         return std::nullopt;
     }
-    int number = 0;
-    if (std::sscanf(name.c_str() + position + skip, "%d", &number) != 1) {
-        return std::nullopt;
-    }
-    return number;
+    const char* const start = name.c_str() + position + skip;
+    char* end = nullptr;
+    const long number = std::strtol(start, &end, 10);
+    return end != start ? std::optional(number) : std::nullopt;
 }
 
 int32_t ClassifyNvidia(const std::string& name) {
@@ -46,7 +45,7 @@ int32_t ClassifyNvidia(const std::string& name) {
         return ORVANE_PERFORMANCE_UPPER_MIDDLE;
     }
     const char* const series = ContainsAny(name, {"rtx "}) ? "rtx " : "gtx ";
-    const int number = NumberAfter(name, series, 4).value_or(0);
+    const long number = NumberAfter(name, series, 4).value_or(0);
     if (number >= 3050) {
         return ORVANE_PERFORMANCE_TOP;
     }
@@ -68,7 +67,7 @@ int32_t ClassifyAmd(const std::string& name) {
         return ORVANE_PERFORMANCE_TOP;
     }
     // One character beyond the two letters is skipped whatever it is, so "rx6800" reads as 800.
-    const int number = NumberAfter(name, "rx", 3).value_or(0);
+    const long number = NumberAfter(name, "rx", 3).value_or(0);
     return number >= 6000 ? ORVANE_PERFORMANCE_UPPER_MIDDLE : ORVANE_PERFORMANCE_UNKNOWN;
 }
 

@@ -9,6 +9,7 @@
 #if defined(__MINGW32__)
 #include <sal.h>
 // DirectML.h is annotated with words that MinGW's sal.h lacks.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 #ifndef _Maybenull_
 #define _Maybenull_
 #endif
@@ -21,6 +22,7 @@
 #ifndef _Field_size_bytes_
 #define _Field_size_bytes_(count)
 #endif
+// NOLINTEND(bugprone-reserved-identifier)
 #endif
 
 // Before dxgi1_6.h, which would bring in the compiler's own, older d3d and dxgi headers.

@@ -17,6 +17,7 @@ void ThrowIfFailed(HRESULT hr) {
 // What must stay alive until the GPU has run one batch.
 struct UploadBatch {
     std::vector<ComPtr<ID3D12DeviceChild>> trackedObjects;
+    ComPtr<ID3D12CommandAllocator> commandAllocator;  // owns the memory of the recorded commands
     ComPtr<ID3D12GraphicsCommandList> commandList;
     ComPtr<ID3D12Fence> fence;
     HANDLE gpuCompleteEvent = nullptr;
@@ -94,6 +95,7 @@ public:
 
         auto batch = std::make_unique<UploadBatch>();
         batch->trackedObjects.swap(m_trackedObjects);
+        batch->commandAllocator = m_commandAllocator;
         batch->commandList = m_commandList;
         batch->fence = fence;
         batch->gpuCompleteEvent = gpuCompleteEvent;

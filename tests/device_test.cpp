@@ -113,6 +113,11 @@ TEST_F(Device, UploadBatchOutlivedByItsUploads) {
     std::vector<uint8_t> bytes(kBytes);
     std::iota(bytes.begin(), bytes.end(), uint8_t{1});
     std::array<ComPtr<ID3D12Resource>, 3> buffers;
+    // Holds the GPU back until the batch object is gone.
+    ComPtr<ID3D12Fence> gate;
+    ASSERT_EQ(m_resources.GetD3DDevice()->CreateFence(0, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(gate.GetAddressOf())),
+              S_OK);
+    ASSERT_EQ(m_resources.GetCommandQueue()->Wait(gate.Get(), 1), S_OK);
     std::future<void> done;
     {
         DirectX::ResourceUploadBatch batch(m_resources.GetD3DDevice());
@@ -126,6 +131,7 @@ TEST_F(Device, UploadBatchOutlivedByItsUploads) {
         }
         done = batch.End(m_resources.GetCommandQueue());
     }
+    ASSERT_EQ(gate->Signal(1), S_OK);
     done.get();
     for (auto& buffer : buffers) {
         EXPECT_EQ(ReadBack(m_resources, buffer.Get(), kBytes), bytes);
