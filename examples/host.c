@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
     if (handle == NULL || orvane_process(handle, &output, &input) != ORVANE_OK) {
         return 1; /* the log says why */
     }
-    printf("one pixel of the result: %d %d %d\n", output_pixels[9][9][0], output_pixels[9][9][1], output_pixels[9][9][2]);
+    const uint8_t* pixel = output_pixels[9][9];
+    printf("one pixel of the result: %d %d %d\n", pixel[0], pixel[1], pixel[2]);
     return orvane_close(handle);
 }

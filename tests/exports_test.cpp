@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <objbase.h>
 #include <thread>
 
 #include <windows.h>
@@ -286,6 +287,42 @@ TEST_F(Exports, FollowsEveryChangeOfSizeWithoutReadingTheModelAgain) {
                                 number(height * 2) + ", stride: " + number(width * 8));
         EXPECT_EQ(lines[1], "Re-initializing with new resolution: " + number(width) + "x" + number(height));
     }
+}
+
+// COM is in the multithreaded mode on this thread exactly while instances are counted: another mode is refused then.
+bool ComIsInitialised() {
+    const HRESULT hr = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    if (SUCCEEDED(hr)) {
+        CoUninitialize();
+    }
+    return hr == RPC_E_CHANGED_MODE;
+}
+
+TEST_F(Exports, InitialisesComFromTheFirstInstanceToTheLast) {
+    EXPECT_FALSE(ComIsInitialised());
+    orvane_open_param unusable = Param(8, 8);
+    unusable.modelChannels = 0;
+    EXPECT_EQ(orvane_open(&unusable), nullptr);
+    EXPECT_FALSE(ComIsInitialised());
+
+    Instance first(Param(8, 8));
+    Instance second(Param(8, 8));
+    EXPECT_TRUE(ComIsInitialised());
+    first.Close();
+    EXPECT_TRUE(ComIsInitialised());
+    // Closed by the library, because it cannot change to this size.
+    orvane_frame input = InputFrame(Picture(8, 8));
+    std::array<uint8_t, 64> pixels{};
+    input.data = pixels.data();
+    input.height = 0;
+    orvane_frame output = input;
+    EXPECT_EQ(orvane_process(second.Handle(), &output, &input), ORVANE_ERROR_FAILED);
+    EXPECT_FALSE(ComIsInitialised());
+
+    // Another mode of the host's own is no obstacle.
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+    const Instance third(Param(8, 8));
+    EXPECT_NE(third.Handle(), nullptr);
 }
 
 TEST_F(Exports, RunsTwoModelsFromManyThreads) {
