@@ -2,7 +2,7 @@
 #   cmake -DOBJDUMP=... -DDLL=... -DSTRIPPED=0|1 -P check_dll.cmake
 execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 
-string(REGEX MATCH "Ordinal/Name Pointer\\] Table.*" names "${headers}")
+string(REGEX MATCH "Ordinal/Name Pointer\\] Table[^\n]*\n(\t\\[[^\n]*\n)+" names "${headers}")
 string(REGEX MATCHALL "\\[ *[0-9]+\\] [^\n]+" exports "${names}")
 list(TRANSFORM exports REPLACE "\\[ *[0-9]+\\] " "")
 set(expected orvane_check_supported orvane_close orvane_get_version orvane_getickcount orvane_init orvane_open
