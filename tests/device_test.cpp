@@ -51,6 +51,15 @@ TEST(DeviceResources, WaitsForNothingBeforeTheDeviceExists) {
     EXPECT_EQ(resources.GetFenceValue(), 0U);
 }
 
+TEST(DeviceResources, HasNoCommandListWithoutAnAllocator) {
+    LogCapture log(ORVANE_LOG_ERROR);
+    DX::DeviceResources resources(DXGI_FORMAT_R8G8B8A8_UNORM, DXGI_FORMAT_UNKNOWN, 0, D3D_FEATURE_LEVEL_11_0, 1);
+    EXPECT_EQ(resources.CreateDeviceResources(), -1);
+    const LogEntries entries = log.Take();
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries[0].second.rfind("Operation failed: CreateCommandList, HRESULT: 0x8", 0), 0U) << entries[0].second;
+}
+
 TEST_F(Device, CountsItsWaits) {
     EXPECT_EQ(m_resources.GetFenceValue(), 1U);
     EXPECT_GE(m_resources.GetDeviceFeatureLevel(), D3D_FEATURE_LEVEL_11_0);
