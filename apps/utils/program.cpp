@@ -26,6 +26,14 @@ int ReportFailure(const CLI::App& app, const char* reason) {
     return kExitFailed;
 }
 
+// "/a/b.png" is a path on Windows too, and not an option.
+void TakeSlashesAsPaths(CLI::App& app) {
+    app.allow_windows_style_options(false);
+    for (CLI::App* const subcommand : app.get_subcommands({})) {
+        subcommand->allow_windows_style_options(false);
+    }
+}
+
 }  // namespace
 
 int RunProgram(CLI::App& app, int argc, const char* const* argv) {
@@ -35,6 +43,7 @@ int RunProgram(CLI::App& app, int argc, const char* const* argv) {
     try {
         std::vector<std::string> arguments = Utf8Arguments(argc, argv);
         std::reverse(arguments.begin(), arguments.end());  // CLI11 takes the arguments from the back
+        TakeSlashesAsPaths(app);
         app.parse(std::move(arguments));
         return kExitDone;
     } catch (const CLI::ParseError& error) {
