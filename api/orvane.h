@@ -7,12 +7,12 @@
  *
  * Threads: every function may be called from any thread, with these limits. orvane_init writes the log
  * configuration without a lock: call it before anything else. The first orvane_open of a series initialises COM
- * and the last orvane_close uninitialises it, each on its own thread and without a lock: do not run an open beside
- * another open or a close.
+ * and the last orvane_close uninitialises it (or the orvane_process that closes the last instance because it cannot
+ * change its size), each on its own thread and without a lock: do not run an open beside another open or a close.
  * Frames of all instances run one at a time; a second orvane_process waits for the first.
  *
- * Errors: a function never raises because of what a host passes in. It logs one or more lines through the
- * callback of orvane_init and returns one of the result codes below, or a null handle. Exhausted host memory
+ * Errors: a function never raises because of what a host passes in. It returns one of the result codes below, or a
+ * null handle, after logging why through the callback of orvane_init. Exhausted host memory
  * and a failing upload of the weights to the GPU are raised as C++ exceptions; see docs/errors.md.
  *
  * Strings are in the process's narrow (ANSI) encoding unless said otherwise.

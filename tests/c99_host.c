@@ -14,7 +14,7 @@ static void print_error(void* userData, int32_t level, const char* format, va_li
 int main(int argc, char** argv) {
     static uint8_t input_pixels[4 * 4 * 4];
     static uint8_t output_pixels[8 * 8 * 4];
-    const orvane_init_param init = {ORVANE_LOG_INFO, print_error, stderr};
+    orvane_init_param init;
     orvane_open_param param;
     orvane_frame input;
     orvane_frame output;
@@ -24,6 +24,9 @@ int main(int argc, char** argv) {
         fputs("usage: c99_host MODEL (27 channels, 3 layers)\n", stderr);
         return 2;
     }
+    init.level = ORVANE_LOG_INFO;
+    init.callback = print_error;
+    init.userData = stderr;
     orvane_init(&init);
     memset(&param, 0, sizeof(param));
     param.inputWidth = 4;

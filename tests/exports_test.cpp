@@ -89,7 +89,8 @@ RefusedOpen InvalidSize(const char* name, uint32_t width, uint32_t height) {
                 param.inputWidth = width;
                 param.inputHeight = height;
             },
-            {"Failed to create device, error code: -1"}};
+            {"Operation failed: CreateOperator, HRESULT: 0x80070057",
+             "Failed to CreateDirectMLResources, error code: -1", "Failed to create device, error code: -1"}};
 }
 
 // The network fits any size that memory allows, the doubled picture does not.

@@ -23,6 +23,19 @@ void PrintTo(const FrameCase& c, std::ostream* out) {
     *out << c.width << " x " << c.height << ", " << c.channels << " channels, depth " << c.depth << ", " << c.modelFile;
 }
 
+#if defined(ORVANE_EXPECT_NVIDIA)
+TEST(Adapter, IsOneOfNvidias) {
+    LibraryLog log(ORVANE_LOG_INFO);
+    orvane_check_result result{};
+    EXPECT_EQ(orvane_check_supported(&result, nullptr), ORVANE_OK);
+    std::string all;
+    for (const std::string& line : log.TakeTexts()) {
+        all += line + '\n';
+    }
+    EXPECT_NE(all.find("VendorId = 0x10de"), std::string::npos) << all;
+}
+#endif
+
 class Frames : public testing::TestWithParam<FrameCase> {};
 
 TEST_P(Frames, AreDoubledAsTheNetworkSays) {

@@ -44,9 +44,10 @@ TEST(SupportCheck, SaysWhatTheMachineLacks) {
 
     // The adapter is known unless dxgi.dll is missing.
     const bool hasAdapter = g_expectedStatus != ORVANE_CHECK_NO_DXGI;
-    EXPECT_EQ(result.adapterCount, hasAdapter ? 1U : 0U);
+    EXPECT_EQ(result.adapterCount > 0, hasAdapter);
+    EXPECT_LE(result.adapterCount, 4U);
     EXPECT_EQ(std::strlen(result.adapterName) > 0, hasAdapter);
-    EXPECT_EQ(classRecord.performanceClass, hasAdapter ? uint32_t{ORVANE_PERFORMANCE_UNKNOWN} : kUntouched);
+    EXPECT_EQ(classRecord.performanceClass != kUntouched, hasAdapter);
 
     // Nothing stays loaded. (Windows keeps dxgi.dll itself for other reasons once it has been used.)
     EXPECT_EQ(GetModuleHandleW(L"DirectML.dll"), nullptr);
