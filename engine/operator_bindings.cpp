@@ -222,12 +222,10 @@ int32_t InitializeOperators(DX::DeviceResources& resources, const DirectMLContex
         return -1;
     }
     BindingBuilder builder(resources, context, graph, layers, bindings);
-    const int32_t result = builder.RecordInitialization();
-    // Closed on failure too, or it could not be reset again.
-    if (CheckHResult(resources.GetCommandList()->Close(), "Close") != 0 || result != 0) {
+    if (builder.RecordInitialization() != 0 || CheckHResult(resources.CloseCommandList(), "Close") != 0 ||
+        resources.ExecuteAndWait() != 0) {
         return -1;
     }
-    resources.ExecuteAndWait();
     return builder.BindLayers();
 }
 

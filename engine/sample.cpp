@@ -112,8 +112,9 @@ int32_t Sample::Infer(const orvane_frame* input, orvane_frame* output) {
     if (RecordFrame(*input) != 0) {
         return -1;
     }
-    m_deviceResources.ExecuteAndWait();
-    if (CheckDevices() != 0) {
+    // The devices first: on one that is gone the wait may have ended early or not at all.
+    const int32_t executed = m_deviceResources.ExecuteAndWait();
+    if (CheckDevices() != 0 || executed != 0) {
         return -1;
     }
     if (output != nullptr && ReadBack(*input, *output) != 0) {
@@ -164,19 +165,14 @@ int32_t Sample::RecordFrame(const orvane_frame& input) {
     }
     FrameRecorder recorder(m_deviceResources, m_directML, m_shaders, m_network, m_bindings, m_frame);
     const auto byteSize = static_cast<uint64_t>(int64_t{input.height} * input.width * kBytesPerPixel);
-    const int32_t uploaded = recorder.UploadFrame(input.data, byteSize, kBytesPerPixel * m_geometry.input.width);
-    if (uploaded == 0) {
-        recorder.ImageToTensor(m_geometry.input);
-        recorder.RunNetwork();
-        recorder.DepthToSpace();
-        recorder.CopyToReadback();
-    }
-    // Closed on failure too, or it could not be reset for the next frame.
-    const HRESULT hr = m_deviceResources.GetCommandList()->Close();
-    if (uploaded != 0) {
+    if (recorder.UploadFrame(input.data, byteSize, kBytesPerPixel * m_geometry.input.width) != 0) {
         return -1;
     }
-    if (FAILED(hr)) {
+    recorder.ImageToTensor(m_geometry.input);
+    recorder.RunNetwork();
+    recorder.DepthToSpace();
+    recorder.CopyToReadback();
+    if (const HRESULT hr = m_deviceResources.CloseCommandList(); FAILED(hr)) {
         LogMessage(ORVANE_LOG_ERROR, "Copy output texture to CPU failed! hr=0x%08X", static_cast<uint32_t>(hr));
         return -1;
     }

@@ -128,23 +128,55 @@ void DeviceResources::WaitForGpu() {
     uint64_t& fenceValue = m_fenceValues[m_backBufferIndex];
     if (SUCCEEDED(m_commandQueue->Signal(m_fence.Get(), fenceValue)) &&
         SUCCEEDED(m_fence->SetEventOnCompletion(fenceValue, m_fenceEvent.Get()))) {
-        WaitForSingleObjectEx(m_fenceEvent.Get(), INFINITE, FALSE);
+        // The event may still be set from a wait that was given up.
+        do {
+            if (WaitForSingleObjectEx(m_fenceEvent.Get(), INFINITE, FALSE) != WAIT_OBJECT_0) {
+                return;
+            }
+        } while (m_fence->GetCompletedValue() < fenceValue);
         ++fenceValue;
+        m_gpuIsIdle = true;
     }
+}
+
+int32_t DeviceResources::RequireIdleGpu() {
+    if (!m_gpuIsIdle) {
+        WaitForGpu();
+    }
+    if (!m_gpuIsIdle) {
+        LogMessage(ORVANE_LOG_ERROR, "Failed to WaitForGpu, error code: %d", -1);
+        return -1;
+    }
+    return 0;
 }
 
 int32_t DeviceResources::ResetCommandList() {
-    ID3D12CommandAllocator* const allocator = GetCommandAllocator();
-    if (CheckHResult(allocator->Reset(), "ResetCommandAllocator") != 0) {
+    // What an earlier list could not be waited for must not be recorded over.
+    if (RequireIdleGpu() != 0) {
         return -1;
     }
-    return CheckHResult(m_commandList->Reset(allocator, nullptr), "ResetCommandList");
+    if (m_commandListIsOpen) {
+        CloseCommandList();  // its recording was given up
+    }
+    ID3D12CommandAllocator* const allocator = GetCommandAllocator();
+    if (CheckHResult(allocator->Reset(), "ResetCommandAllocator") != 0 ||
+        CheckHResult(m_commandList->Reset(allocator, nullptr), "ResetCommandList") != 0) {
+        return -1;
+    }
+    m_commandListIsOpen = true;
+    return 0;
 }
 
-void DeviceResources::ExecuteAndWait() {
+HRESULT DeviceResources::CloseCommandList() {
+    m_commandListIsOpen = false;
+    return m_commandList->Close();
+}
+
+int32_t DeviceResources::ExecuteAndWait() {
     ID3D12CommandList* const commandLists[] = {m_commandList.Get()};
+    m_gpuIsIdle = false;
     m_commandQueue->ExecuteCommandLists(1, commandLists);
-    WaitForGpu();
+    return RequireIdleGpu();
 }
 
 }  // namespace DX

@@ -43,7 +43,7 @@ public:
     int32_t CreateDeviceResources();
 
     // Blocks until the queue has finished everything submitted. Does nothing before the device exists, and gives up
-    // without a word when the queue no longer takes a signal.
+    // without a word when that cannot be waited for.
     void WaitForGpu();
 
     // The libraries that everything on this device comes from.
@@ -62,10 +62,13 @@ public:
     // The highest level that the device supports, at least the minimum once the device exists.
     D3D_FEATURE_LEVEL GetDeviceFeatureLevel() const { return m_d3dFeatureLevel; }
 
-    // Resets the allocator and opens the command list on it. 0, or -1 with the failing call logged.
+    // Resets the allocator and opens the command list on it, also when it was left open. 0, or -1 with the failing call
+    // logged.
     int32_t ResetCommandList();
-    // Submits the closed command list and waits until it has run.
-    void ExecuteAndWait();
+    HRESULT CloseCommandList();
+    // Submits the closed command list and waits until it has run. 0, or -1 with the reason logged when that could not
+    // be waited for: it may still be running then.
+    int32_t ExecuteAndWait();
 
 private:
     static constexpr uint32_t kMaxBackBufferCount = 1;
@@ -74,6 +77,8 @@ private:
     void DetermineFeatureLevel();
     int32_t CreateCommandObjects();
     int32_t CreateFenceObjects();
+    // 0 when nothing runs on the queue, else -1 with that logged.
+    int32_t RequireIdleGpu();
 
     orvane::SystemLibraries m_libraries;  // outlives every object below
     uint32_t m_backBufferIndex = 0;
@@ -85,6 +90,8 @@ private:
     ComPtr<ID3D12Fence> m_fence;
     std::array<uint64_t, kMaxBackBufferCount> m_fenceValues{};
     orvane::Event m_fenceEvent;
+    bool m_gpuIsIdle = true;
+    bool m_commandListIsOpen = false;
     DXGI_FORMAT m_backBufferFormat;
     DXGI_FORMAT m_depthBufferFormat;
     uint32_t m_backBufferCount;

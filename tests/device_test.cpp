@@ -107,8 +107,8 @@ std::vector<uint8_t> ReadBack(DX::DeviceResources& resources, ID3D12Resource* bu
               S_OK);
     EXPECT_EQ(resources.ResetCommandList(), 0);
     resources.GetCommandList()->CopyResource(readback.Get(), buffer);
-    EXPECT_EQ(resources.GetCommandList()->Close(), S_OK);
-    resources.ExecuteAndWait();
+    EXPECT_EQ(resources.CloseCommandList(), S_OK);
+    EXPECT_EQ(resources.ExecuteAndWait(), 0);
     void* data = nullptr;
     EXPECT_EQ(readback->Map(0, nullptr, &data), S_OK);
     std::vector<uint8_t> bytes(byteCount);
