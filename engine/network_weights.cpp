@@ -31,15 +31,21 @@ void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>
     weights.biases.resize(layers.size());
 
     DirectX::ResourceUploadBatch batch(&device);
-    batch.Begin();
-    for (uint32_t i = 0; i < layers.size(); ++i) {
-        const TensorShape filterShape = FilterShape(layers[i]);
-        UploadValues(device, batch, ArrangeFilter(std::move(weightMap.at(FilterKey(i))), filterShape, layout),
-                     CalcTensorSize(filterShape, layout), weights.filters[i]);
-        UploadValues(device, batch, std::move(weightMap.at(BiasKey(i))), CalcTensorSize(BiasShape(layers[i]), layout),
-                     weights.biases[i]);
+    try {
+        batch.Begin();
+        for (uint32_t i = 0; i < layers.size(); ++i) {
+            const TensorShape filterShape = FilterShape(layers[i]);
+            UploadValues(device, batch, ArrangeFilter(std::move(weightMap.at(FilterKey(i))), filterShape, layout),
+                         CalcTensorSize(filterShape, layout), weights.filters[i]);
+            UploadValues(device, batch, std::move(weightMap.at(BiasKey(i))),
+                         CalcTensorSize(BiasShape(layers[i]), layout), weights.biases[i]);
+        }
+        batch.End(resources.GetCommandQueue()).get();
+    } catch (...) {
+        // The copies may be under way, and what they read goes with the batch.
+        resources.WaitForGpu();
+        throw;
     }
-    batch.End(resources.GetCommandQueue()).wait();
 }
 
 }  // namespace orvane

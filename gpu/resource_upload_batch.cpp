@@ -70,8 +70,10 @@ public:
         ThrowIfFailed(m_device->CreateCommittedResource(&heapProperties, D3D12_HEAP_FLAG_NONE, &desc,
                                                         D3D12_RESOURCE_STATE_GENERIC_READ, nullptr,
                                                         IID_PPV_ARGS(scratch.GetAddressOf())));
-        UpdateSubresources(m_commandList.Get(), resource, scratch.Get(), 0, subresourceIndexStart, numSubresources,
-                           subresourceData);
+        if (UpdateSubresources(m_commandList.Get(), resource, scratch.Get(), 0, subresourceIndexStart, numSubresources,
+                               subresourceData) == 0) {
+            throw com_exception(E_OUTOFMEMORY);  // nothing was recorded, for want of memory
+        }
         m_trackedObjects.emplace_back(scratch);
     }
 
@@ -93,17 +95,18 @@ public:
         ThrowIfFailed(commandQueue->Signal(fence.Get(), 1));
         ThrowIfFailed(fence->SetEventOnCompletion(1, gpuCompleteEvent));
 
-        auto batch = std::make_unique<UploadBatch>();
-        batch->trackedObjects.swap(m_trackedObjects);
-        batch->commandAllocator = m_commandAllocator;
-        batch->commandList = m_commandList;
-        batch->fence = fence;
-        batch->gpuCompleteEvent = gpuCompleteEvent;
-        // The task owns the batch and destroys it when the GPU is done, whether or not this object still exists.
-        std::future<void> future = std::async(std::launch::async, [owned = std::move(batch)]() mutable {
-            const std::unique_ptr<UploadBatch> finished = std::move(owned);
+        m_submitted = std::make_shared<UploadBatch>();
+        m_submitted->trackedObjects.swap(m_trackedObjects);
+        m_submitted->commandAllocator = m_commandAllocator;
+        m_submitted->commandList = m_commandList;
+        m_submitted->fence = fence;
+        m_submitted->gpuCompleteEvent = gpuCompleteEvent;
+        // The task keeps the batch until the GPU is done, whether or not this object still exists.
+        std::future<void> future = std::async(std::launch::async, [batch = m_submitted]() mutable {
+            const std::shared_ptr<UploadBatch> finished = std::move(batch);
             WaitForCompletion(*finished);
         });
+        m_submitted.reset();
 
         m_inBeginEndBlock = false;
         m_commandList.Reset();
@@ -116,6 +119,7 @@ private:
     ComPtr<ID3D12CommandAllocator> m_commandAllocator;
     ComPtr<ID3D12GraphicsCommandList> m_commandList;
     std::vector<ComPtr<ID3D12DeviceChild>> m_trackedObjects;
+    std::shared_ptr<UploadBatch> m_submitted;  // set only while no task owns it
     bool m_inBeginEndBlock = false;
 };
 
