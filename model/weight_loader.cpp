@@ -1,13 +1,21 @@
 #include "model/weight_loader.h"
 
+#include <algorithm>
+
 #include "api/log.h"
 #include "model/model_stream.h"
 
 namespace orvane {
 namespace {
 
+// Exact below 2^32; a larger count stays too large instead of wrapping.
 size_t ElementCount(const TensorShape& shape) {
-    return size_t{shape[0]} * shape[1] * shape[2] * shape[3];
+    constexpr uint64_t kTooLarge = uint64_t{1} << 32;
+    uint64_t count = 1;
+    for (const uint32_t size : shape) {
+        count = std::min(count, kTooLarge) * size;
+    }
+    return count;
 }
 
 bool SeekTo(std::stringstream& stream, uint32_t offset) {
@@ -23,7 +31,7 @@ bool ReadBytes(std::stringstream& stream, uint16_t* values, uint32_t byteCount) 
 
 // Null when the heap is exhausted, and when the shape is one whose size does not fit into 32 bits.
 HalfBlob AllocateHalves(const TensorShape& shape, uint32_t byteCount) {
-    const bool fits = ElementCount(shape) * sizeof(uint16_t) == byteCount;
+    const bool fits = ElementCount(shape) == byteCount / sizeof(uint16_t);
     return HalfBlob(fits ? static_cast<uint16_t*>(std::malloc(byteCount)) : nullptr);
 }
 
