@@ -1,5 +1,6 @@
 #include "tests/fault_injector.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -37,6 +38,7 @@ struct State {
     std::map<void*, const char*> objects;  // living COM objects of the library, and the calls that made them
     int libraries = 0;
     int comInitialisations = 0;
+    int pretendedBindings = 0;
     std::set<HANDLE> uploadEvents;
     std::unordered_map<void**, ReplacedEntry> replaced;  // entries of function tables
 };
@@ -103,8 +105,8 @@ T& Anything() {
     static std::remove_cv_t<T> value{};
     return value;
 }
-template <typename Interface, typename... Arguments>
-size_t SlotOf(HRESULT (STDMETHODCALLTYPE Interface::*method)(Arguments...)) {
+template <typename Interface, typename Result, typename... Arguments>
+size_t SlotOf(Result (STDMETHODCALLTYPE Interface::*method)(Arguments...)) {
     void** table = TellingTable(std::make_index_sequence<64>());
     (reinterpret_cast<Interface*>(&table)->*method)(Anything<std::remove_reference_t<Arguments>>()...);
     return g_calledSlot;
@@ -146,7 +148,11 @@ HRESULT Intercept(const char* name, Function* original, Arguments... arguments) 
     return hr;
 }
 
-template <auto Method, typename Type = decltype(Method)>
+// A method's type without noexcept, which not every compiler sees in the headers.
+template <typename Interface, typename Result, typename... Arguments>
+auto PlainType(Result (STDMETHODCALLTYPE Interface::*method)(Arguments...)) -> decltype(method);
+
+template <auto Method, typename Type = decltype(PlainType(Method))>
 struct MethodHook;
 template <auto Method, typename Interface, typename... Arguments>
 struct MethodHook<Method, HRESULT (STDMETHODCALLTYPE Interface::*)(Arguments...)> {
@@ -165,6 +171,7 @@ struct MethodHook<Method, HRESULT (STDMETHODCALLTYPE Interface::*)(Arguments...)
 };
 
 constexpr size_t kReleaseSlot = 2;
+constexpr size_t kPropertiesSlot = 8;
 
 ULONG STDMETHODCALLTYPE Release(IUnknown* self) {
     using Function = ULONG STDMETHODCALLTYPE(IUnknown*);
@@ -180,12 +187,64 @@ ULONG STDMETHODCALLTYPE Release(IUnknown* self) {
     return left;
 }
 
+// --- Memory that operators need ---
+
+constexpr UINT64 kPretendedBytes = 43968;  // no operator asks for just this
+
+// Results that are structs are returned so on Windows, whatever the compiler.
+DML_BINDING_PROPERTIES* STDMETHODCALLTYPE GetProperties(IDMLDispatchable* self, DML_BINDING_PROPERTIES* properties) {
+    using Function = DML_BINDING_PROPERTIES* STDMETHODCALLTYPE(IDMLDispatchable*, DML_BINDING_PROPERTIES*);
+    reinterpret_cast<Function*>(FindReplaced(*reinterpret_cast<void***>(self) + kPropertiesSlot).original)(self,
+                                                                                                           properties);
+    if (t_depth == 0 && IsLibraryThread()) {
+        for (UINT64* const size : {&properties->TemporaryResourceSize, &properties->PersistentResourceSize}) {
+            *size = *size != 0 ? *size : kPretendedBytes;
+        }
+    }
+    return properties;
+}
+
+// DirectML refuses what it did not ask for.
+DML_BINDING_DESC WithoutPretended(const DML_BINDING_DESC& binding) {
+    const auto* const buffer = static_cast<const DML_BUFFER_BINDING*>(binding.Desc);
+    if (binding.Type != DML_BINDING_TYPE_BUFFER || buffer->SizeInBytes != kPretendedBytes || buffer->Offset != 0 ||
+        GetDesc(buffer->Buffer).Width != kPretendedBytes) {
+        return binding;
+    }
+    ++GetState().pretendedBindings;
+    return {DML_BINDING_TYPE_NONE, nullptr};
+}
+
+const size_t g_bindOutputsSlot = SlotOf(&IDMLBindingTable::BindOutputs);
+
+void STDMETHODCALLTYPE BindOutputs(IDMLBindingTable* self, UINT count, const DML_BINDING_DESC* bindings) {
+    using Function = void STDMETHODCALLTYPE(IDMLBindingTable*, UINT, const DML_BINDING_DESC*);
+    std::vector<DML_BINDING_DESC> real(bindings, bindings + count);
+    std::transform(real.begin(), real.end(), real.begin(), WithoutPretended);
+    void** const entry = *reinterpret_cast<void***>(self) + g_bindOutputsSlot;
+    reinterpret_cast<Function*>(FindReplaced(entry).original)(self, count, real.data());
+}
+
+template <auto Method>
+struct BindMemory {
+    static inline const size_t kSlot = SlotOf(Method);
+
+    static void STDMETHODCALLTYPE Call(IDMLBindingTable* self, const DML_BINDING_DESC* binding) {
+        using Function = void STDMETHODCALLTYPE(IDMLBindingTable*, const DML_BINDING_DESC*);
+        const DML_BINDING_DESC real = WithoutPretended(*binding);
+        reinterpret_cast<Function*>(FindReplaced(*reinterpret_cast<void***>(self) + kSlot).original)(self, &real);
+    }
+};
+
 struct Method {
     IID iid;
     const char* name;
     size_t slot;
     void* hook;
 };
+
+using BindTemporary = BindMemory<&IDMLBindingTable::BindTemporaryResource>;
+using BindPersistent = BindMemory<&IDMLBindingTable::BindPersistentResource>;
 
 #define METHOD_OF(object, interface, method)                                              \
     Method {                                                                              \
@@ -194,7 +253,7 @@ struct Method {
     }
 #define METHOD(interface, method) METHOD_OF(interface, interface, method)
 
-// Every method that the library calls and that can report a failure.
+// Every method that the library calls and that can report a failure, and those about memory.
 const std::vector<Method>& Methods() {
     static const std::vector<Method> methods{
         METHOD_OF(IDXGIFactory2, IDXGIFactory1, EnumAdapters1),
@@ -233,6 +292,11 @@ const std::vector<Method>& Methods() {
         METHOD(IDMLDevice, CreateBindingTable),
         METHOD(IDMLDevice, GetDeviceRemovedReason),
         METHOD(IDMLBindingTable, Reset),
+        {__uuidof(IDMLCompiledOperator), "", kPropertiesSlot, reinterpret_cast<void*>(&GetProperties)},
+        {__uuidof(IDMLOperatorInitializer), "", kPropertiesSlot, reinterpret_cast<void*>(&GetProperties)},
+        {__uuidof(IDMLBindingTable), "", g_bindOutputsSlot, reinterpret_cast<void*>(&BindOutputs)},
+        {__uuidof(IDMLBindingTable), "", BindTemporary::kSlot, reinterpret_cast<void*>(&BindTemporary::Call)},
+        {__uuidof(IDMLBindingTable), "", BindPersistent::kSlot, reinterpret_cast<void*>(&BindPersistent::Call)},
     };
     return methods;
 }
@@ -469,6 +533,10 @@ bool FaultInjector::Disarm() {
 
 const FaultInjector::CallCounts& FaultInjector::Calls() const {
     return GetState().counts;
+}
+
+int FaultInjector::PretendedBindings() const {
+    return GetState().pretendedBindings;
 }
 
 std::string FaultInjector::Held() const {

@@ -9,6 +9,8 @@
 
 namespace orvane::test {
 
+// It also pretends that operators need temporary and persistent memory, as they do on graphics cards.
+//
 // There is one; the library is used by the thread that made it. Only the library's own calls are counted and fail, not
 // those that Direct3D or DirectML make to fulfil them. Calls have the names "CreateEventExW" or
 // "ID3D12Device::CreateFence".
@@ -26,6 +28,9 @@ public:
     bool Disarm();
     // The calls from Arm to Disarm.
     const CallCounts& Calls() const;
+
+    // How many buffers have been bound because of the pretended needs.
+    int PretendedBindings() const;
 
     // What the library holds of the system, in words: objects by the calls that made them, libraries, COM. Empty when
     // that is nothing.
