@@ -85,7 +85,6 @@ std::vector<uint8_t> TiffFile(uint16_t width = 2, uint16_t orientation = 1, uint
 
 TEST(ReadPicture, TurnsItUprightAndKeepsAnRgbProfile) {
     const TempFolder folder;
-    const ComScope com;
     const std::vector<std::string> upright{"2143652", "6543212", "5634122", "1352463", "5316423", "6425313", "2461353"};
     for (uint16_t orientation = 2; orientation <= 8; ++orientation) {
         const std::vector<uint8_t> file = TiffFile(2, orientation);
@@ -120,10 +119,10 @@ TEST(Programs, SayWhatTheyDidOrWhatIsWrong) {
         const std::filesystem::path log = folder.Path() / std::to_string(++number);
         const std::wstring line = L"cd /d " + folder.Path().wstring() + L" && " + (g_programs / command).wstring();
         EXPECT_EQ(_wsystem((line + L" > " + log.wstring() + L" 2>&1").c_str()), exitCode) << text;
-        std::ifstream stream(log);
-        const std::string output{std::istreambuf_iterator<char>(stream), {}};
+        const std::string output{std::istreambuf_iterator<char>(std::ifstream(log).rdbuf()), {}};
         EXPECT_NE(output.find(text), std::string::npos) << output;
     }
+    EXPECT_EQ(ReadPicture(folder.Path() / "a.png").pixels[0], 1);
 }
 
 }  // namespace
@@ -137,5 +136,6 @@ int main(int argc, char** argv) {
     }
     orvane::tool::g_programs = std::filesystem::absolute(argv[0]).parent_path();
     orvane::tool::g_picture = argv[1];
+    const orvane::tool::ComScope com;
     return RUN_ALL_TESTS();
 }
