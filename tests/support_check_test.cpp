@@ -122,16 +122,6 @@ HRESULT MakeUnless(bool fails, const Adapter& adapter, void** result) {
     return fails ? E_FAIL : S_OK;
 }
 
-extern "C" __declspec(dllexport) HRESULT WINAPI AnswerFactory(UINT flags, REFIID iid, void** factory) {
-    return MakeUnless(g_machine->libraries[0] == 'f' || flags != 0 || iid != __uuidof(IDXGIFactory2), {}, factory);
-}
-
-extern "C" __declspec(dllexport) HRESULT WINAPI AnswerDevice(Object* adapter, UINT level, REFIID iid, void** device) {
-    g_deviceWanted = adapter->adapter.deviceId;
-    const bool isWrong = level != D3D_FEATURE_LEVEL_11_0 || iid != __uuidof(ID3D12Device);
-    return MakeUnless(g_machine->libraries[1] == 'f' || isWrong, {}, device);
-}
-
 // In place of RtlGetVersion. The record's fields are its size, major, minor and build.
 LONG WINAPI AnswerVersion(ULONG* fields) {
     const bool fails = g_machine->windows[0] == 0;  // what it then leaves in the record counts for nothing
@@ -251,4 +241,15 @@ TEST(SupportCheck, AgreesWithAnOpenOnTheSystemItself) {
 }
 
 }  // namespace
+
+extern "C" __declspec(dllexport) HRESULT WINAPI AnswerFactory(UINT flags, REFIID iid, void** factory) {
+    return MakeUnless(g_machine->libraries[0] == 'f' || flags != 0 || iid != __uuidof(IDXGIFactory2), {}, factory);
+}
+
+extern "C" __declspec(dllexport) HRESULT WINAPI AnswerDevice(IUnknown* adapter, UINT level, REFIID iid, void** device) {
+    g_deviceWanted = reinterpret_cast<Object*>(adapter)->adapter.deviceId;
+    const bool isWrong = level != D3D_FEATURE_LEVEL_11_0 || iid != __uuidof(ID3D12Device);
+    return MakeUnless(g_machine->libraries[1] == 'f' || isWrong, {}, device);
+}
+
 }  // namespace orvane::test
