@@ -14,39 +14,20 @@ static void print_error(void* userData, int32_t level, const char* format, va_li
 int main(int argc, char** argv) {
     static uint8_t input_pixels[4 * 4 * 4];
     static uint8_t output_pixels[8 * 8 * 4];
-    orvane_init_param init;
-    orvane_open_param param;
-    orvane_frame input;
-    orvane_frame output;
+    const orvane_init_param init = {ORVANE_LOG_INFO, print_error, stderr};
+    orvane_open_param param = {.inputWidth = 4, .inputHeight = 4, .modelChannels = 27, .modelDepth = 1};
+    const orvane_frame input = {.width = 4, .height = 4, .stride = 16, .data = input_pixels};
+    orvane_frame output = {.stride = 32, .data = output_pixels};
     orvane_handle handle;
 
     if (argc != 2) {
         fputs("usage: c99_host MODEL (27 channels, 3 layers)\n", stderr);
         return 2;
     }
-    init.level = ORVANE_LOG_INFO;
-    init.callback = print_error;
-    init.userData = stderr;
     orvane_init(&init);
-    memset(&param, 0, sizeof(param));
-    param.inputWidth = 4;
-    param.inputHeight = 4;
-    param.modelChannels = 27;
-    param.modelDepth = 1;
     strncpy(param.modelPath, argv[1], sizeof(param.modelPath) - 1);
     handle = orvane_open(&param);
-    if (handle == NULL) {
-        return 1;
-    }
     memset(input_pixels, 100, sizeof(input_pixels));
-    memset(&input, 0, sizeof(input));
-    memset(&output, 0, sizeof(output));
-    input.width = 4;
-    input.height = 4;
-    input.stride = 16;
-    input.data = input_pixels;
-    output.stride = 32;
-    output.data = output_pixels;
     if (orvane_process(handle, &output, &input) != ORVANE_OK) {
         return 1;
     }

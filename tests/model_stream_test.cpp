@@ -3,17 +3,14 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <limits>
-#include <map>
 #include <random>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "apps/model_tool/encipher.h"
@@ -54,6 +51,19 @@ TEST(TeaDecryptBlock, KnownBlocks) {
     }
 }
 
+TEST(TeaDecryptBuffer, KnownContainer) {
+    // Enciphered with kFileKey by the same script; 5 bytes of padding.
+    const Bytes container{0x09, 0x8A, 0x78, 0x5F, 0x19, 0x06, 0xDB, 0xAB, 0x6F, 0xD7, 0x60, 0xB7,
+                          0x1C, 0x1B, 0xFE, 0x95, 0x18, 0x20, 0x03, 0xB3, 0x5F, 0x99, 0x2F, 0x4E};
+    for (const int32_t capacity : {std::numeric_limits<int32_t>::min(), -1, 0, 8, 9, 99}) {
+        Bytes plain(9);
+        int32_t length = capacity;
+        EXPECT_EQ(TeaDecryptBuffer(container.data(), 24, plain.data(), length, kFileKey), capacity >= 9) << capacity;
+        EXPECT_EQ(length, capacity >= 9 ? 9 : capacity);
+        EXPECT_EQ(std::string(plain.begin(), plain.end()), capacity >= 9 ? "twice as " : std::string(9, '\0'));
+    }
+}
+
 Bytes Encipher(const Bytes& plain, std::string_view key) {
     std::mt19937 random(1);
     return tool::EncipherContainer(plain, key, random);
@@ -62,166 +72,72 @@ Bytes Once(const Bytes& plain) {
     return Encipher(plain, kFileKey);
 }
 
+// The 7 bytes before the plain content's last one become its trailer.
 Bytes WithoutLastBlock(Bytes container) {
     container.resize(container.size() - 8);
     return container;
 }
 
-Bytes RandomBytes(size_t count) {
-    std::mt19937 random(static_cast<uint32_t>(count));
-    Bytes bytes(count);
-    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random() & 0xFF); });
-    return bytes;
-}
-
-Bytes operator+(Bytes a, const Bytes& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-TEST(TeaDecryptBuffer, KnownContainer) {
-    // Enciphered with kFileKey by the same script; 5 bytes of padding.
-    const Bytes container{0x09, 0x8A, 0x78, 0x5F, 0x19, 0x06, 0xDB, 0xAB, 0x6F, 0xD7, 0x60, 0xB7,
-                          0x1C, 0x1B, 0xFE, 0x95, 0x18, 0x20, 0x03, 0xB3, 0x5F, 0x99, 0x2F, 0x4E};
-    Bytes plain(9);
-    int32_t length = 9;
-    EXPECT_TRUE(TeaDecryptBuffer(container.data(), 24, plain.data(), length, kFileKey));
-    EXPECT_EQ(std::string(plain.begin(), plain.end()), "twice as ");
-}
-
-TEST(TeaDecryptBuffer, LengthsAndCapacities) {
-    constexpr int32_t kLowest = std::numeric_limits<int32_t>::min();
-    struct Case {
-        const char* name;
-        size_t plainBytes;
-        int32_t inputLength;
-        int32_t capacity;
-        bool succeeds;
-        int32_t length;  // afterwards
-        std::ptrdiff_t written;
-    };
-    // 20 plain bytes give 32: head, 2 of padding, 2 of salt, the plain bytes from 5 to 25, trailer.
-    const Case cases[] = {{"exact capacity", 20, 32, 20, true, 20, 20},
-                          {"capacity one short", 20, 32, 19, false, 19, 0},
-                          {"negative capacity", 20, 32, -1, false, -1, 0},
-                          {"lowest capacity", 20, 32, kLowest, false, kLowest, 0},
-                          {"cut in the last block", 20, 31, 99, false, 19, 19},
-                          {"cut after a block", 20, 24, 99, false, 12, 12},
-                          {"cut before a block's end", 20, 23, 99, false, 11, 11},
-                          {"15 bytes", 20, 15, 99, false, 99, 0},
-                          {"nothing", 20, 0, 99, false, 99, 0},
-                          {"negative length", 20, -8, 99, false, 99, 0},
-                          {"lowest length", 20, kLowest, 99, false, 99, 0},
-                          {"no body", 0, 16, 0, true, 0, 0},
-                          {"7 bytes of padding", 7, 24, 7, true, 7, 7},
-                          {"7 bytes of padding in 16", 7, 16, 99, false, 99, 0}};
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        const Bytes plain = RandomBytes(test.plainBytes);
-        Bytes input = Once(plain);
-        input.resize(static_cast<size_t>(std::max(test.inputLength, 0)));
-        input.shrink_to_fit();  // a sanitizer sees a read past it
-        Bytes expected(99, 0xEE);
-        Bytes output = expected;
-        std::copy_n(plain.begin(), test.written, expected.begin());
-        int32_t length = test.capacity;
-        EXPECT_EQ(TeaDecryptBuffer(input.data(), test.inputLength, output.data(), length, kFileKey), test.succeeds);
-        EXPECT_EQ(length, test.length);
-        EXPECT_EQ(output, expected);
-    }
-}
-
-// A container without its last block has the 7 bytes before the plain content's last one as its trailer.
 TEST(TeaDecryptBuffer, EveryByteOfTheTrailerMustBeZero) {
-    const Bytes body{1, 2, 3, 4, 5, 6};
     for (size_t damaged = 0; damaged <= 7; ++damaged) {
-        Bytes trailer(8);
-        trailer[damaged] = 0x10;  // the eighth byte lies in the block that is dropped
-        const Bytes container = WithoutLastBlock(Once(body + trailer));
-        Bytes output(body.size());
+        Bytes content{1, 2, 3, 4, 5, 6, 0, 0, 0, 0, 0, 0, 0, 0};
+        content[6 + damaged] = 0x10;  // the last one lies in the block that is dropped
+        const Bytes container = WithoutLastBlock(Once(content));
         int32_t length = 6;
+        Bytes body(6);
         const auto inputLength = static_cast<int32_t>(container.size());
-        EXPECT_EQ(TeaDecryptBuffer(container.data(), inputLength, output.data(), length, kFileKey), damaged == 7)
+        EXPECT_EQ(TeaDecryptBuffer(container.data(), inputLength, body.data(), length, kFileKey), damaged == 7)
             << damaged;
-        EXPECT_EQ(output, body) << damaged;
+        EXPECT_TRUE(std::equal(body.begin(), body.end(), content.begin())) << damaged;
     }
 }
 
-TEST(GetFileExtension, FollowsTheLastDot) {
-    for (const auto& [path, extension] : std::map<std::string, std::string>{
-             {"", ""}, {"model", ""}, {"a.en.", ""}, {".en", "en"}, {"a.b.en2", "en2"}, {"dir.en2/m", "en2/m"}}) {
-        EXPECT_EQ(GetFileExtension(path), extension) << path;
-    }
-}
-
-class ModelFiles : public testing::Test {
-protected:
-    std::string PathOf(const std::string& name) const { return (m_folder.Path() / name).string(); }
-    std::string Write(const std::string& name, const Bytes& content) const {
-        return m_folder.Write(name, content).string();
-    }
-
-private:
-    TempFolder m_folder;
-};
-
-TEST_F(ModelFiles, AreReadAsTheirEndingSays) {
+TEST(OpenModelStream, ReadsAFileAsItsEndingSays) {
     const Bytes text{'a', '\r', '\n', 'b', '\n', 0, 0x1A, 0xFF, 0, 'z'};  // everything that a text mode alters
-    const Bytes large = RandomBytes(70001);
-    const Bytes twice = Encipher(Once(text), kOuterKey);
-    const Bytes badTrailer = WithoutLastBlock(Once(text + Bytes(8, 1)));
+    const Bytes once = Once(text);
+    const Bytes twice = Encipher(once, kOuterKey);
+    const Bytes damaged = WithoutLastBlock(Once({1, 2, 3, 4, 5, 6, 7, 8, 9, 1}));
     struct Case {
-        const char* name;
         const char* file;
         Bytes content;
         Bytes stream;
     };
-    const Case cases[] = {
-        {"plain", "model.bin", text, text},
-        {"plain, no ending", "model", text, text},
-        {"upper case", "model.EN", Once(text), Once(text)},
-        {"longer ending", "model.en3", Once(text), Once(text)},
-        {"the folder's ending", "dir.en2/model", twice, twice},
-        {"once", "model.en", Once(text), text},
-        {"once, in a folder with an ending", "dir.en2/model.en", Once(text), text},
-        {"once, large", "model.en", Once(large), large},
-        {"once, no body", "model.en", Once({}), {}},
-        {"once, empty", "model.en", {}, {}},
-        {"once, 8 bytes", "model.en", RandomBytes(8), Bytes(8)},
-        {"once, 15 bytes", "model.en", RandomBytes(15), Bytes(15)},
-        {"once, 20 bytes", "model.en", RandomBytes(20), Bytes(20)},
-        {"once, a byte too many", "model.en", Once(large) + text, Bytes(Once(large).size() + text.size())},
-        {"once, negative body", "model.en", WithoutLastBlock(Once(RandomBytes(7))), Bytes(16)},
-        {"once, damaged trailer", "model.en", badTrailer, text},
-        {"twice", "model.en2", twice, text},
-        {"twice, 20 bytes", "model.en2", RandomBytes(20), Bytes(20)},
-        {"twice, inner layer of 13 bytes", "model.en2", Encipher(RandomBytes(13), kOuterKey), Bytes(13)},
-        {"twice, no inner layer", "model.en2", Encipher({}, kOuterKey), {}},
-        {"twice, inner trailer damaged", "model.en2", Encipher(badTrailer, kOuterKey), text},
-    };
+    const Case cases[] = {{"model.bin", text, text},
+                          {"model", text, text},
+                          {"model.EN", once, once},
+                          {"model.en3", once, once},
+                          {"dir.en2/model", twice, twice},
+                          {"dir.en2/model.x.en", once, text},
+                          {"model.en", Once({}), {}},
+                          {"model.en", {}, {}},
+                          {"model.en", Bytes(15, 1), Bytes(15)},
+                          {"model.en", Bytes(20, 1), Bytes(20)},
+                          {"model.en", WithoutLastBlock(Once(Bytes(7))), Bytes(16)},  // a body of -1 bytes
+                          {"model.en", damaged, {1, 2}},
+                          {"model.en2", twice, text},
+                          {"model.en2", Encipher(Bytes(13, 1), kOuterKey), Bytes(13)},
+                          {"model.en2", Encipher({}, kOuterKey), {}},
+                          {"model.en2", Encipher(damaged, kOuterKey), {1, 2}}};
+    const TempFolder folder;
     LogCapture log;
-    for (const Case& test : cases) {
-        SCOPED_TRACE(testing::Message() << test.name << ", " << test.file << ", " << test.content.size());
+    for (const auto& [file, content, expected] : cases) {
         std::stringstream stream("before", std::ios::in | std::ios::out | std::ios::ate);
-        EXPECT_TRUE(OpenModelStream(Write(test.file, test.content), stream));
-        EXPECT_TRUE(stream.str() == "before" + std::string(test.stream.begin(), test.stream.end()));
+        EXPECT_TRUE(OpenModelStream(folder.Write(file, content).string(), stream));
+        EXPECT_EQ(stream.str(), "before" + std::string(expected.begin(), expected.end()))
+            << file << " of " << content.size() << " bytes";
         EXPECT_EQ(log.Take(), LogEntries{});
     }
 }
 
-TEST_F(ModelFiles, MissingOnesAreLogged) {
-    const std::string plain = PathOf("missing.bin");
-    const std::string once = PathOf("missing.en");
-    const std::string twice = PathOf("missing.en2");
-    const std::map<std::string, LogEntries> cases = {
+TEST(OpenModelStream, LogsWhatIsMissing) {
+    const std::pair<std::string, LogEntries> cases[] = {
         {"", {{0, "create custom net without net file"}}},
-        {plain, {{0, "open the " + plain + " file failed"}}},
-        {once,
-         {{0, "[decryptFileToStream]: Open file(" + once + ") failed."},
-          {0, "open and decrypt the " + once + " file failed"}}},
-        {twice,
-         {{0, "[decryptFileTwiceToStream]: Open file(" + twice + ") failed."},
-          {0, "open and twice_decrypt the " + twice + " file failed"}}}};
+        {"none.bin", {{0, "open the none.bin file failed"}}},
+        {"none.en",
+         {{0, "[decryptFileToStream]: Open file(none.en) failed."}, {0, "open and decrypt the none.en file failed"}}},
+        {"none.en2",
+         {{0, "[decryptFileTwiceToStream]: Open file(none.en2) failed."},
+          {0, "open and twice_decrypt the none.en2 file failed"}}}};
     LogCapture log;
     for (const auto& [path, messages] : cases) {
         std::stringstream stream;

@@ -1,8 +1,8 @@
 // The network in plain arithmetic on the CPU: what the library's pictures are compared with.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <vector>
 
 namespace orvane::test {
@@ -24,8 +24,9 @@ struct ReferenceNetwork {
 // Weights that keep the values of every layer spread over 0..1, so that a misplaced one shows.
 ReferenceNetwork MakeRandomNetwork(int32_t channels, int32_t depth, uint32_t seed);
 
-// The bytes of the network's plain model file.
+// The bytes of the network's plain model file, and the way back, into a network of the same shape.
 std::vector<uint8_t> ModelFile(const ReferenceNetwork& network);
+void ReadModelFile(const std::vector<uint8_t>& file, ReferenceNetwork& network);
 
 // Rows of 4-byte pixels without padding.
 struct Picture {
@@ -46,8 +47,10 @@ Picture MakeRandomPicture(uint32_t width, uint32_t height, uint32_t seed);
 // The doubled picture, rounded to half precision after every layer.
 Picture DoublePicture(const ReferenceNetwork& network, const Picture& picture);
 
-// Half precision as a number, and the nearest half-precision value of a number.
+// The largest distance of the doubled picture from bilinear interpolation. Beyond the edge lie the pixels at the edge.
+double DistanceFromBilinear(const Picture& doubled, const Picture& picture);
+
+// A finite number in half precision.
 double DecodeHalf(uint16_t bits);
-double RoundToHalf(double value);
 
 }  // namespace orvane::test

@@ -5,13 +5,12 @@
 #include <bit>
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <limits>
+#include <map>
 #include <vector>
 
 namespace orvane {
 namespace {
 
-constexpr uint32_t kHighest = std::numeric_limits<uint32_t>::max();
 constexpr TensorLayout kLayouts[] = {TensorLayout::kNchw, TensorLayout::kNhwc};
 
 TEST(TensorStrides, PackElementsInTheOrderOfTheLayout) {
@@ -28,36 +27,24 @@ TEST(TensorStrides, PackElementsInTheOrderOfTheLayout) {
 
 TEST(TensorSize, CoversTheLastElementInWholeWords) {
     using Type = TensorDataType;
-    struct Case {
-        TensorShape shape;
-        TensorStrides strides;
-        Type type;
-        uint64_t byteSize;
-    };
-    const TensorShape three{1, 3, 1, 1};
     const TensorStrides packed{3, 1, 1, 1};
-    const Case cases[] = {{three, packed, Type::kFloat16, 8},
-                          {three, {3, 1, 3, 3}, Type::kUint16, 8},
-                          {three, packed, Type::kInt16, 8},
-                          {three, packed, Type::kFloat32, 12},
-                          {three, packed, Type::kUint32, 12},
-                          {three, packed, Type::kInt32, 12},
-                          {{1, 5, 1, 1}, packed, Type::kUint8, 8},
-                          {{1, 4, 1, 1}, packed, Type::kInt8, 4},
-                          {three, packed, Type::kUnknown, 0},
-                          {three, packed, static_cast<Type>(99), 0},
-                          {{1, 1, 3, 2}, {0, 0, 10, 1}, Type::kFloat16, 44},  // padded rows
-                          {{7, 5, 3, 2}, {0, 0, 0, 1}, Type::kFloat16, 4},    // all rows the same
-                          {{1, 1, 2, 2}, {0, 0, kHighest, 1}, Type::kFloat16, 8'589'934'596}};
-    for (const Case& test : cases) {
-        EXPECT_EQ(CalcBufferTensorSize(test.shape, &test.strides, test.type), test.byteSize)
-            << testing::PrintToString(test.shape) << ", strides " << testing::PrintToString(test.strides) << ", type "
-            << static_cast<uint32_t>(test.type);
+    const std::map<uint64_t, std::vector<Type>> typesBySize{{12, {Type::kFloat32, Type::kUint32, Type::kInt32}},
+                                                            {8, {Type::kFloat16, Type::kUint16, Type::kInt16}},
+                                                            {4, {Type::kUint8, Type::kInt8}},
+                                                            {0, {Type::kUnknown, static_cast<Type>(99)}}};
+    for (const auto& [byteSize, types] : typesBySize) {
+        for (const Type type : types) {
+            EXPECT_EQ(CalcBufferTensorSize({1, 3, 1, 1}, &packed, type), byteSize) << static_cast<uint32_t>(type);
+        }
     }
-    EXPECT_EQ(CalcBufferTensorSize({2, 3, 5, 7}, nullptr, Type::kFloat16), 420U);
+    const TensorStrides paddedRows{0, 0, 10, 1};
+    EXPECT_EQ(CalcBufferTensorSize({1, 1, 3, 2}, &paddedRows, Type::kFloat16), 44U);
+    const TensorStrides sameRows{0, 0, 0, 1};
+    EXPECT_EQ(CalcBufferTensorSize({7, 5, 3, 2}, &sameRows, Type::kFloat16), 4U);
+    const TensorStrides farRows{0, 0, 0xFFFFFFFF, 1};
+    EXPECT_EQ(CalcBufferTensorSize({1, 1, 2, 2}, &farRows, Type::kFloat16), 8'589'934'596U);
     EXPECT_EQ(CalcBufferTensorSize({4, 65536, 65536, 1}, nullptr, Type::kFloat16), uint64_t{1} << 35);
     for (const TensorLayout layout : kLayouts) {
-        EXPECT_EQ(CalcTensorSize({1, 3, 16384, 16384}, layout), 1'610'612'736U);
         EXPECT_EQ(CalcTensorSize({1, 3, 65535, 65535}, layout), 25'769'017'352U);  // more than 32 bits
     }
 }
@@ -100,16 +87,6 @@ TEST(NetworkPlan, OneLayerKeepsItsChannels) {
     EXPECT_EQ(plan.modelOutputSize, 840U);
     EXPECT_EQ(plan.lastLayer, 0U);
     EXPECT_EQ(Constants(plan), (std::array<uint32_t, 7>{2, 1, 34, 7, 5, 8, 1}));
-}
-
-TEST(NetworkPlan, AbsurdSizesGiveAPlan) {
-    for (const uint32_t width : {0U, 1U, kHighest}) {
-        for (const uint32_t height : {0U, 1U, kHighest}) {
-            const NetworkPlan plan = PlanOf(width, height, 1024, 14, TensorLayout::kNhwc);
-            EXPECT_EQ(plan.shapes[15], (TensorShape{1, 12, height, width}));
-            EXPECT_EQ(plan.bufferSizes.size(), 18U);
-        }
-    }
 }
 
 TEST(ArrangeFilter, PutsInputsInnermostForNhwcOnly) {
