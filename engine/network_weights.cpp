@@ -1,5 +1,6 @@
 #include "engine/network_weights.h"
 
+#include <future>
 #include <utility>
 
 #include "api/log.h"
@@ -31,6 +32,7 @@ void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>
     weights.biases.resize(layers.size());
 
     DirectX::ResourceUploadBatch batch(&device);
+    std::shared_future<void> uploaded;  // unlike a plain one it is still there when its wait has failed
     try {
         batch.Begin();
         for (uint32_t i = 0; i < layers.size(); ++i) {
@@ -40,9 +42,10 @@ void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>
             UploadValues(device, batch, std::move(weightMap.at(BiasKey(i))),
                          CalcTensorSize(BiasShape(layers[i]), layout), weights.biases[i]);
         }
-        batch.End(resources.GetCommandQueue()).get();
+        uploaded = batch.End(resources.GetCommandQueue()).share();
+        uploaded.get();
     } catch (...) {
-        // The copies may be under way, and what they read goes with the batch.
+        // The copies may be under way, and what they read goes with the batch and the future.
         resources.WaitForGpu();
         throw;
     }

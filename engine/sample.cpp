@@ -112,9 +112,7 @@ int32_t Sample::Infer(const orvane_frame* input, orvane_frame* output) {
     if (RecordFrame(*input) != 0) {
         return -1;
     }
-    // The devices first: on one that is gone the wait may have ended early or not at all.
-    const int32_t executed = m_deviceResources.ExecuteAndWait();
-    if (CheckDevices() != 0 || executed != 0) {
+    if (m_deviceResources.ExecuteAndWait() != 0 || CheckDevices() != 0) {
         return -1;
     }
     if (output != nullptr && ReadBack(*input, *output) != 0) {

@@ -122,21 +122,29 @@ int32_t DeviceResources::CreateFenceObjects() {
 }
 
 void DeviceResources::WaitForGpu() {
+    if (m_commandListIsOpen) {
+        CloseCommandList();  // its recording was given up, and what it names may be released next
+    }
     if (!m_commandQueue || !m_fence || !m_fenceEvent.IsValid()) {
         return;
     }
     uint64_t& fenceValue = m_fenceValues[m_backBufferIndex];
-    if (SUCCEEDED(m_commandQueue->Signal(m_fence.Get(), fenceValue)) &&
-        SUCCEEDED(m_fence->SetEventOnCompletion(fenceValue, m_fenceEvent.Get()))) {
-        // The event may still be set from a wait that was given up.
-        do {
-            if (WaitForSingleObjectEx(m_fenceEvent.Get(), INFINITE, FALSE) != WAIT_OBJECT_0) {
-                return;
-            }
-        } while (m_fence->GetCompletedValue() < fenceValue);
-        ++fenceValue;
-        m_gpuIsIdle = true;
+    if (m_fenceValueIsSignalled) {
+        ++fenceValue;  // a wait for it was given up, and it may have been reached already
     }
+    m_fenceValueIsSignalled = SUCCEEDED(m_commandQueue->Signal(m_fence.Get(), fenceValue));
+    if (!m_fenceValueIsSignalled || FAILED(m_fence->SetEventOnCompletion(fenceValue, m_fenceEvent.Get()))) {
+        return;
+    }
+    // The event may still be set from a wait that was given up.
+    do {
+        if (WaitForSingleObjectEx(m_fenceEvent.Get(), INFINITE, FALSE) != WAIT_OBJECT_0) {
+            return;
+        }
+    } while (m_fence->GetCompletedValue() < fenceValue);
+    ++fenceValue;
+    m_fenceValueIsSignalled = false;
+    m_gpuIsIdle = true;
 }
 
 int32_t DeviceResources::RequireIdleGpu() {
@@ -144,6 +152,7 @@ int32_t DeviceResources::RequireIdleGpu() {
         WaitForGpu();
     }
     if (!m_gpuIsIdle) {
+        CheckHResult(m_d3dDevice->GetDeviceRemovedReason(), "GetDeviceRemovedReason");  // the likely reason
         LogMessage(ORVANE_LOG_ERROR, "Failed to WaitForGpu, error code: %d", -1);
         return -1;
     }
@@ -156,7 +165,7 @@ int32_t DeviceResources::ResetCommandList() {
         return -1;
     }
     if (m_commandListIsOpen) {
-        CloseCommandList();  // its recording was given up
+        CloseCommandList();
     }
     ID3D12CommandAllocator* const allocator = GetCommandAllocator();
     if (CheckHResult(allocator->Reset(), "ResetCommandAllocator") != 0 ||

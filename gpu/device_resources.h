@@ -90,6 +90,7 @@ private:
     ComPtr<ID3D12Fence> m_fence;
     std::array<uint64_t, kMaxBackBufferCount> m_fenceValues{};
     orvane::Event m_fenceEvent;
+    bool m_fenceValueIsSignalled = false;  // m_fenceValues has been signalled and not waited for
     bool m_gpuIsIdle = true;
     bool m_commandListIsOpen = false;
     DXGI_FORMAT m_backBufferFormat;

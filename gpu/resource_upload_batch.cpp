@@ -101,10 +101,11 @@ public:
         m_submitted->commandList = m_commandList;
         m_submitted->fence = fence;
         m_submitted->gpuCompleteEvent = gpuCompleteEvent;
-        // The task keeps the batch until the GPU is done, whether or not this object still exists.
+        // The task keeps the batch until the GPU is done, whether or not this object still exists. When that cannot be
+        // waited for, the future keeps it.
         std::future<void> future = std::async(std::launch::async, [batch = m_submitted]() mutable {
-            const std::shared_ptr<UploadBatch> finished = std::move(batch);
-            WaitForCompletion(*finished);
+            WaitForCompletion(*batch);
+            batch.reset();
         });
         m_submitted.reset();
 

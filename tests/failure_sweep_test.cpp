@@ -130,8 +130,10 @@ const std::vector<Row> kEngineRows{
     {{"GetDeviceRemovedReason"}, kFrame, {kFailed}},
     {{"Map"}, kFrame, {Failed("m_outputTextureReadback"), FailedTo("m_outputTextureReadback")}},
 
-    {{"SetName", "D3D12Device::CheckFeatureSupport", "EnumAdapters1", "GetDesc1", "List::Close", "Signal",
-      "SetEventOnCompletion", "WaitForSingleObjectEx", "malloc"},  // a sort does without its buffer
+    {{"Device::SetName", "Queue::SetName", "Allocator::SetName", "List::SetName", "Fence::SetName", "Resource::SetName",
+      "RootSignature::SetName", "PipelineState::SetName", "D3D12Device::CheckFeatureSupport", "EnumAdapters1",
+      "GetDesc1", "List::Close", "Signal", "SetEventOnCompletion", "WaitForSingleObjectEx",
+      "malloc"},  // a sort does without its buffer
      kIgnored,
      {}},
 };
@@ -211,7 +213,8 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
 
 struct Operation {
     const char* name;
-    std::set<Stage> stages;          // whose rows must all be met
+    std::set<Stage> stages;          // that a failing call may belong to
+    std::set<Stage> metStages;       // whose rows must all be met, by each of their calls
     std::map<Stage, Lines> endings;  // the lines that follow a row's own
     int failureCode;
     std::function<void()> prepare;
@@ -220,8 +223,15 @@ struct Operation {
     std::function<void(const Outcome&)> finish;
 };
 
+// The entry of a row's calls that names the call, or null.
+const std::string* FindCall(const Row& row, const std::string& call) {
+    const auto found =
+        std::find_if(row.calls.begin(), row.calls.end(), [&](const std::string& end) { return call.ends_with(end); });
+    return found != row.calls.end() ? &*found : nullptr;
+}
+
 bool IsRow(const Operation& operation, const Row& row, const std::string& call, const Outcome& outcome) {
-    if (std::none_of(row.calls.begin(), row.calls.end(), [&](const std::string& end) { return call.ends_with(end); })) {
+    if (FindCall(row, call) == nullptr || !operation.stages.contains(row.stage)) {
         return false;
     }
     if (row.stage == kThrown) {
@@ -272,22 +282,24 @@ protected:
         operation.finish(undisturbed);
 
         int points = 0;
-        std::set<const Row*> met;
+        std::set<const std::string*> met;
         const FaultInjector::CallCounts calls = m_injector.Calls();
         for (const auto& [call, count] : calls) {
             points += SweepCall(operation, rows, call, met);
         }
         for (const Row& row : rows) {
-            EXPECT_TRUE(!operation.stages.contains(row.stage) || met.contains(&row))
-                << operation.name << " never gave " << testing::PrintToString(row.lines) << " after a failure of "
-                << testing::PrintToString(row.calls);
+            for (const std::string& call : row.calls) {
+                EXPECT_TRUE(!operation.metStages.contains(row.stage) || met.contains(&call))
+                    << operation.name << " never gave " << testing::PrintToString(row.lines) << " after a failing "
+                    << call;
+            }
         }
         std::printf("%s: %d failure points of %zu calls\n", operation.name, points, calls.size());
     }
 
     // Returns how many points there were.
     int SweepCall(const Operation& operation, const std::vector<Row>& rows, const std::string& call,
-                  std::set<const Row*>& met) {
+                  std::set<const std::string*>& met) {
         std::set<const Row*> metByCall;
         for (int n = 1;; ++n) {
             SCOPED_TRACE(std::string(operation.name) + " with failing " + call + " number " + std::to_string(n));
@@ -311,7 +323,7 @@ protected:
             if (row->stage != kIgnored && metByCall.insert(&*row).second) {
                 EXPECT_EQ(&*row, *metByCall.rbegin()) << "too late: " << outcome;
             }
-            met.insert(&*row);
+            met.insert(FindCall(*row, call));
         }
     }
 
@@ -331,7 +343,8 @@ protected:
         const std::string network = FailedTo("create device");
         const std::string resources = FailedTo("initialize resources");
         return {"orvane_open",
-                {kDevice, kNetwork, kBindings, kTextures, kOther, kThrown},
+                {kDevice, kNetwork, kBindings, kTextures, kOther, kThrown, kIgnored},
+                {kDevice, kNetwork, kBindings, kTextures, kOther, kThrown, kIgnored},
                 {{kDevice, {FailedTo("CreateDeviceResources"), network}},
                  {kNetwork, {FailedTo("CreateDirectMLResources"), network}},
                  {kBindings, {"fail InitializeDirectMLResources, error code: -1", resources}},
@@ -351,6 +364,7 @@ protected:
         const std::string last = FailedTo("re-initialize sample");
         const std::string resources = FailedTo("InitResources on Reinit");
         return {"orvane_process with a change of size",
+                {kNetwork, kBindings, kTextures, kFrame, kThrown, kIgnored},
                 {kFrame},
                 {{kNetwork, {FailedTo("CreateDirectMLResources on Reinit"), last}},
                  {kBindings, {"fail InitializeDirectMLResources, error code: -1", resources, last}},
@@ -365,7 +379,7 @@ protected:
     void FinishChange(const Outcome& outcome) {
         if (outcome.Succeeded()) {
             EXPECT_EQ(Difference(m_doubled, DoublePicture(m_network, m_larger)), "");
-        } else if (!outcome.thrown && outcome.lines.back() == FailedTo("re-initialize sample")) {
+        } else if (!outcome.lines.empty() && outcome.lines.back() == FailedTo("re-initialize sample")) {
             // The library has closed it, and says no more of it.
             EXPECT_EQ(m_injector.Held(), "");
             EXPECT_EQ(CallProcess(m_larger), ORVANE_ERROR_INVALID);
@@ -384,6 +398,7 @@ protected:
 
     Operation Frame() {
         return {"orvane_process",
+                {kFrame, kThrown},
                 {kFrame},
                 {{kFrame, {FailedTo("Infer")}}},
                 ORVANE_ERROR_FAILED,
@@ -396,19 +411,29 @@ protected:
     }
 
     Operation Close() {
-        return {
-            "orvane_close",       {kIgnored}, {}, 0, [this] { CallOpen(); }, [this] { return orvane_close(m_handle); },
-            [](const Outcome&) {}};
+        return {"orvane_close",
+                {kIgnored},
+                {kIgnored},
+                {},
+                0,
+                [this] { CallOpen(); },
+                [this] { return orvane_close(m_handle); },
+                [](const Outcome&) {}};
     }
 
     Operation CheckSupported() {
         return {"orvane_check_supported",
-                {kOther, kIgnored},
+                {kOther, kThrown, kIgnored},
+                {kOther, kThrown, kIgnored},
                 {},
                 ORVANE_ERROR_UNSUPPORTED,
                 [] {},
                 [this] { return orvane_check_supported(&(m_support = {}), nullptr); },
-                [this](const Outcome& outcome) { EXPECT_EQ(m_support.supported, outcome.Succeeded() ? 1U : 0U); }};
+                [this](const Outcome& outcome) {
+                    EXPECT_EQ(m_support.supported, outcome.Succeeded() ? 1U : 0U);
+                    EXPECT_TRUE(outcome.lines.empty() ||
+                                outcome.lines.back().ends_with(":" + std::to_string(m_support.status)));
+                }};
     }
 
     LibraryLog m_log;
@@ -447,6 +472,16 @@ TEST_F(FailureSweep, Close) {
 
 TEST_F(FailureSweep, CheckSupported) {
     Sweep(CheckSupported(), kCheckRows);
+}
+
+TEST_F(FailureSweep, DeviceWithoutHalfPrecisionIsRefused) {
+    m_injector.Arm("IDMLDevice::CheckFeatureSupport", 1, S_OK);  // and nothing is written
+    const Outcome outcome = Run(Open());
+    ASSERT_TRUE(m_injector.Disarm());
+    EXPECT_EQ(outcome.code, -1);
+    EXPECT_EQ(outcome.lines,
+              (Lines{"can't support fp16: 0", FailedTo("CreateDirectMLResources"), FailedTo("create device")}));
+    ExpectWhole();
 }
 
 // What a removed device says of itself, and how the log explains it.

@@ -1,6 +1,7 @@
 #include "tests/fault_injector.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -31,7 +32,11 @@ struct State {
     FaultInjector::CallCounts successes;                              // of imported functions, since ever
     std::map<void*, std::string> objects;                             // alive, and the calls that made them
     std::map<void**, ULONG(STDMETHODCALLTYPE*)(IUnknown*)> releases;  // by function table
+    std::set<HANDLE> events;
     std::set<HANDLE> uploadEvents;
+    std::map<void*, UINT64> signalled;  // the last values
+    std::set<void*> running;            // as far as the library knows
+    std::string complaints;
     int pretendedBindings = 0;
 };
 
@@ -63,17 +68,48 @@ void CountSuccess(const char* call) {
     ++GetState().successes[call];
 }
 
+// --- What the library must not do ---
+
+void Check(...) {
+}
+
+// A wait for a value that was signalled before would be over too early.
+void Check(ID3D12CommandQueue* /*queue*/, ID3D12Fence* fence, UINT64 value) {
+    UINT64& last = GetState().signalled[fence];
+    if (value <= last) {
+        GetState().complaints += "a fence value is signalled again; ";
+    }
+    last = value;
+}
+
+void Check(ID3D12GraphicsCommandList* list, ID3D12CommandAllocator* /*allocator*/, ID3D12PipelineState* /*initial*/) {
+    if (GetState().running.contains(list)) {
+        GetState().complaints += "a list that may be running is reset; ";
+    }
+}
+
+struct ExecuteHook {
+    static inline void(STDMETHODCALLTYPE* original)(ID3D12CommandQueue*, UINT, ID3D12CommandList* const*) = nullptr;
+
+    static void STDMETHODCALLTYPE Call(ID3D12CommandQueue* self, UINT count, ID3D12CommandList* const* lists) {
+        if (IsLibrarysOwnCall()) {
+            GetState().running.insert(lists, lists + count);
+        }
+        original(self, count, lists);
+    }
+};
+
 // --- Calls that return an HRESULT: methods, and entry points of the libraries that are loaded at run time ---
 
 void Adopt(REFIID iid, void* object, const char* maker);
 
 // Calls of these shapes hand out a new object.
 template <typename... Arguments>
-void AdoptResult(const char* maker, const std::tuple<Arguments...>& arguments) {
+void AdoptResult([[maybe_unused]] const char* maker, [[maybe_unused]] const std::tuple<Arguments...>& arguments) {
     constexpr size_t kCount = sizeof...(Arguments);
     if constexpr (kCount >= 2) {
-        const auto& last = std::get<kCount - 1>(arguments);
-        const auto& secondLast = std::get<kCount - 2>(arguments);
+        [[maybe_unused]] const auto& last = std::get<kCount - 1>(arguments);
+        [[maybe_unused]] const auto& secondLast = std::get<kCount - 2>(arguments);
         if constexpr (std::is_same_v<decltype(secondLast), const IID&>) {
             Adopt(secondLast, *last, maker);
         } else if constexpr (std::is_same_v<decltype(last), IDXGIAdapter1** const&>) {
@@ -105,6 +141,7 @@ struct Hook {
         const HRESULT hr = original(arguments...);
         --t_depth;
         if (isOurs && SUCCEEDED(hr)) {
+            Check(arguments...);
             AdoptResult(name, std::tuple<Arguments...>(arguments...));
         }
         return fails ? state.result : hr;
@@ -115,14 +152,19 @@ struct Hook {
 struct Replacement {
     size_t slot = 0;
     void* hook = nullptr;
-    void** original = nullptr;
+    void** original = nullptr;  // not for a hook that calls it by name
 
     void Install(void** table) const {
         void** const entry = table + slot;
         if (*entry == hook) {
             return;
         }
-        *original = *entry;
+        if (original != nullptr) {
+            if (*original != nullptr && *original != *entry) {
+                std::abort();  // two implementations of one interface
+            }
+            *original = *entry;
+        }
         DWORD protection = 0;
         VirtualProtect(entry, sizeof(*entry), PAGE_READWRITE, &protection);
         *entry = hook;
@@ -160,7 +202,9 @@ struct PropertiesHook {
     static inline DML_BINDING_PROPERTIES*(STDMETHODCALLTYPE* original)(Interface*, DML_BINDING_PROPERTIES*) = nullptr;
 
     static DML_BINDING_PROPERTIES* STDMETHODCALLTYPE Call(Interface* self, DML_BINDING_PROPERTIES* properties) {
+        ++t_depth;
         original(self, properties);
+        --t_depth;
         if (IsLibrarysOwnCall()) {
             for (UINT64* const size : {&properties->TemporaryResourceSize, &properties->PersistentResourceSize}) {
                 *size = *size != 0 ? *size : kPretendedBytes;
@@ -187,7 +231,9 @@ struct OutputsHook {
     static void STDMETHODCALLTYPE Call(IDMLBindingTable* self, UINT count, const DML_BINDING_DESC* bindings) {
         std::vector<DML_BINDING_DESC> real(bindings, bindings + count);
         std::transform(real.begin(), real.end(), real.begin(), WithoutPretended);
+        ++t_depth;
         original(self, count, real.data());
+        --t_depth;
     }
 };
 
@@ -197,7 +243,9 @@ struct MemoryHook {
 
     static void STDMETHODCALLTYPE Call(IDMLBindingTable* self, const DML_BINDING_DESC* binding) {
         const DML_BINDING_DESC real = WithoutPretended(*binding);
+        ++t_depth;
         original(self, &real);
+        --t_depth;
     }
 };
 
@@ -232,6 +280,7 @@ const std::vector<std::pair<IID, Replacement>>& Methods() {
         METHOD(ID3D12Device, CreateFence, 36),
         METHOD(ID3D12Device, GetDeviceRemovedReason, 37),
         METHOD(ID3D12CommandQueue, SetName, 6),
+        {__uuidof(ID3D12CommandQueue), ReplaceMember<ExecuteHook>(10)},
         METHOD(ID3D12CommandQueue, Signal, 14),
         METHOD(ID3D12CommandAllocator, SetName, 6),
         METHOD(ID3D12CommandAllocator, Reset, 8),
@@ -273,6 +322,8 @@ ULONG STDMETHODCALLTYPE Release(IUnknown* self) {
     if (left == 0) {
         lock.lock();
         state.objects.erase(self);
+        state.signalled.erase(self);
+        state.running.erase(self);
     }
     return left;
 }
@@ -335,11 +386,11 @@ void WINAPI HookCoUninitialize() {
 }
 
 FARPROC WINAPI HookGetProcAddress(HMODULE module, LPCSTR name) {
-    if (Meets("GetProcAddress")) {
+    const FARPROC found = GetProcAddress(module, name);
+    if (found == nullptr || Meets("GetProcAddress")) {
         SetLastError(ERROR_PROC_NOT_FOUND);
         return nullptr;
     }
-    const FARPROC found = GetProcAddress(module, name);
 #define ENTRY_POINT(function)                                                                                        \
     if (std::strcmp(name, #function) == 0) {                                                                         \
         return ReplaceEntryPoint<struct function##Tag>(#function, found, static_cast<decltype(&function)>(nullptr)); \
@@ -354,10 +405,27 @@ FARPROC WINAPI HookGetProcAddress(HMODULE module, LPCSTR name) {
 
 HANDLE WINAPI HookCreateEventExW(LPSECURITY_ATTRIBUTES attributes, LPCWSTR name, DWORD flags, DWORD access) {
     const HANDLE event = Meets("CreateEventExW") ? nullptr : CreateEventExW(attributes, name, flags, access);
-    if (access == EVENT_ALL_ACCESS) {
-        GetState().uploadEvents.insert(event);
-    }
+    (access == EVENT_ALL_ACCESS ? GetState().uploadEvents : GetState().events).insert(event);
+    GetState().events.erase(nullptr);
     return event;
+}
+
+BOOL WINAPI HookCloseHandle(HANDLE handle) {
+    GetState().events.erase(handle);
+    return CloseHandle(handle);
+}
+
+DWORD WINAPI HookWaitForSingleObjectEx(HANDLE handle, DWORD milliseconds, BOOL alertable) {
+    if (Meets("WaitForSingleObjectEx")) {
+        return WAIT_FAILED;
+    }
+    GetState().running.clear();
+    return WaitForSingleObjectEx(handle, milliseconds, alertable);
+}
+
+int Hookfclose(std::FILE* file) {
+    CountSuccess("fclose");
+    return std::fclose(file);
 }
 
 // The compiler's runtime waits with the same function; only the wait for an upload is to fail, on a thread of its own.
@@ -370,19 +438,17 @@ DWORD WINAPI HookWaitForSingleObject(HANDLE handle, DWORD milliseconds) {
 }
 
 const std::map<std::string, Replacement>& Imports() {
-    static void* ignored = nullptr;
 #define IMPORT(function, ...) \
     { #function, ReplaceImport < struct function##Tag>(#function, &function, __VA_ARGS__) }
-#define OWN_IMPORT(function)                      \
-    {                                             \
-#function, {                              \
-            0, Address(&Hook##function), &ignored \
-        }                                         \
+#define OWN_IMPORT(function)                     \
+    {                                            \
+#function, {                             \
+            0, Address(&Hook##function), nullptr \
+        }                                        \
     }
     static const std::map<std::string, Replacement> imports{
         IMPORT(LoadLibraryW, nullptr, ERROR_MOD_NOT_FOUND),
         IMPORT(GetModuleHandleW, nullptr),
-        IMPORT(WaitForSingleObjectEx, WAIT_FAILED),
         IMPORT(HeapAlloc, nullptr),
         IMPORT(CoInitializeEx, E_OUTOFMEMORY),
         IMPORT(_beginthreadex, 0),
@@ -395,7 +461,10 @@ const std::map<std::string, Replacement>& Imports() {
         OWN_IMPORT(CoUninitialize),
         OWN_IMPORT(GetProcAddress),
         OWN_IMPORT(CreateEventExW),
+        OWN_IMPORT(CloseHandle),
         OWN_IMPORT(WaitForSingleObject),
+        OWN_IMPORT(WaitForSingleObjectEx),
+        OWN_IMPORT(fclose),
     };
 #undef OWN_IMPORT
 #undef IMPORT
@@ -412,6 +481,9 @@ void HookImports(HMODULE module) {
         const auto* name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
         auto* address = reinterpret_cast<void**>(base + library->FirstThunk);
         for (; name->u1.AddressOfData != 0; ++name, ++address) {
+            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
+                continue;
+            }
             const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
             const auto found = Imports().find(reinterpret_cast<const char*>(import->Name));
             if (found != Imports().end()) {
@@ -466,11 +538,17 @@ std::string FaultInjector::Held() const {
     for (const auto& [object, maker] : state.objects) {
         text << maker << "; ";
     }
-    const int libraries = state.successes["LoadLibraryW"] - state.successes["FreeLibrary"];
-    const int initialisations = state.successes["CoInitializeEx"] - state.successes["CoUninitialize"];
-    if (libraries != 0 || initialisations != 0) {
-        text << libraries << " libraries, COM initialised " << initialisations << " times";
+    const std::array<std::pair<const char*, const char*>, 3> pairs{
+        {{"LoadLibraryW", "FreeLibrary"}, {"CoInitializeEx", "CoUninitialize"}, {"fopen", "fclose"}}};
+    for (const auto& [take, giveBack] : pairs) {
+        if (const int held = state.successes[take] - state.successes[giveBack]; held != 0) {
+            text << held << " of " << take << "; ";
+        }
     }
+    if (!state.events.empty()) {
+        text << state.events.size() << " events; ";
+    }
+    text << state.complaints;
     return text.str();
 }
 
