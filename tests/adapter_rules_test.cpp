@@ -2,8 +2,10 @@
 #include <array>
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <map>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "gpu/adapter_classes.h"
@@ -80,43 +82,35 @@ TEST(AdapterRanking, OrdersDiscreteFirstThenByScore) {
 }
 
 TEST(AdapterClasses, VendorAndPerformanceOfNames) {
-    struct Case {
-        int32_t vendor;
-        int32_t performance;
-        std::vector<std::string> names;
-    };
+    using Classes = std::pair<int32_t, int32_t>;  // vendor and performance
     // The first 127 bytes of a name count.
-    const Case cases[] = {
-        {0, 0, {"", "Microsoft Basic Render Driver", "RX580", "\xC3\x84\xFF 3080", std::string(122, '-') + "NVIDIA"}},
-        {1,
-         3,
+    const std::map<Classes, std::vector<std::string>> cases{
+        {{0, 0}, {"", "Microsoft Basic Render Driver", "RX580", "\xC3\x84\xFF 3080", std::string(122, '-') + "NVIDIA"}},
+        {{1, 3},
          {"NVIDIA GeForce RTX 4070", "RTX 3050 Laptop GPU", "gtx 3051", "GTX 900, RTX 5000", "GeForce 1650, 3050",
           "GeForce 4090", "GeForce 3070", "GeForce 3080", "GeForce 3090", "GeForce 3060", "GeForce 3050",
           "NVIDIA" + std::string(117, '-') + "3080"}},
-        {1,
-         4,
+        {{1, 4},
          {"NVIDIA GeForce GTX 1660 SUPER", "NVIDIA GeForce RTX 2060", "NVIDIA RTX 3049", "NVIDIA GTX 1051",
           "GeForce 1660", "GeForce 1650", "GeForce 1050"}},
-        {1,
-         0,
+        {{1, 0},
          {"NVIDIA GeForce GT 710", "GTX 1049", "GTX 980", "RTX A6000", "RTX -5000", "Quadro RTX", "Quadro RTX ",
           "GTX1080", "RTX5090", "GTX 5000, RTX 900", "nvidia intel amd", std::string(121, '-') + "NVIDIA",
           "NVIDIA" + std::string(118, '-') + "3080"}},
-        {2, 4, {"INTEL(R) ARC(TM) A770", "Arc", "UHD Iris Arc"}},
-        {2, 5, {"Intel(R) Iris(R) Xe Graphics", "Iris", "UHD Iris"}},
-        {2, 6, {"Intel(R) UHD Graphics 730", "UHD730"}},
-        {2, 0, {"Intel(R) HD Graphics 4600", "intel radeon rx 7900"}},
-        {3, 3, {"AMD Radeon RX 7900 XTX", "AMD Radeon RX 6600", "Radeon 7900"}},
-        {3, 4, {"AMD Radeon RX 7800 XT", "AMD Radeon RX 6000", "AMD RXx6800", "Sapphire RX 6700"}},
-        {3,
-         0,
+        {{2, 4}, {"INTEL(R) ARC(TM) A770", "Arc", "UHD Iris Arc"}},
+        {{2, 5}, {"Intel(R) Iris(R) Xe Graphics", "Iris", "UHD Iris"}},
+        {{2, 6}, {"Intel(R) UHD Graphics 730", "UHD730"}},
+        {{2, 0}, {"Intel(R) HD Graphics 4600", "intel radeon rx 7900"}},
+        {{3, 3}, {"AMD Radeon RX 7900 XTX", "AMD Radeon RX 6600", "Radeon 7900"}},
+        {{3, 4}, {"AMD Radeon RX 7800 XT", "AMD Radeon RX 6000", "AMD RXx6800", "Sapphire RX 6700"}},
+        {{3, 0},
          {"AMD Radeon RX 580", "AMD Radeon RX 5999", "AMD Radeon rx6800", "AMD Radeon RX Vega",
           "AMD Radeon Graphics with RX", "AMD", "AMD Radeon(TM) Graphics"}}};
-    for (const Case& test : cases) {
-        for (const std::string& name : test.names) {
+    for (const auto& [classes, names] : cases) {
+        for (const std::string& name : names) {
             SCOPED_TRACE(name);
-            EXPECT_EQ(ClassifyVendor(name), test.vendor);
-            EXPECT_EQ(ClassifyPerformance(name, test.vendor), test.performance);
+            EXPECT_EQ(ClassifyVendor(name), classes.first);
+            EXPECT_EQ(ClassifyPerformance(name, classes.first), classes.second);
             EXPECT_EQ(ClassifyPerformance(name, 0), 0);
             EXPECT_EQ(ClassifyPerformance(name, 4), 0);
         }

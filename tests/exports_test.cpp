@@ -74,7 +74,7 @@ bool EndsWith(const Lines& lines, const Lines& end) {
     return lines.size() >= end.size() && std::equal(end.rbegin(), end.rend(), lines.rbegin());
 }
 
-TEST_F(Exports, RefusesOpensWithTheReasonAndGoesOn) {
+TEST_F(Exports, RefusesOpensWithTheReasonAndLeavesComAlone) {
     const auto failed = [](const std::string& step) { return "Failed to " + step + ", error code: -1"; };
     const auto invalid = [](const std::string& call) { return "Operation failed: " + call + ", HRESULT: 0x80070057"; };
     const std::string noDevice = failed("create device");

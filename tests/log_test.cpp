@@ -55,9 +55,9 @@ TEST(CheckHResult, LogsFailuresAsErrors) {
     const std::tuple<uint32_t, const char*, LogEntries> cases[] = {
         {0, "S_OK", {}},
         {0x7FFFFFFF, nullptr, {}},
-        {0x80000000, "CreateOperator", {{0, "Operation failed: CreateOperator, HRESULT: 0x80000000"}}},
-        {0x8000000A, nullptr, {{0, "Operation failed with HRESULT: 0x8000000A"}}},
+        {0x80000000, nullptr, {{0, "Operation failed with HRESULT: 0x80000000"}}},
         {0xFFFFFFFF, nullptr, {{0, "Operation failed with HRESULT: 0xFFFFFFFF"}}},
+        {0x887A000A, "CreateOperator", {{0, "Operation failed: CreateOperator, HRESULT: 0x887A000A"}}},
     };
     LogCapture log;
     for (const auto& [result, what, messages] : cases) {
