@@ -88,6 +88,10 @@ TEST_F(Exports, RefusesOpensWithTheReasonAndLeavesComAlone) {
     const auto model = [&](const std::string& first, const std::string& path) {
         return Lines{first, "Failed to open or decrypt model file: " + path, file[0], file[1], file[2]};
     };
+    Lines large = model("create custom net without net file", "");
+    large.insert(large.begin(),
+                 "CalcOutputSize - POTENTIAL OVERFLOW: Output buffer size is suspiciously large: 1610612736 "
+                 "bytes");
     const std::string longest(sizeof(orvane_open_param::modelPath) - 1, 'x');
     const std::string good = m_model.string();
     struct Case {
@@ -109,7 +113,7 @@ TEST_F(Exports, RefusesOpensWithTheReasonAndLeavesComAlone) {
                           {4, 0xFFFFFFFC, 4, 1, good, size},
                           {8193, 1, 4, 1, good, texture},
                           {1, 8193, 4, 1, good, texture},
-                          {8, 8, 4, 1, "", model("create custom net without net file", "")},
+                          {8192, 8192, 4, 1, "", large},
                           {8, 8, 4, 1, longest, model("open the " + longest + " file failed", longest)},
                           // Without a terminator.
                           {8, 8, 4, 1, longest + 'y', model("open the " + longest + "y file failed", longest + 'y')},
@@ -270,6 +274,12 @@ TEST_F(Exports, SharesAnInstanceBetweenThreadsUntilItIsClosed) {
         instance.Close();
         EXPECT_GE(frames, kFrames);
     }
+}
+
+// The program must end all the same, which destroying the instance then would prevent.
+TEST_F(Exports, LeavesAnInstanceThatIsNeverClosedToTheSystem) {
+    const orvane_open_param param = Param(4, 4);
+    EXPECT_NE(orvane_open(&param), nullptr);
 }
 
 }  // namespace
