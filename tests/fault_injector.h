@@ -32,8 +32,8 @@ public:
     // How many buffers have been bound because of the pretended needs.
     int PretendedBindings() const;
 
-    // What the library holds of the system, in words: objects by the calls that made them, libraries, COM, files, events
-    // (but for those of uploads). Also says when it did what it must not. Empty when all is well.
+    // What the library holds of the system, in words: objects by the calls that made them, libraries, COM, files,
+    // events (but for those of uploads). Also says when it did what it must not. Empty when all is well.
     std::string Held() const;
 };
 
