@@ -500,9 +500,10 @@ TEST_F(FailureSweep, RemovedDeviceGivesItsReason) {
         std::snprintf(text.data(), text.size(), "0x%08X", static_cast<unsigned int>(reason));
         const std::string hex = text.data();
         SCOPED_TRACE(hex);
-        const auto runWith = [&](const Operation& operation, const std::string& call, int n, HRESULT result) {
+        const auto runWith = [&, removed = reason](const Operation& operation, const std::string& call, int n,
+                                                   HRESULT result) {
             operation.prepare();
-            m_injector.Arm(call, n, result, reason);
+            m_injector.Arm(call, n, result, removed);
             const Outcome outcome = Run(operation);
             EXPECT_TRUE(m_injector.Disarm());
             orvane_close(m_handle);

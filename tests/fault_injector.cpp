@@ -391,9 +391,9 @@ FARPROC WINAPI HookGetProcAddress(HMODULE module, LPCSTR name) {
         SetLastError(ERROR_PROC_NOT_FOUND);
         return nullptr;
     }
-#define ENTRY_POINT(function)                                                                                        \
-    if (std::strcmp(name, #function) == 0) {                                                                         \
-        return ReplaceEntryPoint<struct function##Tag>(#function, found, static_cast<decltype(&function)>(nullptr)); \
+#define ENTRY_POINT(function)                                                                                          \
+    if (std::strcmp(name, #function) == 0) {                                                                           \
+        return ReplaceEntryPoint<struct function##Tag>(#function, found, static_cast<decltype(&(function))>(nullptr)); \
     }
     ENTRY_POINT(CreateDXGIFactory2)
     ENTRY_POINT(D3D12CreateDevice)
