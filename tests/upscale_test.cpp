@@ -9,6 +9,7 @@
 #include "apps/orvane/picture_reader.h"
 #include "apps/orvane/wic.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/utf8_path.h"
 #include "tests/reference_network.h"
 #include "tests/temp_folder.h"
 
@@ -23,7 +24,7 @@ TEST(Upscale, IsBilinearToTheEdgesOrLeavesNothingBehind) {
     UpscaleOptions options;
     options.input = g_picture;
     options.output = folder.Path() / "doubled.png";
-    options.model = folder.Write("bilinear.bin", MakeBilinearModel(32, 2));
+    options.model.model = Utf8FromPath(folder.Write("bilinear.bin", MakeBilinearModel(32, 2)));
     Upscale(options);
 
     const ComScope com;
@@ -38,7 +39,7 @@ TEST(Upscale, IsBilinearToTheEdgesOrLeavesNothingBehind) {
     EXPECT_LE(test::DistanceFromBilinear(doubled, picture), 1.0);
 
     options.output = folder.Path() / "none.png";
-    options.model = folder.Write("short.bin", std::vector<uint8_t>(100));
+    options.model.model = Utf8FromPath(folder.Write("short.bin", std::vector<uint8_t>(100)));
     EXPECT_THROW(Upscale(options), Failure);
     EXPECT_FALSE(std::filesystem::exists(options.output));
 }

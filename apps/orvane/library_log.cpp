@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <utility>
 
 #include "api/orvane.h"
 #include "apps/utils/failure.h"
@@ -36,7 +37,7 @@ LibraryLog::~LibraryLog() {
 
 void LibraryLog::Fail(const std::string& sentence) {
     const std::lock_guard lock(m_mutex);
-    throw Failure(m_verbose ? sentence : sentence + m_errors);
+    throw Failure(m_verbose ? sentence : sentence + std::exchange(m_errors, {}));
 }
 
 void LibraryLog::Receive(void* userData, int32_t level, const char* format, va_list arguments) {

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "apps/orvane/library_log.h"
-#include "apps/orvane/model_path.h"
 #include "apps/orvane/picture_reader.h"
 #include "apps/orvane/picture_writer.h"
 #include "apps/orvane/support_check.h"
@@ -35,23 +34,27 @@ Picture EmptyDouble(const Picture& input) {
     return output;
 }
 
+PixelRows RowsOf(Picture& picture) {
+    return {picture.width, picture.height, picture.RowBytes(), picture.pixels.data()};
+}
+
 // The mean time of a frame in milliseconds. The first of several is left out: it pays for the GPU's warming up.
 double ProcessRepeatedly(Upscaler& upscaler, Picture& output, Picture& input, int32_t repeat) {
-    const double first = upscaler.Process(output, input);
+    const double first = upscaler.Process(RowsOf(input), RowsOf(output));
     if (repeat == 1) {
         return first;
     }
     double sum = 0;
     for (int32_t i = 1; i < repeat; ++i) {
-        sum += upscaler.Process(output, input);
+        sum += upscaler.Process(RowsOf(input), RowsOf(output));
     }
     return sum / (repeat - 1);
 }
 
 double Double(const UpscaleOptions& options, LibraryLog& log, Picture& output, Picture& input) {
-    const NetworkOptions network{AnsiModelPath(options.model), options.channels, options.depth};
+    Upscaler upscaler(ChooseModel(options.model), log);
     Announce("Preparing the network for " + SizeText(input, " x ") + " ...");
-    Upscaler upscaler(input.width, input.height, network, log);
+    upscaler.Open(input.width, input.height);
     Announce(options.repeat == 1 ? "Processing ..." : "Processing " + std::to_string(options.repeat) + " times ...");
     return ProcessRepeatedly(upscaler, output, input, options.repeat);
 }

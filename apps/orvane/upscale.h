@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <filesystem>
 
+#include "apps/orvane/model_options.h"
+
 namespace orvane::tool {
 
 struct UpscaleOptions {
     std::filesystem::path input;
     std::filesystem::path output;
-    std::filesystem::path model;
-    int32_t channels = 32;
-    int32_t depth = 2;
+    ModelOptions model;
     int32_t repeat = 1;  // frames to process; the first one is left out of the time when there are more
     bool verbose = false;
 };

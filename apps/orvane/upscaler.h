@@ -1,37 +1,51 @@
-// An open instance of the library.
+// The library at work.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
 
 #include "api/orvane.h"
 #include "apps/orvane/library_log.h"
-#include "apps/orvane/picture.h"
+#include "apps/orvane/model_options.h"
 
 namespace orvane::tool {
 
-struct NetworkOptions {
-    std::string modelPath;  // in the ANSI encoding, short enough for orvane_open_param
-    int32_t channels;
-    int32_t depth;
+// Pixels in memory of somebody else's: R, G, B, A, rows from top to bottom.
+struct PixelRows {
+    uint32_t width = 0;
+    uint32_t height = 0;
+    size_t rowBytes = 0;  // from one row to the next; at least 4 x width
+    uint8_t* pixels = nullptr;
 };
 
-// Opened for pictures of one size, closed at the end. Throws Failure with the library's own reasons.
+// At most one open instance of the library, which is reopened or rebuilt when the size of the frames changes. Used on
+// one thread: the one that the object was made on.
 class Upscaler {
 public:
-    // `log` must outlive the object.
-    Upscaler(uint32_t width, uint32_t height, const NetworkOptions& network, LibraryLog& log);
+    // Opens nothing yet. `log` must outlive the object.
+    Upscaler(const ModelChoice& model, LibraryLog& log);
     ~Upscaler();
     Upscaler(const Upscaler&) = delete;
     Upscaler& operator=(const Upscaler&) = delete;
 
-    // Doubles `input` into `output`, which has twice its width and height, and returns the time in
-    // milliseconds.
-    double Process(Picture& output, Picture& input);
+    // Opens an instance for frames of this size unless one is open, of whatever size. Throws Failure with the library's
+    // own reasons.
+    void Open(uint32_t width, uint32_t height);
+
+    // Doubles `input`, whose rows have no padding, into `output`, which has twice its width and height; alpha becomes
+    // 255. A frame of another size than the last one's costs a rebuild of the network. Opens an instance if need be.
+    // Returns the time that the library took for the frame, in milliseconds. Throws Failure with the library's own
+    // reasons; the next call works on a new instance then.
+    double Process(const PixelRows& input, const PixelRows& output);
+
+    const ModelChoice& Model() const { return m_model; }
 
 private:
+    void Close();
+
+    ModelChoice m_model;
     LibraryLog& m_log;
-    orvane_handle m_handle;
+    orvane_handle m_handle = nullptr;
 };
 
 }  // namespace orvane::tool

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/utils/failure.h"
 #include "apps/utils/utf8_arguments.h"
 #ifdef _WIN32
 #include "apps/utils/windows_text.h"
@@ -16,14 +17,17 @@
 namespace orvane::tool {
 namespace {
 
-constexpr int kExitDone = 0;
-constexpr int kExitFailed = 1;
-constexpr int kExitUsage = 2;
-
-int ReportFailure(const CLI::App& app, const char* reason) {
+int Report(const CLI::App& app, const char* reason, int exitCode = kExitFailed) {
     std::fflush(stdout);
     std::fprintf(stderr, "%s: %s\n", app.get_name().c_str(), reason);
-    return kExitFailed;
+    return exitCode;
+}
+
+int ReportParseError(const CLI::App& app, const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {  // the help was asked for
+        return app.exit(error);
+    }
+    return Report(app, (std::string(error.what()) + " (--help lists what is possible)").c_str(), kExitUsage);
 }
 
 // "/a/b.png" is a path on Windows too, and not an option.
@@ -47,13 +51,15 @@ int RunProgram(CLI::App& app, int argc, const char* const* argv) {
         app.parse(std::move(arguments));
         return kExitDone;
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kExitDone : kExitUsage;
+        return ReportParseError(app, error);
+    } catch (const UsageError& error) {
+        return Report(app, error.what(), kExitUsage);
     } catch (const std::bad_alloc&) {
-        return ReportFailure(app, "There is not enough memory.");
+        return Report(app, "There is not enough memory.");
     } catch (const std::exception& error) {
-        return ReportFailure(app, error.what());
+        return Report(app, error.what());
     } catch (...) {
-        return ReportFailure(app, "An unknown error ended the program.");
+        return Report(app, "An unknown error ended the program.");
     }
 }
 

@@ -5,8 +5,12 @@
 
 namespace orvane::tool {
 
-// Parses the command line, which runs the callback of the chosen subcommand, and returns the exit code:
-// 0 done, 1 failed with the reason on standard error, 2 wrong usage.
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitFailed = 1;  // something failed; standard error says what
+inline constexpr int kExitUsage = 2;   // wrong options; nothing was done
+
+// Parses the command line, which runs the callback of the chosen subcommand, and returns the exit code. A callback
+// throws Failure or UsageError.
 int RunProgram(CLI::App& app, int argc, const char* const* argv);
 
 }  // namespace orvane::tool

@@ -1,0 +1,84 @@
+#include "apps/utils/progress_meter.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <utility>
+
+namespace orvane::tool {
+namespace {
+
+// What adds up from parts of an item may miss it by a rounding error.
+constexpr double kRounding = 1e-6;
+
+std::string OneDecimal(double value) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f", value);
+    return text.data();
+}
+
+// "0:07", "12:34", "1:00:00"
+std::string Duration(double seconds) {
+    const auto whole = static_cast<uint64_t>(std::clamp(std::ceil(seconds), 0.0, 360000000.0));
+    std::array<char, 32> text{};
+    if (whole < 3600) {
+        std::snprintf(text.data(), text.size(), "%u:%02u", static_cast<unsigned>(whole / 60),
+                      static_cast<unsigned>(whole % 60));
+    } else {
+        std::snprintf(text.data(), text.size(), "%u:%02u:%02u", static_cast<unsigned>(whole / 3600),
+                      static_cast<unsigned>(whole / 60 % 60), static_cast<unsigned>(whole % 60));
+    }
+    return text.data();
+}
+
+}  // namespace
+
+ProgressMeter::ProgressMeter(Workload workload) : m_workload(std::move(workload)) {
+}
+
+void ProgressMeter::Advance(double items, uint64_t frames, double milliseconds) {
+    m_items += items;
+    m_frames += frames;
+    m_milliseconds += milliseconds;
+}
+
+std::string ProgressMeter::Text() const {
+    std::string text = std::to_string(ItemsDone());
+    if (m_workload.total) {
+        text += " of " + std::to_string(*m_workload.total);
+    }
+    text += " " + m_workload.unit;
+    if (m_frames > 0) {
+        text += m_workload.isVideo ? ", " + OneDecimal(ItemsPerSecond()) + " frames per second"
+                                   : ", " + OneDecimal(MillisecondsPerFrame()) + " ms a frame";
+    }
+    if (m_workload.total && m_items > 0) {
+        text += ", " + Duration(Seconds() * (1 / std::max(Fraction(), kRounding) - 1)) + " left";
+    }
+    return text;
+}
+
+double ProgressMeter::Fraction() const {
+    const auto total = static_cast<double>(m_workload.total.value_or(0));
+    return total > 0 ? std::min(m_items / total, 1.0) : 0;
+}
+
+uint64_t ProgressMeter::ItemsDone() const {
+    return static_cast<uint64_t>(m_items + kRounding);
+}
+
+double ProgressMeter::MillisecondsPerFrame() const {
+    return m_frames > 0 ? m_milliseconds / static_cast<double>(m_frames) : 0;
+}
+
+double ProgressMeter::ItemsPerSecond() const {
+    const double seconds = Seconds();
+    return seconds > 0 ? m_items / seconds : 0;
+}
+
+double ProgressMeter::Seconds() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
+}
+
+}  // namespace orvane::tool
