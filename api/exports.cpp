@@ -4,6 +4,7 @@
 #include "api/log.h"
 #include "api/orvane.h"
 #include "gpu/support_check.h"
+#include "version.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ constexpr uint32_t kLibraryConstant = 4;
 }  // namespace
 
 const char* orvane_get_version(void) {
-    return "1.0.0";
+    return ORVANE_VERSION;
 }
 
 int orvane_check_supported(orvane_check_result* result, orvane_check_class* cls) {

@@ -1,9 +1,11 @@
-# Warnings are errors, for every target of the project. The project uses no extension of one compiler.
+# Warnings are errors, for every target of the project, unless it is a part of another. The project uses no extension of
+# one compiler.
+set(CMAKE_COMPILE_WARNING_AS_ERROR ${PROJECT_IS_TOP_LEVEL})
 if(MSVC)
-  add_compile_options(/W4 /WX /permissive- /utf-8)
+  add_compile_options(/W4 /permissive- /utf-8)
   add_compile_definitions(_CRT_SECURE_NO_WARNINGS)
 else()
-  add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+  add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
                       $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>)
   if(NOT WIN32)
     # On Windows the system's own macros expand to such casts.

@@ -38,7 +38,7 @@ protected:
 };
 
 TEST_F(Exports, AnswersWithoutAnInstance) {
-    EXPECT_STREQ(orvane_get_version(), "1.0.0");
+    EXPECT_STREQ(orvane_get_version(), ORVANE_VERSION);
     EXPECT_EQ(orvane_uninit(nullptr), 0);
     EXPECT_EQ(orvane_open(nullptr), nullptr);
     EXPECT_EQ(orvane_close(nullptr), ORVANE_ERROR_INVALID);
