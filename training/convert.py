@@ -1,0 +1,164 @@
+"""Reads and writes a chain's weights: .npz, .safetensors, .onnx, the library's plain .bin and its sealed .en.
+
+Everywhere the weights are a list of (filter, bias) as 32-bit floats; a filter is outputs x inputs x 3 x 3. In .npz and
+.safetensors the arrays are called filter1, bias1, filter2, ... The files of the library hold no sizes: NAME.json beside
+them does.
+"""
+import json
+import sys
+from pathlib import Path
+
+import numpy as np
+
+import cipher
+
+
+def read(path, sizes=None):
+    """`sizes`: (channels, depth) of a .bin or .en that has no .json beside it."""
+    path = Path(path)
+    if path.suffix == ".npz":
+        with np.load(path) as arrays:
+            weights = from_names({name: arrays[name] for name in arrays.files}, path)
+    elif path.suffix == ".safetensors":
+        weights = from_names(_read_safetensors(path), path)
+    elif path.suffix == ".onnx":
+        import onnx_chain
+        weights = onnx_chain.read(path)
+    elif path.suffix in (".bin", ".en"):
+        data = path.read_bytes()
+        weights = from_bytes(cipher.unseal(data) if path.suffix == ".en" else data, *(sizes or _sizes_beside(path)))
+    else:
+        raise SystemExit(f"{path}: cannot read this kind of file (.npz, .safetensors, .onnx, .bin, .en)")
+    check(weights, path)
+    return weights
+
+
+def write(path, weights):
+    path = Path(path)
+    check(weights, path)
+    named = {}
+    for number, (filters, bias) in enumerate(weights, 1):
+        named[f"filter{number}"], named[f"bias{number}"] = np.float32(filters), np.float32(bias)
+    if path.suffix == ".npz":
+        np.savez(path, **named)
+    elif path.suffix == ".safetensors":
+        _write_safetensors(path, named)
+    elif path.suffix == ".onnx":
+        import onnx_chain
+        onnx_chain.write(path, weights)
+    elif path.suffix in (".bin", ".en"):
+        data = to_bytes(weights)
+        path.write_bytes(cipher.seal(data) if path.suffix == ".en" else data)
+    else:
+        raise SystemExit(f"{path}: cannot write this kind of file (.npz, .safetensors, .onnx, .bin, .en)")
+
+
+def sizes_of(weights):
+    """(channels, depth), the two numbers that a host gives the library."""
+    return len(weights[-1][0][0]), len(weights) - 2
+
+
+def check(weights, name):
+    """Stops with a message unless the weights are a chain that the library runs."""
+    def refuse(why):
+        raise SystemExit(f"{name}: not a chain that Orvane runs: {why}")
+
+    if not 2 <= len(weights) <= 16:
+        refuse(f"{len(weights)} layers, where 2 to 16 are needed")
+    inputs = 3
+    for number, (filters, bias) in enumerate(weights, 1):
+        if filters.ndim != 4 or filters.shape[2:] != (3, 3):
+            refuse(f"filter {number} is {'x'.join(map(str, filters.shape))}, where outputs x inputs x 3 x 3 is needed")
+        if filters.shape[1] != inputs:
+            refuse(f"layer {number} takes {filters.shape[1]} channels, where {inputs} arrive")
+        if bias.shape != filters.shape[:1]:
+            refuse(f"bias {number} has {bias.size} values for {filters.shape[0]} outputs")
+        if number > 1 and number < len(weights) and filters.shape[0] != inputs:
+            refuse(f"layer {number} gives {filters.shape[0]} channels, where all hidden layers must give {inputs}")
+        if not all(np.isfinite(part.astype(np.float16)).all() for part in (filters, bias)):
+            refuse(f"layer {number} holds values that half precision does not")
+        inputs = filters.shape[0]
+    if inputs != 12:
+        refuse(f"the last layer gives {inputs} channels, where 12 are needed")
+
+
+def from_names(arrays, name):
+    count = len(arrays) // 2
+    wanted = {f"{kind}{number}" for kind in ("filter", "bias") for number in range(1, count + 1)}
+    if set(arrays) != wanted or not count:
+        raise SystemExit(f"{name}: not a chain that Orvane runs: arrays filter1, bias1, filter2, ... are needed, "
+                         f"there are {', '.join(sorted(arrays)[:8]) or 'none'}")
+    return [(np.float32(arrays[f"filter{n}"]), np.float32(arrays[f"bias{n}"])) for n in range(1, count + 1)]
+
+
+def to_bytes(weights):
+    return b"".join(np.ascontiguousarray(part, "<f2").tobytes() for layer in weights for part in layer)
+
+
+def from_bytes(data, channels, depth):
+    widths = [3] + [channels] * (depth + 1) + [12]
+    need = 2 * sum(o * i * 9 + o for i, o in zip(widths, widths[1:]))
+    if len(data) != need:
+        raise SystemExit(f"{len(data)} bytes are not {depth + 2} layers of {channels} channels, which are {need}")
+    values, weights, at = np.frombuffer(data, "<f2").astype(np.float32), [], 0
+    for inputs, outputs in zip(widths, widths[1:]):
+        size = outputs * inputs * 9
+        weights.append((values[at : at + size].reshape(outputs, inputs, 3, 3), values[at + size : at + size + outputs]))
+        at += size + outputs
+    return weights
+
+
+def _sizes_beside(path):
+    beside = path.with_suffix(".json")
+    if not beside.exists():
+        raise SystemExit(f"{path} does not say how many channels it has, and there is no {beside.name}: "
+                         "give --channels and --depth")
+    numbers = json.loads(beside.read_text())
+    return numbers["channels"], numbers["depth"]
+
+
+_TYPES = {"F16": "<f2", "F32": "<f4", "F64": "<f8"}
+
+
+def _read_safetensors(path):
+    data = path.read_bytes()
+    try:
+        length = int.from_bytes(data[:8], "little")
+        header, content = json.loads(data[8 : 8 + length]), data[8 + length :]
+        arrays = {}
+        for name, entry in header.items():
+            if name != "__metadata__":
+                begin, end = entry["data_offsets"]
+                arrays[name] = np.frombuffer(content[begin:end], _TYPES[entry["dtype"]]).reshape(entry["shape"])
+        return arrays
+    except (ValueError, KeyError, TypeError, AttributeError) as error:
+        raise SystemExit(f"{path}: not a readable .safetensors file ({error})") from None
+
+
+def _write_safetensors(path, named):
+    header, at = {"__metadata__": {"format": "pt", "network": "orvane chain, channel 0 is blue, CRD"}}, 0
+    for name, array in named.items():
+        header[name] = {"dtype": "F32", "shape": list(array.shape), "data_offsets": [at, at + array.nbytes]}
+        at += array.nbytes
+    text = json.dumps(header).encode()
+    text += b" " * (-len(text) % 8)
+    path.write_bytes(len(text).to_bytes(8, "little") + text + b"".join(a.astype("<f4").tobytes() for a in named.values()))
+
+
+def main():
+    import argparse
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("source")
+    parser.add_argument("target")
+    parser.add_argument("--channels", type=int, help="of a .bin or .en without .json")
+    parser.add_argument("--depth", type=int)
+    arguments = parser.parse_args()
+    sizes = (arguments.channels, arguments.depth) if arguments.channels is not None else None
+    weights = read(arguments.source, sizes)
+    write(arguments.target, weights)
+    channels, depth = sizes_of(weights)
+    print(f"{arguments.target}: {channels} channels, depth {depth}")
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,153 @@
+"""Judges a model through the real library: pictures are halved, doubled by it, and compared with what they were.
+
+    evaluate.py MODEL FOLDER
+
+MODEL is a name in weights/ or a file that convert.py reads. FOLDER holds PNG pictures; where small-X.png lies beside
+photo-X.png it is what gets doubled (compressed frames), otherwise the halved picture is. PSNR and SSIM of the luma are those
+of the literature (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut).
+"""
+import argparse
+import json
+import tempfile
+from dataclasses import dataclass
+from functools import partial
+from pathlib import Path
+
+import numpy as np
+import torch
+from PIL import Image
+
+import convert
+import metrics
+import network
+import product
+import resize
+import synthetic
+import train
+
+HERE = Path(__file__).parent
+
+
+@dataclass
+class Pair:
+    name: str
+    small: np.ndarray
+    large: np.ndarray
+
+
+def read_pairs(folder):
+    pairs = []
+    for path in sorted(Path(folder).glob("*.png")):
+        if path.name.startswith("small-"):
+            continue
+        large = np.asarray(Image.open(path).convert("RGB"))
+        large = large[: large.shape[0] // 2 * 2, : large.shape[1] // 2 * 2]
+        small = path.with_name("small-" + path.name.split("-", 1)[-1])
+        pairs.append(Pair(path.stem, np.asarray(Image.open(small).convert("RGB")) if small.exists()
+                          else resize.to_bytes(resize.halve(large)), large))
+    if not pairs:
+        raise SystemExit(f"{folder} holds no PNG pictures")
+    return pairs
+
+
+class Model:
+    def __init__(self, name, sizes):
+        path = Path(name)
+        if not path.suffix:
+            path = HERE.parent / "weights" / f"{name}.en"
+        if not path.is_file():
+            raise SystemExit(f"there is no model {path}")
+        arrays = convert.read(path, sizes)
+        self.channels, self.depth = convert.sizes_of(arrays)
+        self.weights = [tuple(map(torch.from_numpy, layer)) for layer in arrays]
+        self.arrays = arrays
+
+    def in_library(self, pictures):
+        with tempfile.TemporaryDirectory() as folder:
+            path = Path(folder, "model.bin")
+            convert.write(path, self.arrays)
+            return product.double_all(path, self.channels, self.depth, pictures)
+
+    def in_torch(self, small, truncate):
+        return train.double(self.weights, small, partial(network.run_half, truncate=truncate))
+
+
+METHODS = ("bicubic", "lanczos", "library", "rounded", "truncated")
+
+
+def judge(model, pairs, use_library):
+    """name -> method -> (luma PSNR, RGB PSNR, SSIM, mean shift of the three colours in codes)."""
+    doubled = model.in_library([pair.small for pair in pairs]) if use_library else [None] * len(pairs)
+    table = {}
+    for pair, by_library in zip(pairs, doubled):
+        results = {
+            "bicubic": resize.to_bytes(resize.double_bicubic(pair.small)),
+            "lanczos": resize.to_bytes(resize.double_lanczos(pair.small)),
+            "library": by_library,
+            "rounded": model.in_torch(pair.small, False),
+            "truncated": model.in_torch(pair.small, True),
+            "exact": train.double(model.weights, pair.small, network.run),
+        }
+        shifts = {method: np.mean(result.astype(float) - results["exact"], axis=(0, 1))
+                  for method, result in results.items() if result is not None}
+        table[pair.name] = {method: (*metrics.compare(results[method], pair.large), shifts[method])
+                            for method in (*METHODS, "exact") if results[method] is not None}
+    return table
+
+
+def mean_row(table):
+    methods = next(iter(table.values()))
+    return {method: tuple(np.mean([row[method][column] for row in table.values()], axis=0) for column in range(4))
+            for method in methods}
+
+
+def show(table):
+    methods = [method for method in METHODS if method in next(iter(table.values()))]
+    print(f"{'luma PSNR (dB), SSIM':32}" + "".join(f"{method:>17}" for method in methods) + "    gain")
+    best = "library" if "library" in methods else "rounded"
+    for name, row in [*table.items(), ("mean", mean_row(table))]:
+        print(f"{name[:31]:32}" + "".join(f"{row[m][0]:10.3f} {row[m][2]:.4f}" for m in methods)
+              + f"  {row[best][0] - row['bicubic'][0]:+.3f}")
+    mean = mean_row(table)
+    print(f"{'mean of RGB PSNR (dB)':32}" + "".join(f"{mean[m][1]:10.3f}       " for m in methods))
+    worse = [name for name, row in table.items() if row[best][0] < row["bicubic"][0]]
+    print(f"worse than bicubic: {', '.join(worse) or 'none'}")
+    for method in methods[2:]:
+        shift = ", ".join(f"{value:+.3f}" for value in mean[method][3])
+        print(f"{method}: {mean[method][0] - mean['exact'][0]:+.4f} dB against single precision, "
+              f"mean of red, green, blue moved by {shift} codes")
+
+
+def summary(table):
+    """The means by the first word of the names (photo, drawing, drawn), for the model's card."""
+    kinds = sorted({name.split("-")[0] for name in table})
+    result = {}
+    for kind in kinds:
+        mean = mean_row({name: row for name, row in table.items() if name.split("-")[0] == kind})
+        result[kind] = {method: {"psnr_y": round(float(row[0]), 3), "psnr_rgb": round(float(row[1]), 3),
+                                 "ssim": round(float(row[2]), 4)} for method, row in mean.items()}
+    return result
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("model")
+    parser.add_argument("folder", type=Path)
+    parser.add_argument("--channels", type=int, help="of a .bin or .en without .json")
+    parser.add_argument("--depth", type=int)
+    parser.add_argument("--without-library", action="store_true", help="PyTorch alone, where the library cannot run")
+    parser.add_argument("--json", type=Path, help="also write the means into this file")
+    arguments = parser.parse_args()
+    sizes = (arguments.channels, arguments.depth) if arguments.channels is not None else None
+    model = Model(arguments.model, sizes)
+    table = judge(model, read_pairs(arguments.folder), not arguments.without_library)
+    show(table)
+    checks = synthetic.check(model, not arguments.without_library)
+    for line in synthetic.lines(checks):
+        print(line)
+    if arguments.json:
+        arguments.json.write_text(json.dumps({"pictures": summary(table), "synthetic": checks}, indent=2) + "\n")
+
+
+if __name__ == "__main__":
+    main()

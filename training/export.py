@@ -1,0 +1,90 @@
+"""Corrects a trained model for half precision and puts it into weights/: NAME.en, and the numbers of NAME.json.
+
+A device may round or truncate when it stores a 16-bit float. Truncation makes every channel a little darker, so the biases
+of the last layer are shifted until the mean over the validation pictures lies as much above its aim when rounding as it
+lies below when truncating.
+"""
+import argparse
+import json
+import subprocess
+from pathlib import Path
+
+import numpy as np
+import torch
+
+import cipher
+import convert
+import network
+import resize
+import train
+from PIL import Image
+
+HERE = Path(__file__).parent
+PURPOSES = {
+    "fast": "the least work a frame",
+    "default": "pictures and clean video",
+    "quality": "pictures, where time does not matter",
+    "video": "compressed video",
+}
+
+
+def _small_pictures(folder):
+    for path in sorted(folder.glob("*.png")):
+        if not path.name.startswith("small-"):
+            yield resize.to_bytes(resize.halve(np.asarray(Image.open(path).convert("RGB"))))
+
+
+def mean_shift(weights, pictures, truncate):
+    """By how much the 12 outputs lie above those of single precision, on average, in codes. Outputs that the clamp holds
+    are left out: no bias moves them."""
+    total, count = torch.zeros(3), torch.zeros(3)
+    for small in pictures:
+        value = torch.from_numpy(np.ascontiguousarray(small[..., ::-1].transpose(2, 0, 1))).float()[None] / 255
+        with torch.no_grad():
+            exact = network.run(weights, value)
+            half = network.run_half(weights, value, truncate)
+        free = (exact > 0) & (exact < 1)
+        total += ((half - exact) * free).sum(dim=(0, 2, 3)) * 255
+        count += free.sum(dim=(0, 2, 3))
+    return total / count
+
+
+def corrected(weights, folder):
+    """The weights with the last biases shifted, a value for each colour."""
+    pictures = list(_small_pictures(folder))
+    middle = (mean_shift(weights, pictures, True) + mean_shift(weights, pictures, False)) / 2 / 255
+    filters, bias = weights[-1]
+    return weights[:-1] + [(filters, bias - middle.repeat_interleave(4))]
+
+
+def _commit():
+    done = subprocess.run(["git", "rev-parse", "--short=12", "HEAD"], cwd=HERE, stdout=subprocess.PIPE, text=True, check=False)
+    return done.stdout.strip() or "unknown"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("name")
+    parser.add_argument("--results", type=Path, default=Path("build/training"))
+    parser.add_argument("--data", type=Path, default=Path("build/training/data"))
+    parser.add_argument("--weights", type=Path, default=HERE.parent / "weights")
+    arguments = parser.parse_args()
+    folder = arguments.results / arguments.name
+    settings = json.loads((folder / "configuration.json").read_text())
+    weights = [tuple(map(torch.from_numpy, layer)) for layer in convert.read(folder / "weights.npz")]
+    weights = corrected(weights, arguments.data / "val")
+    state = torch.load(folder / "checkpoint.pt", map_location="cpu")
+    arguments.weights.mkdir(exist_ok=True)
+    data = convert.to_bytes([(f.numpy(), b.numpy()) for f, b in weights])
+    # The container's random bytes come from the content, so that the same model gives the same file.
+    random = np.random.default_rng(np.frombuffer(data, np.uint8)[:64].tolist())
+    (arguments.weights / f"{arguments.name}.en").write_bytes(cipher.seal(data, random.bytes))
+    card = {"channels": settings["channels"], "depth": settings["depth"], "reach": settings["depth"] + 2,
+            "purpose": PURPOSES.get(arguments.name, ""), "seed": settings["seed"], "commit": _commit(),
+            "training": {"steps": state["step"], "minutes": round(state["seconds"] / 60, 1)}}
+    (arguments.weights / f"{arguments.name}.json").write_text(json.dumps(card, indent=2) + "\n")
+    print(f"weights/{arguments.name}.en: {len(data)} bytes of weights")
+
+
+if __name__ == "__main__":
+    main()

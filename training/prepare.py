@@ -1,0 +1,143 @@
+"""Makes the training tiles and the test pictures from the packages of sources.json and from drawings.
+
+Writes into the data folder: tiles.npz (for training), val/ and test/ (PNG pictures of sources that gave no training tile),
+and sources.tsv (every picture used, its package, licence and share).
+"""
+import argparse
+import hashlib
+import sys
+from pathlib import Path
+
+import numpy as np
+from PIL import Image
+
+import drawn
+import pack
+import resize
+import sources
+
+LONGEST_SIDES = (1700, 1150, 750)  # large photographs are used at several sizes
+LOSSY_REDUCTION = 1.6  # hides what JPEG and WebP did to a picture, the halved colours above all
+FLAT_ERROR = 2.0  # mean squared error of bicubic doubling under which a tile teaches nothing
+TEST_SIZE = (480, 320)
+TILES_A_PICTURE = 400
+LUMA = np.array([0.299, 0.587, 0.114], np.float32)
+HALVING = resize.matrix(pack.TILE, 0.5).astype(np.float32)
+DOUBLING = resize.matrix(pack.TILE // 2, 2).astype(np.float32)
+
+
+def sizes_of(source, picture):
+    """The sizes at which a picture is used: sharp, and not one twice."""
+    longest = max(picture.size)
+    least = LOSSY_REDUCTION if source.lossy else 1.0
+    targets = [side for side in LONGEST_SIDES if longest / side >= max(least, 1.0)]
+    if source.kind == "drawing":
+        targets = targets[:1]
+    return [side / longest for side in targets] or [1 / least]
+
+
+def reduced(picture, factor):
+    if factor >= 1:
+        return picture
+    size = [max(2, round(side * factor)) // 2 * 2 for side in picture.size]
+    return picture.resize(size, Image.LANCZOS)
+
+
+def bicubic_error(tile):
+    """The mean squared error of the luma, in about codes of luma, after halving and doubling."""
+    grey = tile @ LUMA
+    return float(np.mean((DOUBLING @ np.round(HALVING @ grey @ HALVING.T) @ DOUBLING.T - grey)[4:-4, 4:-4] ** 2))
+
+
+def tiles_of(picture, random, limit):
+    """Tiles on a grid, those left out that bicubic doubling gets right already (but one in twenty)."""
+    pixels = np.asarray(picture)
+    side = pack.TILE
+    corners = [(y, x) for y in range(0, pixels.shape[0] - side + 1, side) for x in range(0, pixels.shape[1] - side + 1, side)]
+    chosen = []
+    for y, x in random.permutation(np.array(corners).reshape(-1, 2)):
+        tile = pixels[y : y + side, x : x + side]
+        if bicubic_error(tile) >= FLAT_ERROR or random.random() < 0.05:
+            chosen.append(tile)
+        if len(chosen) == limit:
+            break
+    return chosen
+
+
+def fingerprint(picture):
+    grey = np.asarray(picture.convert("L").resize((9, 8), Image.BOX), int)
+    return (grey[:, 1:] > grey[:, :-1]).ravel()
+
+
+def split_of(source):
+    """By the name of the picture, so that it does not change when packages are added."""
+    if source.kept_for_test:
+        return "test"
+    number = hashlib.sha256(source.key.encode()).digest()[0]
+    return "test" if number < 16 else "val" if number < 24 else "train"
+
+
+def middle(picture, size):
+    """The middle of a picture, at most `size`, sides even."""
+    width, height = (min(side, limit) // 2 * 2 for side, limit in zip(picture.size, size))
+    left, top = (picture.width - width) // 2, (picture.height - height) // 2
+    return picture.crop((left, top, left + width, top + height))
+
+
+def keep_picture(folder, source, picture, factors):
+    folder.mkdir(parents=True, exist_ok=True)
+    name = Path(source.name).stem
+    middle(reduced(picture, factors[-1]), TEST_SIZE).save(folder / f"{source.kind}-{name}.png")
+
+
+def gather(arguments, random):
+    """Goes through all pictures; returns encoded tiles and the list of what was used."""
+    tiles, used, seen = {"photo": [], "drawing": []}, [], []
+    for source in sources.read_all(arguments.packages):
+        picture = source.load()
+        mark = fingerprint(picture)
+        if any(np.count_nonzero(mark != other) <= 3 for other in seen):
+            continue
+        seen.append(mark)
+        split, factors = split_of(source), sizes_of(source, picture)
+        count = 0
+        if split == "train":
+            for factor in factors:
+                new = tiles_of(reduced(picture, factor), random, TILES_A_PICTURE if source.kind == "photo" else 30)
+                tiles[source.kind] += [pack.encode(tile, source.kind != "photo") for tile in new]
+                count += len(new)
+        else:
+            keep_picture(arguments.data / split, source, picture, factors)
+        used.append((source.package, source.name, source.licence, source.kind, split, str(count)))
+        print(f"\r{len(used)} pictures, {sum(map(len, tiles.values()))} tiles ", end="", file=sys.stderr, flush=True)
+    print(file=sys.stderr)
+    return tiles, used
+
+
+def add_drawings(arguments, tiles):
+    for picture in drawn.draw_many(arguments.seed, arguments.drawn, pack.TILE):
+        tiles["drawing"].append(pack.encode(np.asarray(picture), True))
+    for split, seed in (("val", 101), ("test", 202)):
+        (arguments.data / split).mkdir(parents=True, exist_ok=True)
+        for index, picture in enumerate(drawn.draw_many(seed, 6, 240)):
+            picture.save(arguments.data / split / f"drawn-{index}.png")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--data", type=Path, default=Path("build/training/data"))
+    parser.add_argument("--packages", type=Path, default=Path("build/training/packages"))
+    parser.add_argument("--drawn", type=int, default=900, help="tiles of text, lines and interfaces")
+    parser.add_argument("--seed", type=int, default=1)
+    arguments = parser.parse_args()
+    arguments.data.mkdir(parents=True, exist_ok=True)
+    tiles, used = gather(arguments, np.random.default_rng(arguments.seed))
+    add_drawings(arguments, tiles)
+    (arguments.data / "sources.tsv").write_text("".join("\t".join(row) + "\n" for row in used))
+    pack.write(arguments.data / "tiles.npz", tiles)
+    size = (arguments.data / "tiles.npz").stat().st_size / 1e6
+    print(f"{len(tiles['photo'])} tiles of photographs, {len(tiles['drawing'])} of drawings, {size:.1f} MB")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,248 @@
+"""Trains the model of a configuration; goes on where an earlier run stopped.
+
+Results lie in build/training/NAME: the configuration, log.csv, curves.png, checkpoint.pt and, at the end, weights.npz.
+"""
+import argparse
+import csv
+import json
+import math
+import os
+import signal
+import sys
+import time
+from pathlib import Path
+
+os.environ.setdefault("OMP_WAIT_POLICY", "passive")  # threads that spin would starve a machine that does other things too
+
+import numpy as np
+import torch
+
+import convert
+import metrics
+import network
+import resize
+import tiles
+from PIL import Image
+
+HERE = Path(__file__).parent
+DEFAULTS = {
+    "start": None,  # name of a trained model to start from
+    "mix": {"photo": 0.70, "drawing": 0.24, "plain": 0.06},
+    "seed": 1,
+    "batch": 16,
+    "rate": 2e-3,
+    "warm_up": 200,  # steps
+    "ring": 0.3,  # weight of pixels that see zeros because a crop ends, not because the picture does
+    "fast_share": 0.8,  # of the steps in bfloat16
+    "half_share": 0.1,  # of the steps, the last ones, in emulated half precision, rounded and truncated in turn
+    "average": 0.999,
+    "check_every": 1500,
+    "validation": "val",
+}
+
+
+def read_configuration(name):
+    path = HERE / "configs" / f"{name}.json"
+    if not path.is_file():
+        raise SystemExit(f"there is no configuration {path}")
+    return {**DEFAULTS, "name": name, **json.loads(path.read_text())}
+
+
+class Schedule:
+    """Where training stands: by steps, or by time when the run was given minutes."""
+
+    def __init__(self, settings, minutes):
+        self.settings, self.minutes = settings, minutes
+
+    def progress(self, step, seconds):
+        return seconds / (60 * self.minutes) if self.minutes else step / self.settings["steps"]
+
+    def rate(self, step, progress):
+        falling = 0.01 + 0.99 * 0.5 * (1 + math.cos(math.pi * min(progress, 1)))
+        return self.settings["rate"] * falling * min(1, (step + 1) / self.settings["warm_up"])
+
+    def stage(self, progress):
+        if progress < self.settings["fast_share"]:
+            return "fast"
+        return "single" if progress < 1 - self.settings["half_share"] else "half"
+
+
+class Validation:
+    """The gain over bicubic on pictures that training does not see."""
+
+    def __init__(self, folder):
+        self.pairs = []
+        for path in sorted(Path(folder).glob("photo-*.png")):
+            large = np.asarray(Image.open(path).convert("RGB"))
+            small_path = path.with_name(path.name.replace("photo-", "small-"))
+            small = np.asarray(Image.open(small_path)) if small_path.exists() else resize.to_bytes(resize.halve(large))
+            bicubic = metrics.compare(resize.to_bytes(resize.double_bicubic(small)), large)[0]
+            self.pairs.append((small, large, bicubic))
+
+    def gain(self, weights, device):
+        gains = []
+        for small, large, bicubic in self.pairs:
+            result = double(weights, small, network.run, device)
+            gains.append(metrics.psnr(metrics.luma(metrics.cut(result)), metrics.luma(metrics.cut(large))) - bicubic)
+        return sum(gains) / max(1, len(gains))
+
+
+def double(weights, small, run, device="cpu"):
+    """One picture (height x width x 3 bytes, red first) through the network; bytes again."""
+    with torch.no_grad():
+        value = torch.from_numpy(np.ascontiguousarray(small[..., ::-1].transpose(2, 0, 1))).float().to(device)[None] / 255
+        result = run([(f.to(device), b.to(device)) for f, b in weights], value).clamp(0, 1)[0]
+    return resize.to_bytes(result.cpu().numpy().transpose(1, 2, 0)[..., ::-1] * 255.0)
+
+
+class Training:
+    def __init__(self, settings, arguments):
+        self.settings, self.arguments = settings, arguments
+        self.folder = arguments.results / settings["name"]
+        self.device = "cuda" if torch.cuda.is_available() else "cpu"
+        torch.manual_seed(settings["seed"])
+        start = None
+        if settings["start"]:
+            path = arguments.results / settings["start"] / "weights.npz"
+            shipped = HERE.parent / "weights" / f"{settings['start']}.en"
+            start = convert.read(path) if path.exists() else convert.read(shipped)
+            start = [tuple(map(torch.from_numpy, layer)) for layer in start]
+        self.model = network.Chain(settings["channels"], settings["depth"], start).to(self.device)
+        self.optimizer = torch.optim.Adam(self.model.parameters(), settings["rate"], betas=(0.9, 0.99))
+        self.average = [[t.detach().clone() for t in layer] for layer in self.model.collapsed()]
+        self.step, self.seconds = 0, 0.0
+
+    def resume(self):
+        path = self.folder / "checkpoint.pt"
+        if not path.exists():
+            return
+        state = torch.load(path, map_location=self.device)
+        if state["settings"] != self.settings:
+            raise SystemExit(f"{path} was made with another configuration; remove {self.folder} to start again")
+        self.model.load_state_dict(state["model"])
+        self.optimizer.load_state_dict(state["optimizer"])
+        self.average, self.step, self.seconds = state["average"], state["step"], state["seconds"]
+        print(f"going on after {self.step} steps and {self.seconds / 60:.1f} min")
+
+    def save(self):
+        state = {"settings": self.settings, "model": self.model.state_dict(), "optimizer": self.optimizer.state_dict(),
+                 "average": self.average, "step": self.step, "seconds": self.seconds}
+        partial = self.folder / "checkpoint.partial"
+        torch.save(state, partial)
+        partial.rename(self.folder / "checkpoint.pt")
+
+    def one_step(self, batch, stage, rate):
+        small, large, weight = (torch.from_numpy(part).to(self.device) for part in batch)
+        small = small.to(memory_format=torch.channels_last)
+        weight = torch.nn.functional.interpolate(weight, scale_factor=2, mode="nearest")
+        for group in self.optimizer.param_groups:
+            group["lr"] = rate
+        weights = [(f.to(memory_format=torch.channels_last), b) for f, b in self.model.collapsed()]
+        if stage == "half":
+            result = network.run_half(weights, small, truncate=self.step % 2 == 1)
+        else:
+            result = network.run(weights, small, fast=stage == "fast")
+        loss = ((result - large).abs() * weight).mean() / weight.mean()
+        self.optimizer.zero_grad()
+        loss.backward()
+        self.optimizer.step()
+        self._follow(weights)
+        return float(loss.detach())
+
+    def _follow(self, weights):
+        """The average of the filters themselves: that of their factors would be something else."""
+        keep = min(self.settings["average"], (self.step + 1) / (self.step + 10))
+        with torch.no_grad():
+            for mean, layer in zip(self.average, weights):
+                for a, b in zip(mean, layer):
+                    a.lerp_(b, 1 - keep)
+
+    def weights(self):
+        return [(f.detach().float().cpu().contiguous(), b.detach().float().cpu()) for f, b in self.average]
+
+
+def show(training, progress, rate, loss, gain):
+    left = training.seconds * (1 / max(progress, 1e-6) - 1) / 60
+    print(f"step {training.step}, {100 * progress:.1f} %, rate {rate:.2e}, loss {255 * loss:.3f} codes, gain {gain:+.3f} dB, "
+          f"{training.seconds / 60:.1f} min, {left:.0f} min left", flush=True)
+
+
+def learn(training, batches, validation, schedule):
+    stopped = []
+    signal.signal(signal.SIGTERM, lambda *_: stopped.append(True))
+    signal.signal(signal.SIGINT, lambda *_: stopped.append(True))
+    losses, started = [], time.monotonic() - training.seconds
+    with open(training.folder / "log.csv", "a", newline="") as file:
+        log = csv.writer(file)
+        while True:
+            progress = schedule.progress(training.step, training.seconds)
+            if stopped or progress >= 1:
+                break
+            rate = schedule.rate(training.step, progress)
+            losses.append(training.one_step(batches(training.step), schedule.stage(progress), rate))
+            training.step += 1
+            training.seconds = time.monotonic() - started
+            if training.step % training.settings["check_every"] == 0:
+                gain = validation.gain(training.weights(), "cpu")
+                mean = sum(losses) / len(losses)
+                log.writerow([training.step, f"{training.seconds:.1f}", schedule.stage(progress), f"{rate:.3e}",
+                              f"{255 * mean:.4f}", f"{gain:.4f}"])
+                file.flush()
+                show(training, progress, rate, mean, gain)
+                training.save()
+                losses = []
+    training.save()
+    return not stopped
+
+
+def trim_log(path, step):
+    """Leaves out what was written after the checkpoint from which training goes on."""
+    if path.exists():
+        rows = [row for row in csv.reader(path.open()) if int(row[0]) <= step]
+        with path.open("w", newline="") as file:
+            csv.writer(file).writerows(rows)
+
+
+def plot(folder):
+    import matplotlib
+    matplotlib.use("Agg")
+    import matplotlib.pyplot as plt
+    rows = [row for row in csv.reader((folder / "log.csv").open())]
+    if not rows:
+        return
+    steps = [int(row[0]) for row in rows]
+    figure, axes = plt.subplots(1, 2, figsize=(9, 3.2))
+    for axis, column, title in ((axes[0], 4, "loss (codes)"), (axes[1], 5, "gain over bicubic (dB, validation)")):
+        axis.plot(steps, [float(row[column]) for row in rows])
+        axis.set_title(title)
+        axis.set_xlabel("step")
+    figure.tight_layout()
+    figure.savefig(folder / "curves.png")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("name", help="a configuration in training/configs")
+    parser.add_argument("--data", type=Path, default=Path("build/training/data"))
+    parser.add_argument("--results", type=Path, default=Path("build/training"))
+    parser.add_argument("--minutes", type=float, help="spread the schedule over this time instead of the configured steps")
+    arguments = parser.parse_args()
+    settings = read_configuration(arguments.name)
+    training = Training(settings, arguments)
+    training.folder.mkdir(parents=True, exist_ok=True)
+    (training.folder / "configuration.json").write_text(json.dumps(settings, indent=1) + "\n")
+    training.resume()
+    trim_log(training.folder / "log.csv", training.step)
+    groups = {name: tiles.load(arguments.data / "tiles.npz", name) for name in settings["mix"] if name != "plain"}
+    reach = settings["depth"] + 2
+    batches = tiles.Batches(groups, settings["mix"], settings["seed"], settings["batch"], reach, settings["ring"])
+    validation = Validation(arguments.data / settings["validation"])
+    finished = learn(training, batches, validation, Schedule(settings, arguments.minutes))
+    plot(training.folder)
+    if not finished:
+        sys.exit("stopped; the same command goes on from here")
+    convert.write(training.folder / "weights.npz", [(f.numpy(), b.numpy()) for f, b in training.weights()])
+
+
+if __name__ == "__main__":
+    main()
