@@ -75,7 +75,7 @@ def check(weights, name):
             refuse(f"bias {number} has {bias.size} values for {filters.shape[0]} outputs")
         if number > 1 and number < len(weights) and filters.shape[0] != inputs:
             refuse(f"layer {number} gives {filters.shape[0]} channels, where all hidden layers must give {inputs}")
-        if not all(np.isfinite(part.astype(np.float16)).all() for part in (filters, bias)):
+        if not all((np.abs(part) <= np.finfo(np.float16).max).all() for part in (filters, bias)):
             refuse(f"layer {number} holds values that half precision does not")
         inputs = filters.shape[0]
     if inputs != 12:

@@ -6,6 +6,7 @@ lies below when truncating.
 """
 import argparse
 import json
+import os
 import subprocess
 from pathlib import Path
 
@@ -62,6 +63,12 @@ def _commit():
     return done.stdout.strip() or "unknown"
 
 
+def _machine():
+    if torch.cuda.is_available():
+        return torch.cuda.get_device_name(0)
+    return f"{len(os.sched_getaffinity(0))} processor cores"
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("name")
@@ -81,7 +88,8 @@ def main():
     (arguments.weights / f"{arguments.name}.en").write_bytes(cipher.seal(data, random.bytes))
     card = {"channels": settings["channels"], "depth": settings["depth"], "reach": settings["depth"] + 2,
             "purpose": PURPOSES.get(arguments.name, ""), "seed": settings["seed"], "commit": _commit(),
-            "training": {"steps": state["step"], "minutes": round(state["seconds"] / 60, 1)}}
+            "training": {"steps": state["step"], "minutes": round(state["seconds"] / 60, 1), "machine": _machine(),
+                         "processor_minutes": round(state.get("processor_seconds", 0) / 60, 1)}}
     (arguments.weights / f"{arguments.name}.json").write_text(json.dumps(card, indent=2) + "\n")
     print(f"weights/{arguments.name}.en: {len(data)} bytes of weights")
 

@@ -110,7 +110,7 @@ class Training:
         self.model = network.Chain(settings["channels"], settings["depth"], start).to(self.device)
         self.optimizer = torch.optim.Adam(self.model.parameters(), settings["rate"], betas=(0.9, 0.99))
         self.average = [[t.detach().clone() for t in layer] for layer in self.model.collapsed()]
-        self.step, self.seconds = 0, 0.0
+        self.step, self.seconds, self.processor_seconds = 0, 0.0, 0.0
 
     def resume(self):
         path = self.folder / "checkpoint.pt"
@@ -122,11 +122,13 @@ class Training:
         self.model.load_state_dict(state["model"])
         self.optimizer.load_state_dict(state["optimizer"])
         self.average, self.step, self.seconds = state["average"], state["step"], state["seconds"]
+        self.processor_seconds = state.get("processor_seconds", 0.0)
         print(f"going on after {self.step} steps and {self.seconds / 60:.1f} min")
 
     def save(self):
         state = {"settings": self.settings, "model": self.model.state_dict(), "optimizer": self.optimizer.state_dict(),
-                 "average": self.average, "step": self.step, "seconds": self.seconds}
+                 "average": self.average, "step": self.step, "seconds": self.seconds,
+                 "processor_seconds": self.processor_seconds + time.process_time()}
         partial = self.folder / "checkpoint.partial"
         torch.save(state, partial)
         partial.rename(self.folder / "checkpoint.pt")
