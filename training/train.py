@@ -30,6 +30,7 @@ DEFAULTS = {
     "mix": {"photo": 0.70, "drawing": 0.24, "plain": 0.06},
     "seed": 1,
     "batch": 16,
+    "crop": 32,  # pixels of the small side, at most those of a tile
     "rate": 2e-3,
     "warm_up": 200,  # steps
     "ring": 0.3,  # weight of pixels that see zeros because a crop ends, not because the picture does
@@ -149,7 +150,7 @@ class Training:
         loss.backward()
         self.optimizer.step()
         self._follow(weights)
-        return float(loss.detach())
+        return loss.detach()
 
     def _follow(self, weights):
         """The average of the filters themselves: that of their factors would be something else."""
@@ -174,6 +175,7 @@ def learn(training, batches, validation, schedule):
     signal.signal(signal.SIGTERM, lambda *_: stopped.append(True))
     signal.signal(signal.SIGINT, lambda *_: stopped.append(True))
     losses, started = [], time.monotonic() - training.seconds
+    coming = batches.ahead(training.step, 8 if training.device == "cuda" else 0)
     with open(training.folder / "log.csv", "a", newline="") as file:
         log = csv.writer(file)
         while True:
@@ -181,12 +183,14 @@ def learn(training, batches, validation, schedule):
             if stopped or progress >= 1:
                 break
             rate = schedule.rate(training.step, progress)
-            losses.append(training.one_step(batches(training.step), schedule.stage(progress), rate))
+            losses.append(training.one_step(next(coming), schedule.stage(progress), rate))
             training.step += 1
             training.seconds = time.monotonic() - started
             if training.step % training.settings["check_every"] == 0:
                 gain = validation.gain(training.weights(), "cpu")
-                mean = sum(losses) / len(losses)
+                mean = float(sum(losses)) / len(losses)
+                if not math.isfinite(mean):
+                    sys.exit("training diverged: the loss is not a number any more")
                 log.writerow([training.step, f"{training.seconds:.1f}", schedule.stage(progress), f"{rate:.3e}",
                               f"{255 * mean:.4f}", f"{gain:.4f}"])
                 file.flush()
@@ -235,9 +239,8 @@ def main():
     (training.folder / "configuration.json").write_text(json.dumps(settings, indent=1) + "\n")
     training.resume()
     trim_log(training.folder / "log.csv", training.step)
-    groups = {name: tiles.load(arguments.data / "tiles.npz", name) for name in settings["mix"] if name != "plain"}
-    reach = settings["depth"] + 2
-    batches = tiles.Batches(groups, settings["mix"], settings["seed"], settings["batch"], reach, settings["ring"])
+    groups = {name: tiles.load(arguments.data, name) for name in settings["mix"] if name != "plain"}
+    batches = tiles.Batches(groups, settings)
     validation = Validation(arguments.data / settings["validation"])
     finished = learn(training, batches, validation, Schedule(settings, arguments.minutes))
     plot(training.folder)
