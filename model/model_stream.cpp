@@ -38,7 +38,7 @@ std::optional<std::vector<uint8_t>> ReadWholeFile(const std::string& path) {
 
 // Deciphers a container as far as it goes: the result has the length of the body, with zeros in place of what could
 // not be deciphered. Something that cannot be a container gives as many zeros as it has bytes. A wrong key or
-// damaged content is deliberately not told apart from success; it shows later, as failing reads or wrong weights.
+// damaged content is not told apart from success: it shows later, as failing reads or wrong weights.
 std::vector<uint8_t> Decipher(const std::vector<uint8_t>& container, std::string_view key) {
     std::vector<uint8_t> plain(container.size());
     auto length = static_cast<int32_t>(container.size());

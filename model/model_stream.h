@@ -13,7 +13,8 @@ std::string GetFileExtension(const std::string& path);
 // anything else is copied as it stands. False, with the reason logged, when the file cannot be opened. Damaged
 // content is not an error here: what cannot be deciphered arrives as zero bytes.
 //
-// `path` is in the process's narrow encoding. Files of 2 GiB or more are refused like files that cannot be opened.
+// `path` is in the process's narrow encoding. An enciphered file of 2 GiB or more is refused like one that cannot be
+// opened; a plain one has no bound but the host's memory.
 bool OpenModelStream(const std::string& path, std::stringstream& stream);
 
 // The two enciphered forms by themselves, whatever the path's ending.

@@ -7,10 +7,12 @@
 namespace orvane {
 
 inline constexpr int32_t kCipherBlockBytes = 8;
+inline constexpr int32_t kContainerSaltBytes = 2;
+inline constexpr int32_t kContainerTrailerBytes = 7;
 // Bytes of a container that are not body: head, salt and trailer. The padding adds 0 to 7 more.
-inline constexpr int32_t kContainerOverheadBytes = 1 + 2 + 7;
+inline constexpr int32_t kContainerOverheadBytes = 1 + kContainerSaltBytes + kContainerTrailerBytes;
 
-// Deciphers one 8-byte block with TEA (Wheeler and Needham, 1994) reduced to 16 rounds, big-endian words.
+// Deciphers one 8-byte block (see tea_block.h).
 // `key` has 20 characters; those at positions 4, 9, 14 and 19 are ignored. `input` and `output` may be the same.
 void TeaDecryptBlock(const uint8_t* input, std::string_view key, uint8_t* output);
 
