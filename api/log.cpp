@@ -1,29 +1,44 @@
 #include "api/log.h"
 
 #include <array>
+#include <atomic>
 #include <cstdio>
 
 namespace orvane {
 namespace {
 
-// Level -1 and no callback: nothing is logged until the host installs something.
-orvane_init_param g_logConfiguration{-1, nullptr, nullptr};
+struct Callback {
+    orvane_log_callback function = nullptr;
+};
+
+// Nothing is logged until the host installs something. Each value is written and read whole, also when an orvane_init
+// runs beside a frame.
+struct LogConfiguration {
+    std::atomic<int32_t> level = -1;
+    std::atomic<Callback> callback = Callback{};
+    std::atomic<void*> userData = nullptr;
+};
+LogConfiguration g_logConfiguration;
 
 constexpr std::array kLevelNames{"ERROR", "WARNING", "INFO", "DEBUG"};
 
 }  // namespace
 
 void SetLogConfiguration(const orvane_init_param& configuration) {
-    g_logConfiguration = configuration;
+    g_logConfiguration.level = configuration.level;
+    g_logConfiguration.userData = configuration.userData;
+    g_logConfiguration.callback = Callback{configuration.callback};
 }
 
 void LogMessage(int32_t level, const char* format, ...) {
-    if (level > g_logConfiguration.level || g_logConfiguration.callback == nullptr) {
+    // Copied before it is tested: another thread may be silencing the log.
+    const Callback callback = g_logConfiguration.callback;
+    if (level > g_logConfiguration.level || callback.function == nullptr) {
         return;
     }
     va_list arguments;
     va_start(arguments, format);
-    g_logConfiguration.callback(g_logConfiguration.userData, level, format, arguments);
+    callback.function(g_logConfiguration.userData, level, format, arguments);
     va_end(arguments);
 }
 
