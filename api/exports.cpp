@@ -1,3 +1,5 @@
+#include <type_traits>
+
 #include <windows.h>
 
 #include "api/instance_table.h"
@@ -9,13 +11,23 @@
 namespace {
 
 // Never destroyed. Instances that are still open when the library is unloaded or the process ends are left to the
-// system: destroying an engine waits for the GPU and unloads libraries, and both block for ever inside an unload.
+// system: destroying an engine waits for the GPU and frees libraries, and both block for ever inside an unload.
 orvane::InstanceTable& Instances() {
     static auto& instances = *new orvane::InstanceTable;
     return instances;
 }
 
 constexpr uint32_t kLibraryConstant = 4;
+
+// The types by which a host calls what it finds with GetProcAddress.
+static_assert(std::is_same_v<decltype(&orvane_get_version), orvane_get_version_fn>);
+static_assert(std::is_same_v<decltype(&orvane_check_supported), orvane_check_supported_fn>);
+static_assert(std::is_same_v<decltype(&orvane_init), orvane_init_fn>);
+static_assert(std::is_same_v<decltype(&orvane_uninit), orvane_uninit_fn>);
+static_assert(std::is_same_v<decltype(&orvane_open), orvane_open_fn>);
+static_assert(std::is_same_v<decltype(&orvane_process), orvane_process_fn>);
+static_assert(std::is_same_v<decltype(&orvane_close), orvane_close_fn>);
+static_assert(std::is_same_v<decltype(&orvane_getickcount), orvane_getickcount_fn>);
 
 }  // namespace
 

@@ -5,15 +5,25 @@
  *
  *     orvane_init -> orvane_check_supported -> orvane_open -> orvane_process ... -> orvane_close
  *
+ * A host that must start without the library loads it with LoadLibrary and finds the functions with GetProcAddress:
+ * their names are undecorated, their types at the end of this header.
+ *
  * Threads: every function may be called from any thread, with these limits. orvane_init writes the log
- * configuration without a lock: call it before anything else. The first orvane_open of a series initialises COM
- * and the last orvane_close uninitialises it (or the orvane_process that closes the last instance because it cannot
- * change its size), each on its own thread and without a lock: do not run an open beside another open or a close.
- * Frames of all instances run one at a time; a second orvane_process waits for the first.
+ * configuration without a lock: call it before anything else. The first orvane_open of a series initialises COM on
+ * its thread, and whichever thread closes the last instance (with orvane_close, or with an orvane_process that cannot
+ * change its size) uninitialises COM on its own: do both on one thread, or initialise COM once more on the one that
+ * closes. Neither is locked: do not run an open beside another open or a close. Frames of all instances run one at a
+ * time; a second orvane_process waits for the first.
  *
  * Errors: a function never raises because of what a host passes in. It returns one of the result codes below, or a
- * null handle, after logging why through the callback of orvane_init. Exhausted host memory
- * and a failing upload of the weights to the GPU are raised as C++ exceptions; see docs/errors.md.
+ * null handle, after logging why through the callback of orvane_init. Only where the host's memory is exhausted or the
+ * weights cannot be uploaded does a function end with a C++ exception; see orvane_open and orvane_process.
+ *
+ * Sizes: a frame can have up to 8192 pixels a side, and in all as many as the driver is known to carry, because
+ * Direct3D has no call that reports a picture that it gets wrong: 2^29 / 12, which is 44.7 megapixels, on adapters of
+ * NVIDIA, AMD, Intel and Microsoft, and 2^27 / 12, which is 11.1 megapixels and what Direct3D 12 guarantees, on all
+ * others. (A model of one layer: its channels in place of 12, but at least 3.) A larger frame fails the open or closes
+ * the instance, like one for which the adapter has not enough memory.
  *
  * Strings are in the process's narrow (ANSI) encoding unless said otherwise.
  */
@@ -83,8 +93,9 @@ enum orvane_performance_class {
 };
 
 /* An open instance. Opaque, never null for a live instance. It stays valid until orvane_close, or until an
- * orvane_process on it returns ORVANE_ERROR_FAILED after a change of frame size. A stale handle is recognised
- * and refused unless a later orvane_open happens to hand out the same value again. */
+ * orvane_process on it returns ORVANE_ERROR_FAILED because it could not change the frame size. A stale handle is
+ * recognised and refused unless a later orvane_open happens to hand out the same value again: once a handle may be
+ * stale, call orvane_close on it before any further orvane_open, which does no harm. */
 typedef struct orvane_instance* orvane_handle;
 
 /*
@@ -120,7 +131,10 @@ typedef struct orvane_open_param {
     int32_t modelDepth;    /* the network has modelDepth + 2 convolution layers; that sum is 1..16 */
     uint32_t reserved1;    /* not read */
     char modelPath[1024];  /* NUL-terminated path of the model file, in the process's ANSI encoding. A path
-                              ending in ".en" is enciphered once, ".en2" twice, anything else is plain. */
+                              ending in ".en" is enciphered once, ".en2" twice, anything else is plain. For a
+                              path that the ANSI code page cannot express, pass its short name
+                              (GetShortPathNameW), or give the host a manifest that makes UTF-8 its code page
+                              (activeCodePage, Windows 10 version 1903 and later) and pass UTF-8. */
 } orvane_open_param;
 
 /*
@@ -132,12 +146,17 @@ typedef struct orvane_open_param {
 typedef struct orvane_frame {
     uint64_t userValue;   /* the host's own, for example a time stamp; copied from input to output */
     int32_t width;        /* pixels; the width that counts is stride / 4 */
-    int32_t height;       /* rows; of the input frame only */
+    int32_t height;       /* rows; of the input frame only; 1 or more */
     uint32_t format;      /* written on the output frame: the pixelFormat of the instance */
-    int32_t stride;       /* bytes from one row to the next. Input: a positive multiple of 4; padding at the end
-                             of the rows is processed as picture. Output: 0 or more; a smaller one than
-                             4 x the output width truncates each row. Up to the next multiple of 256 above
-                             4 x the output width the padding of a row may be overwritten, beyond it not. */
+    int32_t stride;       /* bytes from one row to the next.
+                             Input: a positive multiple of 4; padding at the end of the rows is processed as
+                             picture. Anything else means another frame size, and one that cannot be set up
+                             CLOSES THE INSTANCE: a stride below 4, also the negative one of a bottom-up
+                             picture (pass its rows turned over), or a height below 1.
+                             Output: 0 or more, a negative one fails the frame; a smaller one than 4 x the output
+                             width truncates each row. Up to the next multiple of 256 above 4 x the output
+                             width the padding of a row may be overwritten, beyond it not. Copied fastest when it
+                             is 8 x the input width and that width is a multiple of 32. */
     uint8_t reserved[16]; /* not read or written */
     void* data;           /* first byte of the first row. Input: height x stride bytes, only read. Output:
                              twice the input height in rows of stride bytes, written. */
@@ -199,8 +218,8 @@ ORVANE_STATIC_ASSERT(check_class_libraryConstant, offsetof(orvane_check_class, l
 ORVANE_API const char* orvane_get_version(void);
 
 /*
- * Says whether this machine can run the library, and why not. Independent of instances; leaves no library
- * loaded and no object alive. It loads the graphics stack and makes a test device, so it takes a while.
+ * Says whether this machine can run the library, and why not. Independent of instances; releases everything that
+ * it loads and makes. It loads the graphics stack and makes a test device, so it takes a while.
  *
  *   result  written as far as the check gets
  *   cls     may be null; libraryConstant is written on every call
@@ -213,7 +232,9 @@ ORVANE_API int orvane_check_supported(orvane_check_result* result, orvane_check_
 /*
  * Sets up logging. Before it is called nothing is logged. With a record, its three values are installed as they
  * are. With null, everything up to ORVANE_LOG_DEBUG is printed to standard output, a line
- * "[Orvane LEVEL] message" each. May be called again. Always returns ORVANE_OK.
+ * "[Orvane LEVEL] message" each; that is the standard output of the library's own C runtime (msvcrt.dll), which knows
+ * nothing of the host's buffers and of what the host has redirected with freopen. May be called again. Always returns
+ * ORVANE_OK.
  */
 ORVANE_API int orvane_init(const orvane_init_param* param);
 
@@ -229,6 +250,11 @@ ORVANE_API int orvane_uninit(void* ignored);
  *
  * Returns the handle, which the host releases with orvane_close, or null on any failure; nothing is left
  * behind then. Initialises COM (multithreaded) on the calling thread for the first instance of a series.
+ * Direct3D 12 and DirectML stay loaded until the process ends, and one event handle stays open.
+ *
+ * Exhausted host memory and a failing upload of the weights to the GPU end it with a C++ exception, and nothing is
+ * left behind. Do not rely on catching it: that needs a host built with the library's own compiler, and the usual
+ * options of Visual C++ (/EHsc) take a C function for one that raises nothing. Any other host is ended by it.
  */
 ORVANE_API orvane_handle orvane_open(const orvane_open_param* param);
 
@@ -236,32 +262,49 @@ ORVANE_API orvane_handle orvane_open(const orvane_open_param* param);
  * Doubles one frame. Blocks until the picture is in output->data. Note the order: output before input.
  *
  * When input->stride / 4 or input->height differ from the size that the instance is set up for, the instance is
- * rebuilt for the new size first, which takes about as long as an orvane_open.
+ * rebuilt for the new size first, which takes about as long as an orvane_open and leaves one event handle open until
+ * the process ends.
  *
  *   output  stride and data are used, userValue and format are written
  *   input   only read
  *
  * Returns
  *   ORVANE_OK             output->data holds 2 x height rows of 2 x (stride / 4) pixels with alpha 255
- *   ORVANE_ERROR_FAILED   the frame failed: output->data is not to be used. If the failure was in the rebuild for
- *                         another size ("Failed to re-initialize sample"), the handle is closed.
+ *   ORVANE_ERROR_FAILED   the frame failed: output->data is not to be used. If the frame had another size than the
+ *                         one before, the instance may be closed (the log then ends with "Failed to re-initialize
+ *                         sample"); else it is open, and the next frame may succeed. After a lost device
+ *                         every frame fails: close and open again. Calling orvane_close before the next orvane_open
+ *                         is right in every case.
  *   ORVANE_ERROR_INVALID  a null argument or data pointer, an unknown or closed handle, or an instance that is
  *                         not ready
+ *
+ * Raises what orvane_open raises, for the same reasons: exhausted memory at any frame, a failing upload at a change of
+ * size. The instance is open then; see docs/errors.md.
  */
 ORVANE_API int orvane_process(orvane_handle handle, orvane_frame* output, const orvane_frame* input);
 
 /*
  * Closes an instance and releases everything that it holds. Waits for a frame in progress on any instance.
  * Close every instance before unloading the library; what is open then is not released before the process ends.
- * Uninitialises COM on the calling thread when it was the last instance.
+ * Uninitialises COM on the calling thread when it was the last instance, also when another thread initialised it.
  *
- * Returns ORVANE_OK, also for an unknown handle, or ORVANE_ERROR_INVALID for a null handle.
+ * Returns ORVANE_OK, also for an unknown or closed handle, or ORVANE_ERROR_INVALID for a null handle.
  */
 ORVANE_API int orvane_close(orvane_handle handle);
 
 /* The performance counter in microseconds (not milliseconds, in spite of the name). It wraps once the counter
  * exceeds 2^63 / 10^6 ticks, after about ten days at the usual 10 MHz. */
 ORVANE_API int64_t orvane_getickcount(void);
+
+/* The functions as GetProcAddress finds them. */
+typedef const char* (*orvane_get_version_fn)(void);
+typedef int (*orvane_check_supported_fn)(orvane_check_result* result, orvane_check_class* cls);
+typedef int (*orvane_init_fn)(const orvane_init_param* param);
+typedef int (*orvane_uninit_fn)(void* ignored);
+typedef orvane_handle (*orvane_open_fn)(const orvane_open_param* param);
+typedef int (*orvane_process_fn)(orvane_handle handle, orvane_frame* output, const orvane_frame* input);
+typedef int (*orvane_close_fn)(orvane_handle handle);
+typedef int64_t (*orvane_getickcount_fn)(void);
 
 #ifdef __cplusplus
 }
