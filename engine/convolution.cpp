@@ -10,16 +10,15 @@ namespace {
 // A tensor's description with everything that it points to; not to be moved.
 class TensorDesc {
 public:
-    TensorDesc(const TensorShape& shape, const TensorStrides& strides) : m_shape(shape), m_strides(strides) {
+    TensorDesc(const TensorShape& shape, TensorLayout layout) : m_shape(shape), m_strides(CalcStrides(shape, layout)) {
         m_buffer.DataType = DML_TENSOR_DATA_TYPE_FLOAT16;
         m_buffer.Flags = DML_TENSOR_FLAG_NONE;
         m_buffer.DimensionCount = static_cast<UINT>(m_shape.size());
         m_buffer.Sizes = m_shape.data();
         m_buffer.Strides = m_strides.data();
-        m_buffer.TotalTensorSizeInBytes = CalcBufferTensorSize(m_shape, &m_strides, TensorDataType::kFloat16);
+        m_buffer.TotalTensorSizeInBytes = CalcTensorSize(m_shape, layout);
         m_buffer.GuaranteedBaseOffsetAlignment = 0;
     }
-    TensorDesc(const TensorShape& shape, TensorLayout layout) : TensorDesc(shape, CalcStrides(shape, layout)) {}
     TensorDesc(const TensorDesc&) = delete;
     TensorDesc& operator=(const TensorDesc&) = delete;
 
@@ -40,7 +39,7 @@ int32_t CreateConvolution(const DirectMLContext& context, const TensorShape& inp
     const TensorDesc input(inputShape, context.layout);
     const TensorDesc filter(filterShape, context.layout);
     // Described for every layer, also for one that binds no bias.
-    const TensorDesc bias({1, outChannels, 1, 1}, CalcBiasStrides(outChannels, context.layout));
+    const TensorDesc bias({1, outChannels, 1, 1}, context.layout);
     const TensorDesc output(outputShape, context.layout);
 
     const DML_ACTIVATION_HARD_SIGMOID_OPERATOR_DESC hardSigmoid{nullptr, nullptr, 1.0F, 0.0F};

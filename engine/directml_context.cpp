@@ -1,7 +1,8 @@
 #include "engine/directml_context.h"
 
 #include "api/log.h"
-#include "gpu/adapter_ranking.h"
+#include "gpu/adapter_limits.h"
+#include "gpu/vendors.h"
 
 namespace orvane {
 namespace {
@@ -20,7 +21,7 @@ int32_t CreateDevice(DX::DeviceResources& resources, DirectMLContext& context) {
 }
 
 // NVIDIA's adapters compute faster on NHWC tensors and in half precision throughout.
-int32_t ChooseLayout(DX::DeviceResources& resources, DirectMLContext& context) {
+int32_t JudgeAdapter(DX::DeviceResources& resources, DirectMLContext& context) {
     ComPtr<IDXGIAdapter1> adapter;
     if (CheckHResult(resources.GetDXGIFactory()->EnumAdapterByLuid(GetAdapterLuid(resources.GetD3DDevice()),
                                                                    IID_PPV_ARGS(adapter.GetAddressOf())),
@@ -31,6 +32,7 @@ int32_t ChooseLayout(DX::DeviceResources& resources, DirectMLContext& context) {
     DXGI_ADAPTER_DESC1 desc{};
     adapter->GetDesc1(&desc);
     LogMessage(ORVANE_LOG_INFO, "run on the device: %ls", desc.Description);
+    context.maxViewElements = MaxTypedViewElements(desc.VendorId);
     if (desc.VendorId == kVendorNvidia) {
         context.layout = TensorLayout::kNhwc;
         context.executionFlags = DML_EXECUTION_FLAG_ALLOW_HALF_PRECISION_COMPUTATION;
@@ -56,7 +58,7 @@ int32_t RequireHalfPrecision(IDMLDevice& device) {
 }  // namespace
 
 int32_t CreateDirectMLContext(DX::DeviceResources& resources, DirectMLContext& context) {
-    if (CreateDevice(resources, context) != 0 || ChooseLayout(resources, context) != 0 ||
+    if (CreateDevice(resources, context) != 0 || JudgeAdapter(resources, context) != 0 ||
         RequireHalfPrecision(*context.device.Get()) != 0) {
         return -1;
     }

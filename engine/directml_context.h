@@ -1,4 +1,4 @@
-// The DirectML device of an engine, and what its adapter decides: the tensor layout and the precision.
+// The DirectML device of an engine, and what its adapter decides: layout, precision and size of tensors.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,7 @@ struct DirectMLContext {
     ComPtr<IDMLCommandRecorder> recorder;
     DML_EXECUTION_FLAGS executionFlags = DML_EXECUTION_FLAG_NONE;
     TensorLayout layout = TensorLayout::kNchw;
+    uint64_t maxViewElements = 0;  // of a tensor that a shader of the library reads or writes
 };
 
 // Makes the context anew on the device of `resources`. 0, or -1 with the reason logged: a failing call, or an adapter

@@ -22,15 +22,16 @@ int32_t FrameRecorder::UploadFrame(const void* data, uint64_t byteSize, uint32_t
     Transition(texture, D3D12_RESOURCE_STATE_GENERIC_READ, D3D12_RESOURCE_STATE_COPY_DEST);
     const uint64_t uploaded = UpdateSubresources(&m_commandList, texture, m_frame.uploadHeap.Get(), 0, 0, 1, &source);
     Transition(texture, D3D12_RESOURCE_STATE_COPY_DEST, D3D12_RESOURCE_STATE_GENERIC_READ);
-    // Without this the frame would show the picture before it.
-    return CheckHResult(uploaded != 0 ? S_OK : E_OUTOFMEMORY, "UpdateSubresources");
+    // Without this the frame would show the picture before it. Why nothing was copied is not said: memory is exhausted,
+    // or the upload heap cannot be mapped.
+    return CheckHResult(uploaded != 0 ? S_OK : E_FAIL, "UpdateSubresources");
 }
 
 void FrameRecorder::ImageToTensor(FrameSize inputSize) {
     const ImageLayoutConstants constants{inputSize.height, inputSize.width, m_graph.plan.depthToSpace.useNhwc};
     Dispatch(m_shaders.imageToTensor, m_frame.textureDescriptors, constants,
              CoverWithGroups(inputSize.width, inputSize.height), 1);
-    WaitForUnorderedAccess();
+    UavBarrier();
 }
 
 void FrameRecorder::RunNetwork() {
@@ -39,7 +40,7 @@ void FrameRecorder::RunNetwork() {
     for (size_t i = 0; i < m_graph.operators.size(); ++i) {
         m_context.recorder->RecordDispatch(&m_commandList, m_graph.operators[i].Get(),
                                            m_bindings.bindingTables[i].Get());
-        WaitForUnorderedAccess();
+        UavBarrier();
     }
 }
 
@@ -59,10 +60,7 @@ void FrameRecorder::DepthToSpace() {
 
 void FrameRecorder::CopyToReadback() {
     ID3D12Resource* const texture = m_frame.outputTexture.Get();
-    const D3D12_RESOURCE_DESC desc = GetDesc(texture);
-    D3D12_PLACED_SUBRESOURCE_FOOTPRINT footprint{};
-    m_device.GetCopyableFootprints(&desc, 0, 1, 0, &footprint, nullptr, nullptr, nullptr);
-    const CD3DX12_TEXTURE_COPY_LOCATION target(m_frame.m_outputTextureReadback.Get(), footprint);
+    const CD3DX12_TEXTURE_COPY_LOCATION target(m_frame.m_outputTextureReadback.Get(), m_frame.readbackFootprint);
     const CD3DX12_TEXTURE_COPY_LOCATION source(texture, 0);
 
     Transition(texture, D3D12_RESOURCE_STATE_UNORDERED_ACCESS, D3D12_RESOURCE_STATE_COPY_SOURCE);
@@ -75,7 +73,7 @@ void FrameRecorder::Transition(ID3D12Resource* resource, D3D12_RESOURCE_STATES b
     m_commandList.ResourceBarrier(1, &barrier);
 }
 
-void FrameRecorder::WaitForUnorderedAccess() {
+void FrameRecorder::UavBarrier() {
     const auto barrier = CD3DX12_RESOURCE_BARRIER::UAV(nullptr);
     m_commandList.ResourceBarrier(1, &barrier);
 }

@@ -33,7 +33,7 @@ public:
 
 private:
     void Transition(ID3D12Resource* resource, D3D12_RESOURCE_STATES before, D3D12_RESOURCE_STATES after);
-    void WaitForUnorderedAccess();
+    void UavBarrier();
     template <typename Constants>
     void Dispatch(const ComputeShader& shader, const DescriptorHeap& descriptors, const Constants& constants,
                   ThreadGroups groups, uint32_t depth);

@@ -1,7 +1,9 @@
 #include "engine/frame_resources.h"
 
+#include <algorithm>
+
 #include "api/log.h"
-#include "engine/gpu_buffer.h"
+#include "gpu/gpu_resource.h"
 
 namespace orvane {
 namespace {
@@ -9,37 +11,24 @@ namespace {
 constexpr DXGI_FORMAT kPixelFormat = DXGI_FORMAT_R8G8B8A8_UNORM;
 constexpr DXGI_FORMAT kTensorFormat = DXGI_FORMAT_R16_FLOAT;
 
-int32_t CheckResource(HRESULT hr) {
-    if (CheckHResult(hr, "CreateCommittedResource") != 0) {
-        LogMessage(ORVANE_LOG_ERROR, "Failed to CreateCommittedResource, error code: %d", -1);
-        return -1;
-    }
-    return 0;
-}
-
-HRESULT CreateResource(ID3D12Device& device, D3D12_HEAP_TYPE heapType, const D3D12_RESOURCE_DESC& desc,
-                       D3D12_RESOURCE_STATES initialState, ComPtr<ID3D12Resource>& resource) {
-    const CD3DX12_HEAP_PROPERTIES heapProperties(heapType);
-    return device.CreateCommittedResource(&heapProperties, D3D12_HEAP_FLAG_NONE, &desc, initialState, nullptr,
-                                          IID_PPV_ARGS(resource.ReleaseAndGetAddressOf()));
+// Not every driver refuses what Direct3D does not allow: some write beyond a texture that is too large, and no call
+// reports a view of a buffer with more elements than the driver carries. The picture would be wrong.
+bool CanBeCarried(FrameSize inputSize, const NetworkPlan& plan, uint64_t maxViewElements) {
+    constexpr uint32_t kMaxSide = D3D12_REQ_TEXTURE2D_U_OR_V_DIMENSION / kScale;
+    return std::max(inputSize.width, inputSize.height) <= kMaxSide && plan.ViewElements() <= maxViewElements;
 }
 
 int32_t CreateTexture(ID3D12Device& device, FrameSize size, D3D12_RESOURCE_FLAGS flags,
                       D3D12_RESOURCE_STATES initialState, ComPtr<ID3D12Resource>& texture) {
-    // Not every driver refuses what Direct3D does not allow, and some then write beyond the texture.
-    constexpr uint32_t kMaxSize = D3D12_REQ_TEXTURE2D_U_OR_V_DIMENSION;
-    if (size.width > kMaxSize || size.height > kMaxSize) {
-        return CheckResource(E_INVALIDARG);
-    }
     const auto desc = CD3DX12_RESOURCE_DESC::Tex2D(kPixelFormat, size.width, size.height, 1, 1, 1, 0, flags);
-    return CheckResource(CreateResource(device, D3D12_HEAP_TYPE_DEFAULT, desc, initialState, texture));
+    return CheckGpuResource(CreateGpuResource(device, D3D12_HEAP_TYPE_DEFAULT, desc, initialState, texture));
 }
 
 // A buffer on the host's side that takes the whole of a texture.
 int32_t CreateStagingBuffer(ID3D12Device& device, D3D12_HEAP_TYPE heapType, ID3D12Resource& texture,
                             D3D12_RESOURCE_STATES initialState, const wchar_t* name, ComPtr<ID3D12Resource>& buffer) {
     const auto desc = CD3DX12_RESOURCE_DESC::Buffer(GetRequiredIntermediateSize(&texture, 0, 1));
-    if (CheckResource(CreateResource(device, heapType, desc, initialState, buffer)) != 0) {
+    if (CheckGpuResource(CreateGpuResource(device, heapType, desc, initialState, buffer)) != 0) {
         return -1;
     }
     buffer->SetName(name);
@@ -55,7 +44,7 @@ void CreateImageReadView(ID3D12Device& device, ID3D12Resource& texture, D3D12_CP
     device.CreateShaderResourceView(&texture, &desc, handle);
 }
 
-UINT HalfCount(ID3D12Resource& tensor) {
+UINT ElementCount(ID3D12Resource& tensor) {
     return static_cast<UINT>(BufferSize(tensor) / sizeof(uint16_t));
 }
 
@@ -66,7 +55,7 @@ void CreateTensorReadView(ID3D12Device& device, ID3D12Resource& tensor, D3D12_CP
     desc.Format = kTensorFormat;
     desc.ViewDimension = D3D12_SRV_DIMENSION_BUFFER;
     desc.Shader4ComponentMapping = D3D12_DEFAULT_SHADER_4_COMPONENT_MAPPING;
-    desc.Buffer.NumElements = HalfCount(tensor);
+    desc.Buffer.NumElements = ElementCount(tensor);
     device.CreateShaderResourceView(&tensor, &desc, handle);
 }
 
@@ -74,7 +63,7 @@ void CreateTensorWriteView(ID3D12Device& device, ID3D12Resource& tensor, D3D12_C
     D3D12_UNORDERED_ACCESS_VIEW_DESC desc{};
     desc.Format = kTensorFormat;
     desc.ViewDimension = D3D12_UAV_DIMENSION_BUFFER;
-    desc.Buffer.NumElements = HalfCount(tensor);
+    desc.Buffer.NumElements = ElementCount(tensor);
     device.CreateUnorderedAccessView(&tensor, nullptr, &desc, handle);
 }
 
@@ -85,8 +74,11 @@ void CreateImageWriteView(ID3D12Device& device, ID3D12Resource& texture, D3D12_C
     device.CreateUnorderedAccessView(&texture, nullptr, &desc, handle);
 }
 
-int32_t CreateFrameResources(ID3D12Device& device, FrameSize inputSize, FrameSize outputSize,
-                             ID3D12Resource& modelInput, FrameResources& frame) {
+int32_t CreateFrameResources(ID3D12Device& device, FrameSize inputSize, const NetworkGraph& graph,
+                             uint64_t maxViewElements, FrameResources& frame) {
+    if (!CanBeCarried(inputSize, graph.plan, maxViewElements)) {
+        return CheckGpuResource(E_INVALIDARG);
+    }
     if (CreateTexture(device, inputSize, D3D12_RESOURCE_FLAG_NONE, D3D12_RESOURCE_STATE_GENERIC_READ,
                       frame.inputTexture) != 0 ||
         CreateStagingBuffer(device, D3D12_HEAP_TYPE_UPLOAD, *frame.inputTexture.Get(),
@@ -98,13 +90,15 @@ int32_t CreateFrameResources(ID3D12Device& device, FrameSize inputSize, FrameSiz
         return -1;
     }
     CreateImageReadView(device, *frame.inputTexture.Get(), frame.textureDescriptors.GetCpuHandle(kReadSlot));
-    CreateTensorWriteView(device, modelInput, frame.textureDescriptors.GetCpuHandle(kWriteSlot));
+    CreateTensorWriteView(device, *graph.buffers.m_modelInput.Get(), frame.textureDescriptors.GetCpuHandle(kWriteSlot));
 
-    if (CreateTexture(device, outputSize, D3D12_RESOURCE_FLAG_ALLOW_UNORDERED_ACCESS,
+    if (CreateTexture(device, Doubled(inputSize), D3D12_RESOURCE_FLAG_ALLOW_UNORDERED_ACCESS,
                       D3D12_RESOURCE_STATE_UNORDERED_ACCESS, frame.outputTexture) != 0) {
         return -1;
     }
     frame.outputTexture->SetName(L"Output Texture");
+    const D3D12_RESOURCE_DESC outputDesc = GetDesc(frame.outputTexture.Get());
+    device.GetCopyableFootprints(&outputDesc, 0, 1, 0, &frame.readbackFootprint, nullptr, nullptr, nullptr);
     return CreateStagingBuffer(device, D3D12_HEAP_TYPE_READBACK, *frame.outputTexture.Get(),
                                D3D12_RESOURCE_STATE_COPY_DEST, L"Output Texture Readback",
                                frame.m_outputTextureReadback);

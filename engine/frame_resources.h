@@ -21,12 +21,14 @@ struct FrameResources {
     DescriptorHeap depthToSpaceDescriptors;  // of DepthToSpaceCRD, written in every frame
     ComPtr<ID3D12Resource> outputTexture;
     ComPtr<ID3D12Resource> m_outputTextureReadback;
+    D3D12_PLACED_SUBRESOURCE_FOOTPRINT readbackFootprint{};  // how the picture lies in it
 };
 
-// Makes the textures and buffers and the descriptors of image2tensor, which writes `modelInput`. 0, or -1 with the
-// reason logged. `depthToSpaceDescriptors` is left as it is.
-int32_t CreateFrameResources(ID3D12Device& device, FrameSize inputSize, FrameSize outputSize,
-                             ID3D12Resource& modelInput, FrameResources& frame);
+// Makes the textures and buffers and the descriptors of image2tensor, which writes the input of `graph`. 0, or -1 with
+// the reason logged: a failing call, or a frame that is too large for a texture or for views of `maxViewElements`
+// elements. `depthToSpaceDescriptors` is left as it is.
+int32_t CreateFrameResources(ID3D12Device& device, FrameSize inputSize, const NetworkGraph& graph,
+                             uint64_t maxViewElements, FrameResources& frame);
 
 // Views of a buffer of half-precision values, as the layout shaders read and write tensors.
 void CreateTensorReadView(ID3D12Device& device, ID3D12Resource& tensor, D3D12_CPU_DESCRIPTOR_HANDLE handle);

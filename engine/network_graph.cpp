@@ -8,15 +8,6 @@
 namespace orvane {
 namespace {
 
-void WarnAboutSize(uint64_t outputSize) {
-    constexpr uint64_t kSuspiciousSize = 1'000'000'000;
-    if (outputSize > kSuspiciousSize) {
-        LogMessage(ORVANE_LOG_ERROR,
-                   "CalcOutputSize - POTENTIAL OVERFLOW: Output buffer size is suspiciously large: %llu bytes",
-                   static_cast<unsigned long long>(outputSize));
-    }
-}
-
 int32_t LoadAndUploadWeights(DX::DeviceResources& resources, TensorLayout layout, const NetworkConfig& config,
                              const std::vector<LayerShape>& layers, const std::string& modelPath,
                              WeightLoader& weightLoader, NetworkWeights& weights) {
@@ -47,7 +38,6 @@ int32_t BuildNetworkGraph(DX::DeviceResources& resources, const DirectMLContext&
                           const NetworkConfig& config, const std::vector<LayerShape>& layers,
                           const std::string& modelPath, WeightLoader& weightLoader, NetworkGraph& graph) {
     graph.plan = PlanNetwork(inputSize, layers, context.layout);
-    WarnAboutSize(graph.plan.modelOutputSize);
     if (graph.weights.IsEmpty() &&
         LoadAndUploadWeights(resources, context.layout, config, layers, modelPath, weightLoader, graph.weights) != 0) {
         return -1;

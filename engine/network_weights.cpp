@@ -3,8 +3,7 @@
 #include <future>
 #include <utility>
 
-#include "api/log.h"
-#include "engine/gpu_buffer.h"
+#include "gpu/gpu_resource.h"
 #include "gpu/resource_upload_batch.h"
 
 namespace orvane {
@@ -12,9 +11,7 @@ namespace {
 
 void UploadValues(ID3D12Device& device, DirectX::ResourceUploadBatch& batch, std::vector<uint16_t> values,
                   uint64_t bufferSize, ComPtr<ID3D12Resource>& buffer) {
-    if (CheckHResult(CreateGpuBuffer(device, bufferSize, D3D12_RESOURCE_STATE_COMMON, buffer),
-                     "CreateCommittedResource") != 0) {
-        LogMessage(ORVANE_LOG_ERROR, "Failed to CreateCommittedResource, error code: %d", -1);
+    if (CheckGpuResource(CreateGpuBuffer(device, bufferSize, D3D12_RESOURCE_STATE_COMMON, buffer)) != 0) {
         return;
     }
     // The copy takes the whole buffer, which is rounded up to a multiple of 4 bytes.

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "api/log.h"
-#include "engine/gpu_buffer.h"
+#include "gpu/gpu_resource.h"
 
 namespace orvane {
 namespace {
@@ -187,9 +187,8 @@ private:
     // Makes the temporary memory of a dispatchable in `slot` and binds it.
     int32_t BindTempResourceIfNeeded(const DML_BINDING_PROPERTIES& properties, IDMLBindingTable& table,
                                      ComPtr<ID3D12Resource>& slot) {
-        if (CheckHResult(CreateGpuBuffer(m_device, properties.TemporaryResourceSize, D3D12_RESOURCE_STATE_COMMON, slot),
-                         "CreateCommittedResource") != 0) {
-            LogMessage(ORVANE_LOG_ERROR, "Failed to CreateCommittedResource, error code: %d", -1);
+        if (CheckGpuResource(
+                CreateGpuBuffer(m_device, properties.TemporaryResourceSize, D3D12_RESOURCE_STATE_COMMON, slot)) != 0) {
             return -1;
         }
         const BufferBinding binding(slot.Get());

@@ -7,6 +7,7 @@
 #include "engine/frame_recorder.h"
 #include "engine/performance_clock.h"
 #include "engine/row_copy.h"
+#include "gpu/gpu_resource.h"
 
 namespace orvane {
 namespace {
@@ -152,8 +153,8 @@ int32_t Sample::InitializeDirectMLResources() {
 }
 
 int32_t Sample::InitTextureResource() {
-    return CreateFrameResources(*m_deviceResources.GetD3DDevice(), m_geometry.input, m_geometry.output,
-                                *m_network.buffers.m_modelInput.Get(), m_frame);
+    return CreateFrameResources(*m_deviceResources.GetD3DDevice(), m_geometry.input, m_network,
+                                m_directML.maxViewElements, m_frame);
 }
 
 // Leaves the command list closed, ready to be executed.
@@ -189,21 +190,18 @@ int32_t Sample::ReadBack(const orvane_frame& input, orvane_frame& output) {
     output.format = m_geometry.pixelFormat;
     output.userValue = input.userValue;
 
-    const D3D12_RESOURCE_DESC desc = GetDesc(m_frame.outputTexture.Get());
-    D3D12_PLACED_SUBRESOURCE_FOOTPRINT footprint{};
-    UINT64 totalBytes = 0;
-    m_deviceResources.GetD3DDevice()->GetCopyableFootprints(&desc, 0, 1, 0, &footprint, nullptr, nullptr, &totalBytes);
-    const D3D12_RANGE readRange{0, static_cast<SIZE_T>(totalBytes)};
+    ID3D12Resource& readback = *m_frame.m_outputTextureReadback.Get();
+    const D3D12_RANGE readRange{0, static_cast<SIZE_T>(BufferSize(readback))};
     void* data = nullptr;
-    if (CheckHResult(m_frame.m_outputTextureReadback->Map(0, &readRange, &data), "m_outputTextureReadback") != 0) {
+    if (CheckHResult(readback.Map(0, &readRange, &data), "m_outputTextureReadback") != 0) {
         LogMessage(ORVANE_LOG_ERROR, "Failed to m_outputTextureReadback, error code: %d", -1);
         return -1;
     }
-    CopyRows({static_cast<const uint8_t*>(data), readRange.End}, footprint.Footprint.RowPitch,
+    CopyRows({static_cast<const uint8_t*>(data), readRange.End}, m_frame.readbackFootprint.Footprint.RowPitch,
              static_cast<uint8_t*>(output.data), output.stride, m_geometry.output.width * kBytesPerPixel,
              m_geometry.output.height);
     const D3D12_RANGE nothingWritten{0, 0};
-    m_frame.m_outputTextureReadback->Unmap(0, &nothingWritten);
+    readback.Unmap(0, &nothingWritten);
     return 0;
 }
 

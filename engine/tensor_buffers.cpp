@@ -1,7 +1,7 @@
 #include "engine/tensor_buffers.h"
 
 #include "api/log.h"
-#include "engine/gpu_buffer.h"
+#include "gpu/gpu_resource.h"
 
 namespace orvane {
 namespace {

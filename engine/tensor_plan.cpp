@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "api/log.h"
+
 namespace orvane {
 namespace {
 
@@ -51,11 +53,6 @@ TensorStrides CalcStrides(const TensorShape& shape, TensorLayout layout) {
     return {c * h * w, h * w, w, 1};
 }
 
-TensorStrides CalcBiasStrides(uint32_t channels, TensorLayout layout) {
-    const uint32_t spatial = layout == TensorLayout::kNhwc ? channels : 1;
-    return {channels, 1, spatial, spatial};
-}
-
 uint64_t CalcBufferTensorSize(const TensorShape& shape, const TensorStrides* strides, TensorDataType type) {
     const uint64_t byteSize = (ElementCount(shape, strides) * BitsPerElement(type) + 7) / 8;
     return (byteSize + 3) / 4 * 4;
@@ -66,17 +63,32 @@ uint64_t CalcTensorSize(const TensorShape& shape, TensorLayout layout) {
     return CalcBufferTensorSize(shape, &strides, TensorDataType::kFloat16);
 }
 
+uint64_t NetworkPlan::ViewElements() const {
+    return std::max(modelInputSize, bufferSizes[lastLayer + 1]) / sizeof(uint16_t);
+}
+
+void CalcOutputSize(const TensorShape& inputShape, TensorLayout layout, uint64_t& inputSize, TensorShape& outputShape,
+                    uint64_t& outputSize) {
+    constexpr uint64_t kSuspiciousSize = 1'000'000'000;
+    inputSize = CalcTensorSize(inputShape, layout);
+    outputShape = {1, 3, kScale * inputShape[2], kScale * inputShape[3]};
+    const uint64_t byteSize = CalcTensorSize(outputShape, layout);
+    if (byteSize > kSuspiciousSize) {
+        LogMessage(ORVANE_LOG_ERROR,
+                   "CalcOutputSize - POTENTIAL OVERFLOW: Output buffer size is suspiciously large: %llu bytes",
+                   static_cast<unsigned long long>(byteSize));
+    }
+    Raise(outputSize, byteSize);
+}
+
 NetworkPlan PlanNetwork(FrameSize inputSize, const std::vector<LayerShape>& layers, TensorLayout layout) {
     const auto layerCount = static_cast<uint32_t>(layers.size());
     NetworkPlan plan;
     plan.shapes.resize(layerCount + 2);
     plan.bufferSizes.resize(layerCount + 2);
 
-    const FrameSize outputSize = Doubled(inputSize);
     plan.inputShape = {1, 3, inputSize.height, inputSize.width};
-    const TensorShape outputShape{1, 3, outputSize.height, outputSize.width};
-    plan.modelInputSize = CalcTensorSize(plan.inputShape, layout);
-    plan.modelOutputSize = CalcTensorSize(outputShape, layout);
+    CalcOutputSize(plan.inputShape, layout, plan.modelInputSize, plan.outputShape, plan.modelOutputSize);
 
     for (uint32_t i = 0; i < layerCount; ++i) {
         const TensorShape& input = plan.LayerInputShape(i);

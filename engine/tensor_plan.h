@@ -31,9 +31,6 @@ using TensorStrides = std::array<uint32_t, 4>;
 
 TensorStrides CalcStrides(const TensorShape& shape, TensorLayout layout);
 
-// Strides of a bias {1, channels, 1, 1}, whose values lie one after the other in either layout.
-TensorStrides CalcBiasStrides(uint32_t channels, TensorLayout layout);
-
 // Bytes of the buffer that a tensor takes, rounded up to a multiple of 4. 0 for an unknown type. Null strides mean
 // that the elements are packed.
 uint64_t CalcBufferTensorSize(const TensorShape& shape, const TensorStrides* strides, TensorDataType type);
@@ -55,6 +52,7 @@ struct DepthToSpaceConstants {
 // Everything about the network that follows from the frame size, the layer table and the layout.
 struct NetworkPlan {
     TensorShape inputShape{};
+    TensorShape outputShape{};  // the doubled picture as a tensor
     // Entry i is the output of layer i, entry layerCount the output of depth-to-space; one entry more is zero.
     std::vector<TensorShape> shapes;
     // Bytes. Entry i is the buffer that layer i reads, entry i + 1 the one that it writes; layerCount + 2 entries.
@@ -67,7 +65,15 @@ struct NetworkPlan {
     const TensorShape& LayerInputShape(uint32_t layerIndex) const {
         return layerIndex == 0 ? inputShape : shapes[layerIndex - 1];
     }
+    // Elements of the larger one of the two tensors that the layout shaders see through views: the first and the last.
+    // Right for frames that fit into textures.
+    uint64_t ViewElements() const;
 };
+
+// What of the plan does not depend on the layers: the bytes of the input tensor, the shape of the doubled picture as a
+// tensor, and `outputSize` raised to that tensor's bytes. A size that looks like a mistake is logged and kept.
+void CalcOutputSize(const TensorShape& inputShape, TensorLayout layout, uint64_t& inputSize, TensorShape& outputShape,
+                    uint64_t& outputSize);
 
 // `layers` must not be empty. Absurd sizes give absurd plans, which Direct3D refuses.
 NetworkPlan PlanNetwork(FrameSize inputSize, const std::vector<LayerShape>& layers, TensorLayout layout);

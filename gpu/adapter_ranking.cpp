@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "gpu/vendors.h"
+
 namespace orvane {
 namespace {
 

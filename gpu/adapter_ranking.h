@@ -6,10 +6,6 @@
 
 namespace orvane {
 
-inline constexpr uint32_t kVendorAmd = 0x1002;
-inline constexpr uint32_t kVendorNvidia = 0x10DE;
-inline constexpr uint32_t kVendorIntel = 0x8086;
-
 // What the ranking looks at.
 struct AdapterTraits {
     std::wstring_view description;

@@ -160,7 +160,7 @@ int32_t DeviceResources::RequireIdleGpu() {
 }
 
 int32_t DeviceResources::ResetCommandList() {
-    // What an earlier list could not be waited for must not be recorded over.
+    // An earlier list that could not be waited for may still be running from the memory that is reset here.
     if (RequireIdleGpu() != 0) {
         return -1;
     }

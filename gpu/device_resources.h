@@ -12,7 +12,7 @@ namespace DX {
 
 using orvane::ComPtr;
 
-// Told about the device by its owner. The order of the two is part of the interface.
+// Told about the device by its owner.
 class IDeviceNotify {
 public:
     virtual void DeviceLost() = 0;      // release everything that lives on the device

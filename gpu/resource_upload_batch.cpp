@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "gpu/gpu_resource.h"
+
 namespace DirectX {
 namespace {
 
@@ -64,15 +66,13 @@ public:
             throw upload_error("Can't call Upload on a closed ResourceUploadBatch.");
         }
         const uint64_t uploadSize = GetRequiredIntermediateSize(resource, subresourceIndexStart, numSubresources);
-        const CD3DX12_HEAP_PROPERTIES heapProperties(D3D12_HEAP_TYPE_UPLOAD);
-        const CD3DX12_RESOURCE_DESC desc = CD3DX12_RESOURCE_DESC::Buffer(uploadSize);
         ComPtr<ID3D12Resource> scratch;
-        ThrowIfFailed(m_device->CreateCommittedResource(&heapProperties, D3D12_HEAP_FLAG_NONE, &desc,
-                                                        D3D12_RESOURCE_STATE_GENERIC_READ, nullptr,
-                                                        IID_PPV_ARGS(scratch.GetAddressOf())));
+        ThrowIfFailed(orvane::CreateGpuResource(*m_device.Get(), D3D12_HEAP_TYPE_UPLOAD,
+                                                CD3DX12_RESOURCE_DESC::Buffer(uploadSize),
+                                                D3D12_RESOURCE_STATE_GENERIC_READ, scratch));
         if (UpdateSubresources(m_commandList.Get(), resource, scratch.Get(), 0, subresourceIndexStart, numSubresources,
                                subresourceData) == 0) {
-            throw com_exception(E_OUTOFMEMORY);  // nothing was recorded, for want of memory
+            throw com_exception(E_FAIL);  // nothing was recorded: memory is exhausted, or the buffer cannot be mapped
         }
         m_trackedObjects.emplace_back(scratch);
     }
@@ -87,7 +87,7 @@ public:
 
         ComPtr<ID3D12Fence> fence;
         ThrowIfFailed(m_device->CreateFence(0, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(fence.GetAddressOf())));
-        // Deliberately never closed: one handle for every open and every change of frame size.
+        // Stays open: one handle for every open and every change of frame size, which the documents tell hosts of.
         const HANDLE gpuCompleteEvent = CreateEventExW(nullptr, nullptr, 0, EVENT_ALL_ACCESS);
         if (gpuCompleteEvent == nullptr) {
             throw upload_error("CreateEventEx");

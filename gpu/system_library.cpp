@@ -5,7 +5,7 @@ namespace {
 
 template <typename Function, typename... Arguments>
 HRESULT Call(SystemLibrary& library, const char* name, Arguments... arguments) {
-    Function* const function = library.Load() ? library.Find<Function>(name) : nullptr;
+    Function* const function = library.LoadForGood() ? library.Find<Function>(name) : nullptr;
     return function != nullptr ? function(arguments...) : HRESULT_FROM_WIN32(GetLastError());
 }
 
@@ -16,6 +16,12 @@ bool SystemLibrary::Load() {
         m_module = LoadLibraryW(m_fileName);
     }
     return m_module != nullptr;
+}
+
+bool SystemLibrary::LoadForGood() {
+    HMODULE pinned = nullptr;
+    return Load() && GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                                        reinterpret_cast<LPCWSTR>(m_module), &pinned) != FALSE;
 }
 
 void SystemLibrary::Free() {

@@ -6,7 +6,7 @@
 
 namespace orvane {
 
-// One loaded DLL, freed with this object.
+// One loaded DLL, freed with this object unless it is to stay.
 class SystemLibrary {
 public:
     explicit SystemLibrary(const wchar_t* fileName) : m_fileName(fileName) {}
@@ -16,6 +16,8 @@ public:
 
     // Loads the DLL unless it is loaded already. False, with the reason in GetLastError(), when that fails.
     bool Load();
+    // The same, and keeps the DLL in the process whatever is freed.
+    bool LoadForGood();
     void Free();
 
     // An entry point of the loaded DLL, or null.
@@ -30,8 +32,9 @@ private:
 };
 
 // The entry points that an engine calls, each loading its DLL when first called. A DLL or an entry point that cannot
-// be had fails the call with the HRESULT of the Windows error. Objects made here must be released before this is
-// destroyed.
+// be had fails the call with the HRESULT of the Windows error. A DLL that was used stays in the process: freeing the
+// last engine's would unload the driver too, which some drivers do not survive, and the next engine would have to wait
+// for all of it again.
 class SystemLibraries {
 public:
     HRESULT CreateDXGIFactory2(UINT flags, REFIID iid, void** factory);

@@ -9,7 +9,9 @@
 #include <vector>
 
 #include "gpu/adapter_classes.h"
+#include "gpu/adapter_limits.h"
 #include "gpu/adapter_ranking.h"
+#include "gpu/vendors.h"
 #include "gpu/windows_version.h"
 
 namespace orvane {
@@ -18,6 +20,15 @@ namespace {
 constexpr uint64_t kMiB = 1024 * 1024;
 constexpr uint64_t kGiB = 1024 * kMiB;
 constexpr uint32_t kOther = 0x1414;
+
+TEST(AdapterLimits, ViewElementsByVendor) {
+    // 0x10005 is Mesa's software adapter; 0 is one that did not say who made it.
+    const std::map<uint32_t, int> exponents{{0x10DE, 29}, {0x1002, 29}, {0x1022, 29},  {0x8086, 29}, {0x1414, 29},
+                                            {0x5143, 27}, {0x13B5, 27}, {0x10005, 27}, {0xFFFF, 27}, {0, 27}};
+    for (const auto& [vendor, exponent] : exponents) {
+        EXPECT_EQ(MaxTypedViewElements(vendor), uint64_t{1} << exponent) << vendor;
+    }
+}
 
 TEST(AdapterRanking, DiscreteAndScore) {
     struct Case {

@@ -4,10 +4,10 @@
 #include <numeric>
 #include <stdexcept>
 
-#include "engine/gpu_buffer.h"
 #include "engine/sample.h"
 #include "gpu/descriptor_heap.h"
 #include "gpu/device_resources.h"
+#include "gpu/gpu_resource.h"
 #include "gpu/resource_upload_batch.h"
 #include "tests/log_capture.h"
 

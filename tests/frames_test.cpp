@@ -31,6 +31,29 @@ TEST(Adapter, IsOneOfNvidias) {
 }
 #endif
 
+// 2^27 elements of the last tensor, and one row more.
+TEST(Adapter, IsNotTrustedWithLargerViewsThanItsVendorIsKnownFor) {
+#if defined(ORVANE_EXPECT_NVIDIA)
+    constexpr bool kIsKnown = true;
+#else
+    constexpr bool kIsKnown = false;
+#endif
+    const TempFolder folder;
+    const ReferenceNetwork network = MakeRandomNetwork(1024, -1, 1);
+    const auto model = WriteModel(folder, "model.bin", network);
+    const std::vector<std::string> refusal{"Operation failed: CreateCommittedResource, HRESULT: 0x80070057",
+                                           "Failed to CreateCommittedResource, error code: -1",
+                                           "fail InitTextureResource, error code: -1",
+                                           "Failed to initialize resources, error code: -1"};
+    for (const uint32_t height : {256U, 257U}) {
+        LibraryLog log;
+        const bool isAccepted = kIsKnown || height == 256;
+        const Instance instance(OpenParam(512, height, network, model));
+        EXPECT_EQ(instance.Handle() != nullptr, isAccepted) << height;
+        EXPECT_EQ(log.TakeTexts(), isAccepted ? std::vector<std::string>{} : refusal) << height;
+    }
+}
+
 class Frames : public testing::TestWithParam<FrameCase> {};
 
 TEST_P(Frames, AreDoubledAsTheNetworkSays) {

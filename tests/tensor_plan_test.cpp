@@ -21,8 +21,8 @@ TEST(TensorStrides, PackElementsInTheOrderOfTheLayout) {
         EXPECT_EQ(n * nchw[0] + i / 20 % 3 * nchw[1] + i / 5 % 4 * nchw[2] + i % 5 * nchw[3], i);
         EXPECT_EQ(n * nhwc[0] + i % 3 * nhwc[1] + i / 15 % 4 * nhwc[2] + i / 3 % 5 * nhwc[3], i);
     }
-    EXPECT_EQ(CalcBiasStrides(32, TensorLayout::kNchw), (TensorStrides{32, 1, 1, 1}));
-    EXPECT_EQ(CalcBiasStrides(32, TensorLayout::kNhwc), (TensorStrides{32, 1, 32, 32}));
+    EXPECT_EQ(CalcStrides({1, 32, 1, 1}, TensorLayout::kNchw), (TensorStrides{32, 1, 1, 1}));
+    EXPECT_EQ(CalcStrides({1, 32, 1, 1}, TensorLayout::kNhwc), (TensorStrides{32, 1, 32, 32}));
 }
 
 TEST(TensorSize, CoversTheLastElementInWholeWords) {
@@ -67,6 +67,7 @@ TEST(NetworkPlan, FullHdThroughFourLayers) {
         const NetworkPlan plan = PlanOf(1920, 1080, 32, 2, layout);
         const TensorShape hidden{1, 32, 1080, 1920};
         EXPECT_EQ(plan.inputShape, (TensorShape{1, 3, 1080, 1920}));
+        EXPECT_EQ(plan.outputShape, (TensorShape{1, 3, 2160, 3840}));
         EXPECT_EQ(plan.shapes,
                   (std::vector<TensorShape>{hidden, hidden, hidden, {1, 12, 1080, 1920}, {1, 3, 2160, 3840}, {}}));
         EXPECT_EQ(plan.LayerInputShape(0), plan.inputShape);
@@ -87,6 +88,12 @@ TEST(NetworkPlan, OneLayerKeepsItsChannels) {
     EXPECT_EQ(plan.modelOutputSize, 840U);
     EXPECT_EQ(plan.lastLayer, 0U);
     EXPECT_EQ(Constants(plan), (std::array<uint32_t, 7>{2, 1, 34, 7, 5, 8, 1}));
+}
+
+TEST(NetworkPlan, CountsTheElementsOfTheTensorsThatShadersSee) {
+    EXPECT_EQ(PlanOf(8192, 5461, 32, 2, TensorLayout::kNchw).ViewElements(), 12ULL * 8192 * 5461);
+    EXPECT_EQ(PlanOf(512, 257, 1024, -1, TensorLayout::kNhwc).ViewElements(), 1024ULL * 512 * 257);
+    EXPECT_EQ(PlanOf(6, 4, 1, -1, TensorLayout::kNchw).ViewElements(), 3ULL * 6 * 4);
 }
 
 TEST(ArrangeFilter, PutsInputsInnermostForNhwcOnly) {

@@ -2,7 +2,8 @@
 // pixel of the picture. CRD order: source channel = colour * blockSize^2 + position in the block.
 
 Buffer<float> InputTensor : register(t0);
-RWTexture2D<float4> OutputImage : register(u0);
+// Of the same kind as its view: what a driver stores through one of another kind is undefined.
+RWTexture2D<unorm float4> OutputImage : register(u0);
 
 cbuffer Constants : register(b0)
 {

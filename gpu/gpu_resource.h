@@ -1,0 +1,25 @@
+// Buffers and textures.
+#pragma once
+
+#include <cstdint>
+
+#include "gpu/platform.h"
+
+namespace orvane {
+
+// Makes a resource in memory of its own, replacing the one held.
+HRESULT CreateGpuResource(ID3D12Device& device, D3D12_HEAP_TYPE heapType, const D3D12_RESOURCE_DESC& desc,
+                          D3D12_RESOURCE_STATES initialState, ComPtr<ID3D12Resource>& resource);
+
+// The same for a buffer of `byteSize` bytes that shaders and operators read and write.
+HRESULT CreateGpuBuffer(ID3D12Device& device, uint64_t byteSize, D3D12_RESOURCE_STATES initialState,
+                        ComPtr<ID3D12Resource>& buffer);
+
+// 0, or -1 with the failure of one of the functions above logged. Buffers that hosts are told more about have log lines
+// of their own.
+int32_t CheckGpuResource(HRESULT hr);
+
+// The size of a buffer as it reports it.
+uint64_t BufferSize(ID3D12Resource& buffer);
+
+}  // namespace orvane
