@@ -78,12 +78,18 @@ TEST(Programs, SayWhatTheyDidOrWhatIsWrong) {
     const TempFolder folder;
     folder.Write("in.tif", TiffFile());
     const std::vector<std::tuple<std::wstring, int, std::string>> cases{
-        {L"orvane-model bilinear a.bin --channels 27 --depth 1", 0, "(20544 bytes)"},
-        {L"orvane-model bilinear a.en", 1, "Choose another ending"},
-        {L"orvane-model encipher a.bin a.txt", 1, "must end in .en"},
-        {L"orvane-model encipher a.bin \u6A21.en2", 0, "Wrote: \u6A21.en2"},
+        {L"orvane model new a.bin --channels 27 --depth 1", 0, "(20544 bytes)"},
+        {L"orvane model new a.bin", 1, "exists already; --force"},
+        {L"orvane model open a.bin b.en", 2, "means an enciphered file"},
+        {L"orvane model seal a.bin a.txt", 2, "must end in .en"},
+        {L"orvane model seal a.bin \u6A21.en2", 0, "Wrote: \u6A21.en2"},
+        {L"orvane model open \u6A21.en2 b.bin", 0, "Wrote: b.bin (20544 bytes)"},
+        {L"orvane model info \u6A21.en2", 0, "Complete, and every value is finite."},
+        {L"orvane model info in.tif --json", 1, "\"fitting\":[]"},
+        {L"orvane model list", 0, "27 channels, depth  1  interpolates"},
         {L"orvane upscale in.tif a.png --model \u6A21.en2 --channels 27 --depth 1 --repeat 2", 0, "2x3 -> 4x6"},
-        {L"orvane upscale in.tif a.png --model a.bin --verbose", 1, "error: Failed to LoadWeights"},
+        {L"orvane upscale in.tif a.png --model a.bin --verbose", 0, "info: run on the device"},
+        {L"orvane upscale in.tif a.png --model a.bin --channels 28", 1, "too short for --channels 28 --depth 1"},
         {L"orvane upscale in.tif a.jpg --model a.bin", 2, "must end in .png"},
         {L"orvane upscale in.tif b/a.png --model a.bin", 1, "There is no folder"},
         {L"orvane upscale b.png a.png --model a.bin", 1, "There is no file"},

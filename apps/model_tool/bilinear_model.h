@@ -5,14 +5,15 @@
 #include <cstdint>
 #include <vector>
 
+#include "apps/model_tool/network_size.h"
+
 namespace orvane::tool {
 
 // Three colours, and each once more for every edge and corner of the picture.
 inline constexpr uint32_t kMinBilinearChannels = 27;
-inline constexpr uint32_t kMaxModelChannels = 1024;
-// Depth counts the layers between the first and the last one.
 inline constexpr int32_t kMinBilinearDepth = 1;
-inline constexpr int32_t kMaxModelDepth = 14;
+// Input pixels: however many layers there are, a result pixel comes from its nearest four.
+inline constexpr int32_t kBilinearReach = 1;
 
 // The bytes of a plain model file for a network of depth + 2 layers with `channels` feature channels that
 // doubles a picture by bilinear interpolation. Pixels are sampled at their centres, and pixels outside repeat

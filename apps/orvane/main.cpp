@@ -1,4 +1,5 @@
 // orvane: the Orvane library at work on pictures and video.
+#include "apps/orvane/model_command.h"
 #include "apps/orvane/upscale_command.h"
 #include "apps/utils/library_search.h"
 #include "apps/utils/program.h"
@@ -8,5 +9,6 @@ int main(int argc, char** argv) {
     CLI::App app("Doubles pictures with a small convolutional network on the GPU.", "orvane");
     app.require_subcommand(1);
     orvane::tool::AddUpscaleCommand(app);
+    orvane::tool::AddModelCommand(app);
     return orvane::tool::RunProgram(app, argc, argv);
 }

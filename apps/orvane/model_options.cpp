@@ -1,22 +1,31 @@
 #include "apps/orvane/model_options.h"
 
 #include "apps/orvane/model_path.h"
-#include "apps/utils/utf8_path.h"
+#include "apps/utils/program_folder.h"
 
 namespace orvane::tool {
 
+std::filesystem::path WeightsFolder() {
+    return ProgramFolder() / "weights";
+}
+
 void AddModelOptions(CLI::App& command, ModelOptions& options) {
-    command.add_option("--model", options.model, "The model file: NAME.en and NAME.en2 are enciphered")->required();
-    command.add_option("--channels", options.channels, "Feature channels of the model's network")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 1024));
-    command.add_option("--depth", options.depth, "Layers between the network's first and last one")
-        ->capture_default_str()
-        ->check(CLI::Range(-1, 14));
+    command.add_option("--model", options.model, "A name that \"orvane model list\" shows, or a model file's path")
+        ->capture_default_str();
+    AddNetworkOptions(command, options);
+}
+
+void AddNetworkOptions(CLI::App& command, ModelOptions& options) {
+    command.add_option("--channels", options.channels, "Feature channels, of a model file without a .json beside it")
+        ->check(CLI::Range(1, kMaxModelChannels));
+    command.add_option("--depth", options.depth, "Layers between the first and the last one, of such a file")
+        ->check(CLI::Range(kMinModelDepth, kMaxModelDepth));
 }
 
 ModelChoice ChooseModel(const ModelOptions& options) {
-    return {AnsiModelPath(PathFromUtf8(options.model)), options.channels, options.depth};
+    const FoundModel found = FindModel(options, WeightsFolder());
+    return {AnsiModelPath(found.path), found.network.channels, found.network.depth, static_cast<uint32_t>(found.reach),
+            found.note};
 }
 
 }  // namespace orvane::tool

@@ -3,32 +3,30 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
+#include <filesystem>
 #include <string>
+
+#include "apps/model_tool/model_lookup.h"
 
 namespace orvane::tool {
 
-// As typed.
-struct ModelOptions {
-    std::string model;
-    int32_t channels = 32;
-    int32_t depth = 2;
-};
-
-// What the library needs to know of it.
+// What the library needs to know of a model.
 struct ModelChoice {
     std::string path;  // in the ANSI encoding, short enough for orvane_open_param
     int32_t channels = 0;
     int32_t depth = 0;
-
-    // How far, in pixels of the input, a pixel of the result depends on what lies around it: every layer looks one
-    // further.
-    uint32_t Reach() const { return static_cast<uint32_t>(depth + 2); }
+    uint32_t reach = 0;  // how far, in pixels of the input, a pixel of the result depends on what lies around it
+    std::string note;    // a sentence that the user should read, or empty
 };
 
-// Adds --model, --channels and --depth.
-void AddModelOptions(CLI::App& command, ModelOptions& options);
+// Where the models lie that have a name: beside the program.
+std::filesystem::path WeightsFolder();
 
-// Throws Failure when there is no such model.
+// Adds --model, --channels and --depth, or only the last two.
+void AddModelOptions(CLI::App& command, ModelOptions& options);
+void AddNetworkOptions(CLI::App& command, ModelOptions& options);
+
+// Finds the model and makes sure that it is whole. Throws Failure.
 ModelChoice ChooseModel(const ModelOptions& options);
 
 }  // namespace orvane::tool

@@ -52,7 +52,11 @@ double ProcessRepeatedly(Upscaler& upscaler, Picture& output, Picture& input, in
 }
 
 double Double(const UpscaleOptions& options, LibraryLog& log, Picture& output, Picture& input) {
-    Upscaler upscaler(ChooseModel(options.model), log);
+    const ModelChoice model = ChooseModel(options.model);
+    if (!model.note.empty()) {
+        Announce(model.note);
+    }
+    Upscaler upscaler(model, log);
     Announce("Preparing the network for " + SizeText(input, " x ") + " ...");
     upscaler.Open(input.width, input.height);
     Announce(options.repeat == 1 ? "Processing ..." : "Processing " + std::to_string(options.repeat) + " times ...");

@@ -31,10 +31,14 @@ int ReportParseError(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 // "/a/b.png" is a path on Windows too, and not an option.
-void TakeSlashesAsPaths(CLI::App& app) {
-    app.allow_windows_style_options(false);
-    for (CLI::App* const subcommand : app.get_subcommands({})) {
-        subcommand->allow_windows_style_options(false);
+void TakeSlashesAsPaths(CLI::App& program) {
+    std::vector<CLI::App*> apps{&program};
+    while (!apps.empty()) {
+        CLI::App* const app = apps.back();
+        apps.pop_back();
+        app->allow_windows_style_options(false);
+        const std::vector<CLI::App*> subcommands = app->get_subcommands({});
+        apps.insert(apps.end(), subcommands.begin(), subcommands.end());
     }
 }
 

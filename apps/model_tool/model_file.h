@@ -1,0 +1,24 @@
+// Model files in the three forms that their names tell apart.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <vector>
+
+namespace orvane::tool {
+
+enum class Encipherment { kNone, kOnce, kTwice };
+
+// By the file's ending, as the library does it, in lower case only: "en" once, "en2" twice, all others not at all.
+Encipherment EnciphermentOf(const std::filesystem::path& path);
+
+// The plain content of a model file. Throws Failure when it cannot be read, and when it is enciphered and damaged,
+// which the library would not tell.
+std::vector<uint8_t> ReadModelFile(const std::filesystem::path& path);
+
+// Writes a model file, enciphered if its ending says so; no two enciphered files look alike. Throws Failure with
+// nothing changed.
+void WriteModelFile(const std::filesystem::path& path, std::span<const uint8_t> plain);
+
+}  // namespace orvane::tool
