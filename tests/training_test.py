@@ -95,7 +95,7 @@ class ModelFiles(unittest.TestCase):
                 convert.check(chain, "chain")
 
     def test_a_container_that_the_library_reads(self):
-        # Sealed by `orvane-model encipher` from the bytes 0 to 20.
+        # Sealed by `orvane model seal` from the bytes 0 to 20.
         sealed = bytes.fromhex("d3af3c285c640f6a7c5db003990b29208a6ee0f895d96a00169d397113aa86ca")
         self.assertEqual(cipher.unseal(sealed), bytes(range(21)))
         for size in range(18):
