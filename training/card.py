@@ -60,6 +60,10 @@ def figure_table(figures):
     return lines
 
 
+def _codes(change):
+    return ", ".join(f"{value:+.2f}" for value in change["shift"])
+
+
 def text_of(name, card, figures, weights):
     size, products = cost(weights)
     s = figures["synthetic"]
@@ -70,10 +74,11 @@ def text_of(name, card, figures, weights):
         "Doubled by `liborvane.dll`; luma PSNR in dB (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut):", "",
         *figure_table(figures), "",
         f"The test pictures gave no training tile. Worse than bicubic on: {', '.join(figures['worse']) or 'none of them'}.", "",
-        f"Half precision, in PyTorch: rounding changes the luma PSNR by {rounding['rounded']['psnr_y']:+.3f} dB and the "
-        f"means of red, green and blue by {rounding['rounded']['shift']} codes, truncating by "
-        f"{rounding['truncated']['psnr_y']:+.3f} dB and {rounding['truncated']['shift']}.", "",
-        f"Flat colours: off by at most {s['flat_inner']} code inside; at the rim by {s['mid_grey_rim']} for middle grey, "
+        f"Half precision, in PyTorch against single: rounding {rounding['rounded']['psnr_y']:+.3f} dB of luma, means of red, green, "
+        f"blue {_codes(rounding['rounded'])} codes; truncating {rounding['truncated']['psnr_y']:+.3f} dB, "
+        f"{_codes(rounding['truncated'])} codes. The last biases are set so that the two lie on either side of what was trained; "
+        f"against the source the means of single precision are {_codes(rounding['exact'])} codes off.", "",
+        f"Flat colours: off by at most {s['flat_inner']} code(s) inside; at the rim by {s['mid_grey_rim']} for middle grey, "
         f"{s['grey_rim']} for any grey, {s['colour_rim']} for pure colours. Smooth ramps: the four pixels of a 2x2 block differ by "
         f"{s['checkerboard']} codes (bicubic {s['checkerboard_bicubic']}). Bars leave the range of their source by "
         f"{s['halo']} codes (bicubic {s['halo_bicubic']}).", "",

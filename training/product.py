@@ -16,10 +16,14 @@ def _pam(picture):
 def _read_pams(data):
     at = 0
     while at < len(data):
-        end = data.index(b"ENDHDR\n", at) + 7
+        end = data.find(b"ENDHDR\n", at) + 7
+        if end < at + 7:
+            return
         fields = dict(line.split(maxsplit=1) for line in data[at:end].decode().splitlines() if " " in line)
         shape = [int(fields[name]) for name in ("HEIGHT", "WIDTH", "DEPTH")]
         size = shape[0] * shape[1] * shape[2]
+        if len(data) < end + size:
+            return
         yield np.frombuffer(data[end : end + size], np.uint8).reshape(shape)[..., :3]
         at = end + size
 

@@ -56,10 +56,13 @@ def halo(picture, large):
     return float(np.sqrt(np.mean(beyond**2)))
 
 
-def check(model, use_library):
+def small_pictures():
+    """What has to be doubled for `check`, in its order."""
+    return flat_pictures() + [small for small, _ in ramps() + edges()]
+
+
+def check(doubled):
     flats, slopes, bars = flat_pictures(), ramps(), edges()
-    small = flats + [pair[0] for pair in slopes + bars]
-    doubled = model.in_library(small) if use_library else [model.in_torch(picture, True) for picture in small]
     flat = [(result.astype(int) - picture[0, 0]) for picture, result in zip(flats, doubled)]
     sloped = doubled[len(flats) : len(flats) + len(slopes)]
     barred = doubled[len(flats) + len(slopes) :]
