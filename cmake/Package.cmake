@@ -1,0 +1,51 @@
+# What is installed, and the ZIP archive of it: the same bytes from the same commit, in whatever folder it is built.
+# `./dev package` runs it. For MinGW, whose programs need nothing beside themselves but Windows.
+include(GNUInstallDirs)
+set(folder ${CMAKE_CURRENT_BINARY_DIR}/package)
+set(ORVANE_CMAKE_DIR lib/cmake/orvane)
+
+# --- Import libraries for both families of compilers, from one list of exports ---
+find_program(ORVANE_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-19 llvm-dlltool-14 REQUIRED
+             DOC "Makes the import library for Visual C++")
+set(exports ${PROJECT_SOURCE_DIR}/api/liborvane.def)
+file(MAKE_DIRECTORY ${folder})
+add_custom_command(
+  OUTPUT ${folder}/orvane.lib ${folder}/liborvane.dll.a
+  COMMAND ${ORVANE_LLVM_DLLTOOL} -m i386:x86-64 -d ${exports} -l ${folder}/orvane.lib
+  COMMAND ${CMAKE_DLLTOOL} --deterministic-libraries --temp-prefix liborvane -d ${exports} -l ${folder}/liborvane.dll.a
+  WORKING_DIRECTORY ${folder}
+  DEPENDS ${exports}
+  VERBATIM)
+add_custom_target(orvane_import_libraries DEPENDS ${folder}/orvane.lib ${folder}/liborvane.dll.a)
+
+# --- For find_package and pkg-config ---
+include(CMakePackageConfigHelpers)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/package/orvane.pc.in ${folder}/orvane.pc @ONLY)
+write_basic_package_version_file(${folder}/orvane-config-version.cmake COMPATIBILITY SameMajorVersion)
+
+# --- What goes where ---
+install(TARGETS orvane orvane_cli RUNTIME DESTINATION bin)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/weights/ DESTINATION bin/weights
+        FILES_MATCHING PATTERN "*.en" PATTERN "*.json" PATTERN "*.md" PATTERN "*.png")
+install(FILES api/orvane.h api/orvane.hpp DESTINATION include)
+install(FILES ${folder}/orvane.lib ${folder}/liborvane.dll.a DESTINATION lib)
+install(FILES cmake/package/orvane-config.cmake ${folder}/orvane-config-version.cmake DESTINATION ${ORVANE_CMAKE_DIR})
+install(FILES ${folder}/orvane.pc DESTINATION lib/pkgconfig)
+install(DIRECTORY examples/ DESTINATION examples PATTERN CMakeLists.txt EXCLUDE)
+install(DIRECTORY examples/cpp DESTINATION examples)
+install(DIRECTORY docs/ DESTINATION docs PATTERN "*.in" EXCLUDE)
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION .)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/cmake/package/licences/ DESTINATION licences)
+
+# --- The archive ---
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_NAME orvane)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_SYSTEM_NAME win64)
+set(CPACK_PACKAGE_FILE_NAME orvane-${PROJECT_VERSION}-win64)
+set(CPACK_PACKAGE_CHECKSUM SHA256)
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/package/finish.cmake)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
+include(CPack)
