@@ -7,8 +7,8 @@
 
 #include "bench/worker.h"
 #include "engine/directml_context.h"
-#include "engine/gpu_buffer.h"
 #include "gpu/device_resources.h"
+#include "gpu/gpu_resource.h"
 
 namespace orvane::bench {
 namespace {

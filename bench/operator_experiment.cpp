@@ -4,11 +4,11 @@
 
 #include "bench/worker.h"
 #include "engine/directml_context.h"
-#include "engine/gpu_buffer.h"
 #include "engine/network_weights.h"
 #include "engine/tensor_plan.h"
 #include "gpu/descriptor_heap.h"
 #include "gpu/device_resources.h"
+#include "gpu/gpu_resource.h"
 #include "model/weight_loader.h"
 
 #if defined(__MINGW32__)
