@@ -27,7 +27,7 @@ EngineFrame::EngineFrame(FrameSize size, NetworkNumbers network, const std::stri
                 BuildNetworkGraph(m_resources, m_directML, size, MakeNetworkConfig(network.channels, network.depth),
                                   m_layers, modelPath, weightLoader, m_network) == 0 &&
                 InitializeOperators(m_resources, m_directML, m_network, m_layers, m_bindings) == 0 &&
-                CreateFrameResources(device, size, Doubled(size), *m_network.buffers.m_modelInput.Get(), m_frame) == 0,
+                CreateFrameResources(device, size, m_network, m_directML.maxViewElements, m_frame) == 0,
             "the network cannot be built");
     CreateStamps();
 }

@@ -81,7 +81,7 @@ ComPtr<IDMLOperator> CreateConvolution(IDMLDevice& device, const LayerShape& lay
     const TensorShape filterShape = FilterShape(layer);
     const TensorDesc input(inputShape, CalcStrides(inputShape, layout), false);
     const TensorDesc filter(filterShape, CalcStrides(filterShape, layout), isOwned);
-    const TensorDesc bias(BiasShape(layer), CalcBiasStrides(layer.outChannels, layout), isOwned);
+    const TensorDesc bias(BiasShape(layer), CalcStrides(BiasShape(layer), layout), isOwned);
     const TensorDesc output(outputShape, CalcStrides(outputShape, layout), false);
     const DML_ACTIVATION_HARD_SIGMOID_OPERATOR_DESC hardSigmoid{nullptr, nullptr, 1.0F, 0.0F};
     const DML_OPERATOR_DESC activation{DML_OPERATOR_ACTIVATION_HARD_SIGMOID, &hardSigmoid};
