@@ -74,10 +74,9 @@ def text_of(name, card, figures, weights):
         "Doubled by `liborvane.dll`; luma PSNR in dB (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut):", "",
         *figure_table(figures), "",
         f"The test pictures gave no training tile. Worse than bicubic on: {', '.join(figures['worse']) or 'none of them'}.", "",
-        f"Half precision, in PyTorch against single: rounding {rounding['rounded']['psnr_y']:+.3f} dB of luma, means of red, green, "
-        f"blue {_codes(rounding['rounded'])} codes; truncating {rounding['truncated']['psnr_y']:+.3f} dB, "
-        f"{_codes(rounding['truncated'])} codes. The last biases are set so that the two lie on either side of what was trained; "
-        f"against the source the means of single precision are {_codes(rounding['exact'])} codes off.", "",
+        f"Half precision on the photographs, in PyTorch against single: rounding {rounding['rounded']['psnr_y']:+.3f} dB of luma, "
+        f"truncating {rounding['truncated']['psnr_y']:+.3f} dB. Against the source the means of red, green and blue are off by "
+        f"{_codes(rounding['rounded'])} codes when rounding and {_codes(rounding['truncated'])} when truncating.", "",
         f"Flat colours: off by at most {s['flat_inner']} code(s) inside; at the rim by {s['mid_grey_rim']} for middle grey, "
         f"{s['grey_rim']} for any grey, {s['colour_rim']} for pure colours. Smooth ramps: the four pixels of a 2x2 block differ by "
         f"{s['checkerboard']} codes (bicubic {s['checkerboard_bicubic']}). Bars leave the range of their source by "

@@ -35,9 +35,9 @@ class Pair:
     large: np.ndarray
 
 
-def read_pairs(folder):
+def read_pairs(folder, names="*.png"):
     pairs = []
-    for path in sorted(Path(folder).glob("*.png")):
+    for path in sorted(Path(folder).glob(names)):
         if path.name.startswith("small-"):
             continue
         large = np.asarray(Image.open(path).convert("RGB"))
@@ -80,8 +80,8 @@ METHODS = ("bicubic", "lanczos", "library", "rounded", "truncated")
 def judge(model, pairs, doubled):
     """doubled: what the library made of the small pictures, or None.
 
-    name -> method -> (luma PSNR, RGB PSNR, SSIM, by how many codes the means of the three colours lie above those of
-    single precision; for single precision, "exact", above those of the source)."""
+    name -> method -> (luma PSNR, RGB PSNR, SSIM, by how many codes the means of the three colours lie above the
+    source's). "exact" is single precision.."""
     table = {}
     for pair, by_library in zip(pairs, doubled or [None] * len(pairs)):
         results = {
@@ -92,7 +92,7 @@ def judge(model, pairs, doubled):
             "truncated": model.in_torch(pair.small, True),
             "exact": train.double(model.weights, pair.small, network.run),
         }
-        shifts = {method: np.mean(result.astype(float) - (pair.large if method == "exact" else results["exact"]), axis=(0, 1))
+        shifts = {method: np.mean(result.astype(float) - pair.large, axis=(0, 1))
                   for method, result in results.items() if result is not None}
         table[pair.name] = {method: (*metrics.compare(results[method], pair.large), shifts[method])
                             for method in (*METHODS, "exact") if results[method] is not None}
@@ -116,8 +116,8 @@ def show(table):
     print(f"{'mean of RGB PSNR (dB)':32}" + "".join(f"{mean[m][1]:10.3f}       " for m in methods))
     print(f"worse than bicubic: {', '.join(worse_than_bicubic(table)) or 'none'}")
     for method, change in half_precision(table).items():
-        against = "the source" if method == "exact" else f"single precision, {change['psnr_y']:+.4f} dB"
-        print(f"{method}: against {against}: means of red, green, blue {change['shift']} codes")
+        print(f"{method}: {change['psnr_y']:+.4f} dB against single precision, "
+              f"means of red, green, blue {change['shift']} codes against the source")
 
 
 def worse_than_bicubic(table):
@@ -126,7 +126,7 @@ def worse_than_bicubic(table):
 
 
 def half_precision(table):
-    """By method: what half precision changes in the mean luma PSNR, and the shifts of the colours (see judge)."""
+    """By method: what half precision changes in the mean luma PSNR, and the shifts of the colours."""
     mean = mean_row(table)
     return {method: {"psnr_y": round(float(mean[method][0] - mean["exact"][0]), 4),
                      "shift": [round(float(value), 3) for value in mean[method][3]]}
@@ -168,7 +168,9 @@ def main():
     for line in synthetic.lines(checks):
         print(line)
     if arguments.json:
-        figures = {"pictures": summary(table), "worse": worse_than_bicubic(table), "half_precision": half_precision(table),
+        photos = {name: row for name, row in table.items() if name.startswith("photo")}
+        figures = {"pictures": summary(table), "worse": worse_than_bicubic(table),
+                   "half_precision": half_precision(photos or table),
                    "synthetic": checks}
         arguments.json.write_text(json.dumps(figures, indent=2) + "\n")
 

@@ -1,8 +1,8 @@
 """Corrects a trained model for half precision and puts it into weights/: NAME.en, and the numbers of NAME.json.
 
 A device may round or truncate when it stores a 16-bit float. Truncation makes every channel a little darker, so the biases
-of the last layer are shifted until the mean over the validation pictures lies as much above its aim when rounding as it
-lies below when truncating.
+of the last layer are shifted until the mean of each colour over the validation photographs lies as much above the source's
+when rounding as it lies below when truncating.
 """
 import argparse
 import json
@@ -15,10 +15,8 @@ import torch
 
 import cipher
 import convert
+import evaluate
 import network
-import resize
-import train
-from PIL import Image
 
 HERE = Path(__file__).parent
 PURPOSES = {
@@ -29,31 +27,24 @@ PURPOSES = {
 }
 
 
-def _small_pictures(folder):
-    for path in sorted(folder.glob("*.png")):
-        if not path.name.startswith("small-"):
-            yield resize.to_bytes(resize.halve(np.asarray(Image.open(path).convert("RGB"))))
-
-
-def mean_shift(weights, pictures, truncate):
-    """By how much the 12 outputs lie above those of single precision, on average, in codes. Outputs that the clamp holds
-    are left out: no bias moves them."""
+def mean_shift(weights, pairs, truncate):
+    """By how much the three colours lie above the source's on average, blue first, in codes. Outputs that the clamp holds are
+    left out: no bias moves them."""
     total, count = torch.zeros(3), torch.zeros(3)
-    for small in pictures:
-        value = torch.from_numpy(np.ascontiguousarray(small[..., ::-1].transpose(2, 0, 1))).float()[None] / 255
+    for pair in pairs:
+        small, large = (torch.from_numpy(np.ascontiguousarray(picture[..., ::-1].transpose(2, 0, 1))).float()[None] / 255
+                        for picture in (pair.small, pair.large))
         with torch.no_grad():
-            exact = network.run(weights, value)
-            half = network.run_half(weights, value, truncate)
-        free = (exact > 0) & (exact < 1)
-        total += ((half - exact) * free).sum(dim=(0, 2, 3)) * 255
+            result = network.run_half(weights, small, truncate)
+        free = (result > 0) & (result < 1)
+        total += ((result - large) * free).sum(dim=(0, 2, 3)) * 255
         count += free.sum(dim=(0, 2, 3))
     return total / count
 
 
-def corrected(weights, folder):
+def corrected(weights, pairs):
     """The weights with the last biases shifted, a value for each colour."""
-    pictures = list(_small_pictures(folder))
-    middle = (mean_shift(weights, pictures, True) + mean_shift(weights, pictures, False)) / 2 / 255
+    middle = (mean_shift(weights, pairs, True) + mean_shift(weights, pairs, False)) / 2 / 255
     filters, bias = weights[-1]
     return weights[:-1] + [(filters, bias - middle.repeat_interleave(4))]
 
@@ -79,7 +70,7 @@ def main():
     folder = arguments.results / arguments.name
     settings = json.loads((folder / "configuration.json").read_text())
     weights = [tuple(map(torch.from_numpy, layer)) for layer in convert.read(folder / "weights.npz")]
-    weights = corrected(weights, arguments.data / "val")
+    weights = corrected(weights, evaluate.read_pairs(arguments.data / settings["validation"], "photo-*.png"))
     state = torch.load(folder / "checkpoint.pt", map_location="cpu")
     arguments.weights.mkdir(exist_ok=True)
     data = convert.to_bytes([(f.numpy(), b.numpy()) for f, b in weights])
