@@ -1,6 +1,5 @@
 #include "apps/orvane/machine.h"
 
-#include <algorithm>
 #include <cwchar>
 #include <optional>
 
@@ -10,6 +9,7 @@
 #include <wrl/client.h>
 
 #include "api/orvane.h"
+#include "apps/utils/loaded_library.h"
 #include "apps/utils/windows_text.h"
 #include "gpu/adapter_ranking.h"
 
@@ -20,23 +20,8 @@ using Microsoft::WRL::ComPtr;
 
 // How many adapters the library chooses from.
 constexpr UINT kConsideredAdapters = 4;
-
-class LoadedLibrary {
-public:
-    explicit LoadedLibrary(const wchar_t* name) : m_module(LoadLibraryW(name)) {}
-    ~LoadedLibrary() {
-        if (m_module != nullptr) {
-            FreeLibrary(m_module);
-        }
-    }
-    LoadedLibrary(const LoadedLibrary&) = delete;
-    LoadedLibrary& operator=(const LoadedLibrary&) = delete;
-
-    HMODULE Module() const { return m_module; }
-
-private:
-    HMODULE m_module;
-};
+// Far more than any machine has, in case the end of the list is never told.
+constexpr UINT kMaxAdapters = 64;
 
 AdapterRank RankOf(const DXGI_ADAPTER_DESC1& desc) {
     return RankAdapter({{desc.Description, wcsnlen(desc.Description, std::size(desc.Description))},
@@ -61,9 +46,9 @@ std::vector<GraphicsAdapter> AdaptersOf(IDXGIFactory1& factory) {
     std::optional<size_t> best;
     AdapterRank bestRank;
     ComPtr<IDXGIAdapter1> adapter;
-    for (UINT i = 0; factory.EnumAdapters1(i, adapter.ReleaseAndGetAddressOf()) != DXGI_ERROR_NOT_FOUND; ++i) {
+    for (UINT i = 0; i < kMaxAdapters; ++i) {
         DXGI_ADAPTER_DESC1 desc{};
-        if (!adapter || FAILED(adapter->GetDesc1(&desc))) {
+        if (FAILED(factory.EnumAdapters1(i, adapter.ReleaseAndGetAddressOf())) || FAILED(adapter->GetDesc1(&desc))) {
             continue;
         }
         const AdapterRank rank = RankOf(desc);
@@ -72,6 +57,7 @@ std::vector<GraphicsAdapter> AdaptersOf(IDXGIFactory1& factory) {
             bestRank = rank;
         }
         adapters.push_back(AdapterOf(desc));
+        adapters.back().index = i;
     }
     if (best) {
         adapters[*best].isUsed = true;
@@ -82,11 +68,7 @@ std::vector<GraphicsAdapter> AdaptersOf(IDXGIFactory1& factory) {
 // Empty when there is no dxgi.dll, or it fails.
 std::vector<GraphicsAdapter> ListAdapters() {
     const LoadedLibrary dxgi(L"dxgi.dll");
-    if (dxgi.Module() == nullptr) {
-        return {};
-    }
-    auto* const createFactory = reinterpret_cast<decltype(&CreateDXGIFactory1)>(
-        reinterpret_cast<void*>(GetProcAddress(dxgi.Module(), "CreateDXGIFactory1")));
+    auto* const createFactory = dxgi.Find<decltype(CreateDXGIFactory1)>("CreateDXGIFactory1");
     ComPtr<IDXGIFactory1> factory;
     if (createFactory == nullptr || FAILED(createFactory(IID_PPV_ARGS(&factory)))) {
         return {};

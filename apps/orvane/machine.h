@@ -8,6 +8,7 @@
 namespace orvane::tool {
 
 struct GraphicsAdapter {
+    uint32_t index = 0;  // in the order in which Windows lists them
     std::string name;
     uint32_t vendorId = 0;  // by the PCI register of vendors
     uint32_t deviceId = 0;

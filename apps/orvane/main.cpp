@@ -1,4 +1,6 @@
 // orvane: the Orvane library at work on pictures and video.
+#include "apps/orvane/bench_command.h"
+#include "apps/orvane/check_command.h"
 #include "apps/orvane/model_command.h"
 #include "apps/orvane/upscale_command.h"
 #include "apps/utils/library_search.h"
@@ -10,5 +12,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     orvane::tool::AddUpscaleCommand(app);
     orvane::tool::AddModelCommand(app);
+    orvane::tool::AddCheckCommand(app);
+    orvane::tool::AddBenchCommand(app);
     return orvane::tool::RunProgram(app, argc, argv);
 }

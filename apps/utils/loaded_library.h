@@ -1,0 +1,35 @@
+// A library that is loaded at run time. Windows only.
+#pragma once
+
+#include <windows.h>
+
+namespace orvane::tool {
+
+// Freed with this object.
+class LoadedLibrary {
+public:
+    explicit LoadedLibrary(const wchar_t* name) : m_module(LoadLibraryW(name)) {}
+    ~LoadedLibrary() {
+        if (m_module != nullptr) {
+            FreeLibrary(m_module);
+        }
+    }
+    LoadedLibrary(const LoadedLibrary&) = delete;
+    LoadedLibrary& operator=(const LoadedLibrary&) = delete;
+
+    // Null when it cannot be loaded.
+    HMODULE Module() const { return m_module; }
+
+    // An entry point, or null.
+    template <typename Function>
+    Function* Find(const char* name) const {
+        return m_module == nullptr
+                   ? nullptr
+                   : reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+    }
+
+private:
+    HMODULE m_module;
+};
+
+}  // namespace orvane::tool
