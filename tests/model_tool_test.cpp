@@ -112,7 +112,8 @@ TEST(ModelFile, ComesBackInAllFormsOrIsSaidToBeDamaged) {
         std::vector<uint8_t> file = ReadWholeFile(path);
         const bool isEnciphered = EnciphermentOf(path) != Encipherment::kNone;
         WriteModelFile(path, plain);
-        EXPECT_EQ(ReadWholeFile(path) == file, !isEnciphered);
+        EXPECT_EQ(ReadWholeFile(path), file);
+        EXPECT_EQ(file == plain, !isEnciphered);
         if (isEnciphered) {
             EXPECT_THROW(ReadModelFile(folder.Write("plain." + ending, plain)), Failure);
             file[file.size() / 2] ^= 1;

@@ -30,6 +30,15 @@ bool Decipher(std::vector<uint8_t>& bytes, std::string_view key) {
     return true;
 }
 
+// FNV-1a.
+uint32_t Checksum(std::span<const uint8_t> bytes) {
+    uint32_t sum = 0x811C9DC5;
+    for (const uint8_t byte : bytes) {
+        sum = (sum ^ byte) * 0x01000193;
+    }
+    return sum;
+}
+
 }  // namespace
 
 Encipherment EnciphermentOf(const std::filesystem::path& path) {
@@ -65,7 +74,7 @@ void WriteModelFile(const std::filesystem::path& path, std::span<const uint8_t> 
     if (plain.size() > kMaxPlainBytes) {
         throw Failure(Quoted(path) + " would be too large: an enciphered model is smaller than 2 GiB.");
     }
-    std::mt19937 random(std::random_device{}());
+    std::mt19937 random(Checksum(plain));
     std::vector<uint8_t> bytes = EncipherContainer(plain, kFileKey, random);
     if (encipherment == Encipherment::kTwice) {
         bytes = EncipherContainer(bytes, kOuterKey, random);

@@ -17,8 +17,8 @@ Encipherment EnciphermentOf(const std::filesystem::path& path);
 // which the library would not tell.
 std::vector<uint8_t> ReadModelFile(const std::filesystem::path& path);
 
-// Writes a model file, enciphered if its ending says so; no two enciphered files look alike. Throws Failure with
-// nothing changed.
+// Writes a model file, enciphered if its ending says so. What a container has of random bytes comes from the content,
+// so that the same model always gives the same file. Throws Failure with nothing changed.
 void WriteModelFile(const std::filesystem::path& path, std::span<const uint8_t> plain);
 
 }  // namespace orvane::tool
