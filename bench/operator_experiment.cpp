@@ -54,14 +54,14 @@ void Check(HRESULT hr, const char* what) {
 // A tensor's description with everything that it points to; not to be moved.
 class TensorDesc {
 public:
-    TensorDesc(const TensorShape& shape, const TensorStrides& strides, bool isOwned)
-        : m_shape(shape), m_strides(strides) {
+    TensorDesc(const TensorShape& shape, TensorLayout layout, bool isOwned)
+        : m_shape(shape), m_strides(CalcStrides(shape, layout)) {
         m_buffer.DataType = DML_TENSOR_DATA_TYPE_FLOAT16;
         m_buffer.Flags = isOwned ? DML_TENSOR_FLAG_OWNED_BY_DML : DML_TENSOR_FLAG_NONE;
         m_buffer.DimensionCount = static_cast<UINT>(m_shape.size());
         m_buffer.Sizes = m_shape.data();
         m_buffer.Strides = m_strides.data();
-        m_buffer.TotalTensorSizeInBytes = CalcBufferTensorSize(m_shape, &m_strides, TensorDataType::kFloat16);
+        m_buffer.TotalTensorSizeInBytes = CalcTensorSize(m_shape, layout);
     }
     TensorDesc(const TensorDesc&) = delete;
     TensorDesc& operator=(const TensorDesc&) = delete;
@@ -79,10 +79,10 @@ ComPtr<IDMLOperator> CreateConvolution(IDMLDevice& device, const LayerShape& lay
                                        const TensorShape& outputShape, const Variant& variant) {
     const auto [layout, isOwned, flags, isOneGraph] = variant;
     const TensorShape filterShape = FilterShape(layer);
-    const TensorDesc input(inputShape, CalcStrides(inputShape, layout), false);
-    const TensorDesc filter(filterShape, CalcStrides(filterShape, layout), isOwned);
-    const TensorDesc bias(BiasShape(layer), CalcStrides(BiasShape(layer), layout), isOwned);
-    const TensorDesc output(outputShape, CalcStrides(outputShape, layout), false);
+    const TensorDesc input(inputShape, layout, false);
+    const TensorDesc filter(filterShape, layout, isOwned);
+    const TensorDesc bias(BiasShape(layer), layout, isOwned);
+    const TensorDesc output(outputShape, layout, false);
     const DML_ACTIVATION_HARD_SIGMOID_OPERATOR_DESC hardSigmoid{nullptr, nullptr, 1.0F, 0.0F};
     const DML_OPERATOR_DESC activation{DML_OPERATOR_ACTIVATION_HARD_SIGMOID, &hardSigmoid};
     constexpr std::array<UINT, 2> kOnes{1, 1};

@@ -9,36 +9,6 @@ namespace {
 
 constexpr uint32_t kBlockSize = kScale;
 
-uint32_t BitsPerElement(TensorDataType type) {
-    switch (type) {
-        case TensorDataType::kFloat32:
-        case TensorDataType::kUint32:
-        case TensorDataType::kInt32:
-            return 32;
-        case TensorDataType::kFloat16:
-        case TensorDataType::kUint16:
-        case TensorDataType::kInt16:
-            return 16;
-        case TensorDataType::kUint8:
-        case TensorDataType::kInt8:
-            return 8;
-        case TensorDataType::kUnknown:
-            break;
-    }
-    return 0;
-}
-
-uint64_t ElementCount(const TensorShape& shape, const TensorStrides* strides) {
-    if (strides == nullptr) {
-        return uint64_t{shape[0]} * shape[1] * shape[2] * shape[3];
-    }
-    uint64_t lastIndex = 0;
-    for (size_t i = 0; i < shape.size(); ++i) {
-        lastIndex += (uint64_t{shape[i]} - 1) * (*strides)[i];
-    }
-    return lastIndex + 1;
-}
-
 void Raise(uint64_t& size, uint64_t atLeast) {
     size = std::max(size, atLeast);
 }
@@ -53,14 +23,13 @@ TensorStrides CalcStrides(const TensorShape& shape, TensorLayout layout) {
     return {c * h * w, h * w, w, 1};
 }
 
-uint64_t CalcBufferTensorSize(const TensorShape& shape, const TensorStrides* strides, TensorDataType type) {
-    const uint64_t byteSize = (ElementCount(shape, strides) * BitsPerElement(type) + 7) / 8;
-    return (byteSize + 3) / 4 * 4;
-}
-
 uint64_t CalcTensorSize(const TensorShape& shape, TensorLayout layout) {
     const TensorStrides strides = CalcStrides(shape, layout);
-    return CalcBufferTensorSize(shape, &strides, TensorDataType::kFloat16);
+    uint64_t lastElement = 0;
+    for (size_t i = 0; i < shape.size(); ++i) {
+        lastElement += (uint64_t{shape[i]} - 1) * strides[i];
+    }
+    return ((lastElement + 1) * sizeof(uint16_t) + 3) / 4 * 4;
 }
 
 uint64_t NetworkPlan::ViewElements() const {

@@ -13,29 +13,13 @@ namespace orvane {
 // How tensors lie in memory. Shapes are always given in the order N, C, H, W; the layout is in the strides alone.
 enum class TensorLayout : int32_t { kNchw = 0, kNhwc = 1 };
 
-// The numbering is DirectML's.
-enum class TensorDataType : uint32_t {
-    kUnknown = 0,
-    kFloat32 = 1,
-    kFloat16 = 2,
-    kUint32 = 3,
-    kUint16 = 4,
-    kUint8 = 5,
-    kInt32 = 6,
-    kInt16 = 7,
-    kInt8 = 8,
-};
-
 // Elements between neighbours along N, C, H, W.
 using TensorStrides = std::array<uint32_t, 4>;
 
 TensorStrides CalcStrides(const TensorShape& shape, TensorLayout layout);
 
-// Bytes of the buffer that a tensor takes, rounded up to a multiple of 4. 0 for an unknown type. Null strides mean
-// that the elements are packed.
-uint64_t CalcBufferTensorSize(const TensorShape& shape, const TensorStrides* strides, TensorDataType type);
-
-// The same for a tensor of the network: half precision, packed in the given layout.
+// Bytes of the buffer that a tensor in half precision takes, packed in the given layout and rounded up to a multiple of
+// 4.
 uint64_t CalcTensorSize(const TensorShape& shape, TensorLayout layout);
 
 // The shader constants of the last step, in the order of its constant buffer.

@@ -31,7 +31,8 @@ WindowsVersion ReadWindowsVersion() {
     if (!QueryVersion(ntdll, info)) {
         return {};
     }
-    return UnpackWindowsVersion(PackWindowsVersion(info.dwMajorVersion, info.dwMinorVersion, info.dwBuildNumber));
+    return {static_cast<int>(info.dwMajorVersion), static_cast<int>(info.dwMinorVersion),
+            static_cast<int>(info.dwBuildNumber)};
 }
 
 }  // namespace orvane
