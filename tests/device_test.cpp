@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "engine/sample.h"
+#include "engine/tensor_buffers.h"
 #include "gpu/descriptor_heap.h"
 #include "gpu/device_resources.h"
 #include "gpu/gpu_resource.h"
@@ -130,6 +131,21 @@ TEST_F(Device, UploadBatchOutlivedByItsUploads) {
     for (auto& buffer : buffers) {
         EXPECT_EQ(ReadBack(m_resources, buffer.Get(), kBytes), bytes);
     }
+}
+
+TEST(Engine, ExplainsWhyADeviceIsGone) {
+    const std::pair<HRESULT, std::string> cases[] = {
+        {DXGI_ERROR_DEVICE_REMOVED, "REMOVED - GPU driver crashed or device was physically removed"},
+        {DXGI_ERROR_DEVICE_RESET, "RESET - GPU driver was reset"},
+        {DXGI_ERROR_DEVICE_HUNG, "HUNG - GPU hung and couldn't recover"},
+    };
+    for (const auto& [reason, text] : cases) {
+        EXPECT_EQ(ExplainRemovedReason(reason), "DXGI_ERROR_DEVICE_" + text);
+    }
+    EXPECT_STREQ(ExplainRemovedReason(DXGI_ERROR_DRIVER_INTERNAL_ERROR),
+                 "DXGI_ERROR_DRIVER_INTERNAL_ERROR - Internal driver error");
+    EXPECT_STREQ(ExplainRemovedReason(DXGI_ERROR_INVALID_CALL), "DXGI_ERROR_INVALID_CALL - Invalid API call");
+    EXPECT_EQ(ExplainRemovedReason(S_OK), nullptr);
 }
 
 TEST(Engine, ThatWasNeverSetUpRefusesAndGoesAway) {

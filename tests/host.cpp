@@ -1,7 +1,11 @@
 #include "tests/host.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
 #include <random>
 
 #include "apps/model_tool/encipher.h"
@@ -86,6 +90,32 @@ Picture Process(orvane_handle handle, const Picture& picture, int& result) {
     return doubled;
 }
 
+void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture, size_t stride) {
+    SCOPED_TRACE(testing::Message() << picture.width << " x " << picture.height << ", " << network.channels
+                                    << " channels, depth " << network.depth << ", stride " << stride);
+    constexpr uint8_t kUntouched = 0xA5;
+    const Picture expected = DoublePicture(network, picture);
+    const size_t rowBytes = size_t{expected.width} * 4;
+    const size_t pitch = (rowBytes + 255) / 256 * 256;
+    std::vector<uint8_t> rows(stride * (expected.height + 1) + 1, kUntouched);
+    orvane_frame input = InputFrame(picture);
+    input.width = 1;  // the stride counts
+    orvane_frame output = InputFrame(expected);
+    output.stride = static_cast<int32_t>(stride);
+    output.data = rows.data();
+    ASSERT_EQ(orvane_process(handle, &output, &input), ORVANE_OK);
+
+    Picture seen = expected;
+    for (size_t y = 0; y <= expected.height; ++y) {
+        const uint8_t* const row = rows.data() + y * stride;
+        const size_t written = y < expected.height ? std::min(pitch, stride) : 0;
+        EXPECT_EQ(std::count(row + written, row + stride, kUntouched), stride - written) << "row " << y;
+        std::copy_n(row, std::min(rowBytes, written), seen.pixels.data() + y * rowBytes);
+    }
+    EXPECT_EQ(rows.back(), kUntouched);
+    EXPECT_EQ(Difference(seen, expected), "");
+}
+
 std::string Difference(const Picture& actual, const Picture& expected) {
     if (actual.width != expected.width || actual.height != expected.height) {
         return "the sizes differ";
@@ -108,6 +138,23 @@ std::string Difference(const Picture& actual, const Picture& expected) {
     return "largest difference " + std::to_string(largest) + " at x " + std::to_string(pixel % expected.width) +
            ", y " + std::to_string(pixel / expected.width) + ", channel " + std::to_string(largestAt % 4) +
            "; more than 1 in " + std::to_string(aboveOne) + " of " + std::to_string(expected.pixels.size()) + " bytes";
+}
+
+std::string Joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) {
+        text += (&line == lines.data() ? "" : " | ") + line;
+    }
+    return text;
+}
+
+void ExpectTranscript(const std::string& fileName, const std::string& text) {
+    const std::filesystem::path path = std::filesystem::path(ORVANE_TRANSCRIPTS) / fileName;
+    if (std::getenv("ORVANE_WRITE_TRANSCRIPTS") != nullptr) {
+        std::ofstream(path, std::ios::binary) << text;
+    }
+    std::ifstream file(path);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), text) << path;
 }
 
 }  // namespace orvane::test

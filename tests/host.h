@@ -1,6 +1,7 @@
 // What a host does with the library, for the tests that drive liborvane.dll.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -52,8 +53,21 @@ orvane_frame OutputFrame(Picture& picture);
 // Doubles one picture; the result code is written to `result`.
 Picture Process(orvane_handle handle, const Picture& picture, int& result);
 
+// Doubles one picture and expects what plain arithmetic makes of it, in rows `stride` bytes apart, with nothing written
+// beyond them but the padding that may be.
+void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture, size_t stride);
+inline void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture) {
+    ExpectDoubled(handle, network, picture, size_t{picture.width} * 8);
+}
+
 // Empty when the pictures are as close as the GPU's rounding allows: no byte differs by more than 2, and 99.9 % of them
 // by at most 1. Otherwise says where they differ.
 std::string Difference(const Picture& actual, const Picture& expected);
+
+// The lines in one, with " | " between them.
+std::string Joined(const std::vector<std::string>& lines);
+
+// Expects the text of a file in tests/transcripts. With ORVANE_WRITE_TRANSCRIPTS set the file is written first.
+void ExpectTranscript(const std::string& fileName, const std::string& text);
 
 }  // namespace orvane::test

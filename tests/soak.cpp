@@ -1,6 +1,5 @@
 // Many instances of random models and sizes on several threads. Every frame is compared with plain arithmetic, and the
 // process must not grow but by what is documented. ./dev soak runs it for as long as one likes.
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -30,31 +29,15 @@ uint32_t Pick(Random& random, size_t low, size_t high) {
 }
 
 void ProcessOne(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture, Random& random) {
-    constexpr uint8_t kUntouched = 0xA5;
-    const Picture expected = DoublePicture(network, picture);
-    const size_t rowBytes = size_t{expected.width} * 4;
-    const size_t pitch = (rowBytes + 255) / 256 * 256;  // what lies between them may be overwritten
-    const std::array<size_t, 3> strides{rowBytes, Pick(random, 0, rowBytes), Pick(random, rowBytes, 2 * pitch)};
-    const size_t stride = strides[Pick(random, 0, 2)];
-    std::vector<uint8_t> rows(stride * (expected.height + 1) + 1, kUntouched);
-    orvane_frame input = InputFrame(picture);
-    input.width = static_cast<int32_t>(Pick(random, 1, picture.width));  // the rest of each row is padding
+    const orvane_frame input = InputFrame(picture);
     orvane_frame output{};
-    output.stride = static_cast<int32_t>(stride);
     const auto unknown = reinterpret_cast<orvane_handle>(&output);
     EXPECT_EQ(orvane_process(unknown, &output, &input), ORVANE_ERROR_INVALID);
-    EXPECT_EQ(orvane_process(handle, &output, &input), ORVANE_ERROR_INVALID);
-    output.data = rows.data();
-    EXPECT_EQ(orvane_process(handle, &output, &input), ORVANE_OK);
-
-    Picture seen = expected;
-    for (size_t y = 0; y <= expected.height; ++y) {
-        const uint8_t* const row = rows.data() + y * stride;
-        const size_t written = y < expected.height ? std::min(pitch, stride) : 0;
-        EXPECT_EQ(std::count(row + written, row + stride, kUntouched), stride - written) << "row " << y;
-        std::copy_n(row, std::min(rowBytes, written), seen.pixels.data() + y * rowBytes);
-    }
-    EXPECT_EQ(Difference(seen, expected), "");
+    EXPECT_EQ(orvane_process(handle, &output, &input), ORVANE_ERROR_INVALID);  // no data
+    const size_t rowBytes = size_t{picture.width} * 8;
+    const std::array<size_t, 3> strides{rowBytes, Pick(random, 0, rowBytes),
+                                        Pick(random, rowBytes, 2 * rowBytes + 512)};
+    ExpectDoubled(handle, network, picture, strides[Pick(random, 0, 2)]);
     ++g_frames;
 }
 
@@ -77,7 +60,6 @@ void RunInstance(const TempFolder& folder, Random& random) {
             height = height % 48 + 1;
             ++g_sizeChanges;
         }
-        SCOPED_TRACE(testing::Message() << width << " x " << height << ", " << channels << " channels, " << depth);
         ProcessOne(instance.Handle(), network, MakeRandomPicture(width, height, random()), random);
     }
     lock.lock();

@@ -1,0 +1,172 @@
+// The functions that liborvane.dll imports.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <objbase.h>
+#include <optional>
+#include <process.h>
+#include <set>
+#include <string>
+#include <type_traits>
+
+#include "tests/hooks/faults.h"
+#include "tests/hooks/function_tables.h"
+#include "tests/hooks/holdings.h"
+#include "tests/hooks/system_hooks.h"
+
+namespace orvane::test {
+namespace {
+
+template <typename Tag, typename Result, typename... Arguments>
+struct ImportHook {
+    static inline Result(WINAPI* original)(Arguments...) = nullptr;
+    static inline const char* name = nullptr;
+    static inline Result failure{};
+    static inline DWORD lastError = 0;
+
+    static Result WINAPI Call(Arguments... arguments) {
+        if (IsLibrarysOwnCall() && MeetFault(name)) {
+            SetLastError(lastError);
+            return failure;
+        }
+        const Result result = original(arguments...);
+        if (result != failure && IsWatchedThread()) {
+            CountSuccess(name);
+        }
+        return result;
+    }
+};
+
+template <typename Tag, typename Result, typename... Arguments>
+void* ReplaceImport(const char* name, Result(WINAPI* original)(Arguments...), std::type_identity_t<Result> failure,
+                    DWORD lastError = 0) {
+    using Hook = ImportHook<Tag, Result, Arguments...>;
+    Hook::original = original;
+    Hook::name = name;
+    Hook::failure = failure;
+    Hook::lastError = lastError;
+    return Address(&Hook::Call);
+}
+
+BOOL WINAPI HookFreeLibrary(HMODULE module) {
+    CountSuccess("FreeLibrary");
+    return FreeLibrary(module);
+}
+
+void WINAPI HookCoUninitialize() {
+    CountSuccess("CoUninitialize");
+    CoUninitialize();
+}
+
+int Hookfclose(std::FILE* file) {
+    CountSuccess("fclose");
+    return std::fclose(file);
+}
+
+FARPROC WINAPI HookGetProcAddress(HMODULE module, LPCSTR name) {
+    void* const found = Address(GetProcAddress(module, name));
+    if (found == nullptr || MeetFault("GetProcAddress")) {
+        SetLastError(ERROR_PROC_NOT_FOUND);
+        return nullptr;
+    }
+    return reinterpret_cast<FARPROC>(HookEntryPoint(name, found));
+}
+
+std::set<HANDLE> g_uploadEvents;
+
+HANDLE WINAPI HookCreateEventExW(LPSECURITY_ATTRIBUTES attributes, LPCWSTR name, DWORD flags, DWORD access) {
+    const HANDLE event = MeetFault("CreateEventExW") ? nullptr : CreateEventExW(attributes, name, flags, access);
+    if (access == EVENT_ALL_ACCESS) {
+        g_uploadEvents.insert(event);
+    } else if (event != nullptr) {
+        HoldEvent(event);
+    }
+    return event;
+}
+
+BOOL WINAPI HookCloseHandle(HANDLE handle) {
+    ReleaseEvent(handle);
+    return CloseHandle(handle);
+}
+
+// A fault without a failing result lets a wait end early, as one does for an event that was set before.
+DWORD WINAPI HookWaitForSingleObjectEx(HANDLE handle, DWORD milliseconds, BOOL alertable) {
+    if (const std::optional<HRESULT> fault = MeetFault("WaitForSingleObjectEx")) {
+        return FAILED(*fault) ? WAIT_FAILED : WAIT_OBJECT_0;
+    }
+    const DWORD result = WaitForSingleObjectEx(handle, milliseconds, alertable);
+    ListsHaveRun();
+    return result;
+}
+
+// The compiler's runtime waits with the same function; only the wait for an upload is to fail, on a thread of its own.
+DWORD WINAPI HookWaitForSingleObject(HANDLE handle, DWORD milliseconds) {
+    if (!g_uploadEvents.contains(handle)) {
+        return WaitForSingleObject(handle, milliseconds);
+    }
+    if (MeetFault("WaitForSingleObject")) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return WAIT_FAILED;
+    }
+    const DWORD result = WaitForSingleObject(handle, milliseconds);
+    ListsHaveRun();
+    return result;
+}
+
+const std::map<std::string, void*>& Imports() {
+#define IMPORT(function, ...) \
+    { #function, ReplaceImport < struct function##Tag>(#function, &function, __VA_ARGS__) }
+#define OWN_IMPORT(function) \
+    { #function, Address(&Hook##function) }
+    static const std::map<std::string, void*> imports{
+        IMPORT(LoadLibraryW, nullptr, ERROR_MOD_NOT_FOUND),
+        IMPORT(GetModuleHandleW, nullptr),
+        IMPORT(GetModuleHandleExW, FALSE, ERROR_NOT_ENOUGH_MEMORY),
+        IMPORT(HeapAlloc, nullptr),
+        IMPORT(CoInitializeEx, E_OUTOFMEMORY),
+        IMPORT(_beginthreadex, 0),
+        IMPORT(malloc, nullptr),
+        IMPORT(fopen, nullptr),
+        IMPORT(fseek, -1),
+        IMPORT(ftell, -1),
+        IMPORT(fread, 0),
+        OWN_IMPORT(FreeLibrary),
+        OWN_IMPORT(CoUninitialize),
+        OWN_IMPORT(GetProcAddress),
+        OWN_IMPORT(CreateEventExW),
+        OWN_IMPORT(CloseHandle),
+        OWN_IMPORT(WaitForSingleObject),
+        OWN_IMPORT(WaitForSingleObjectEx),
+        OWN_IMPORT(fclose),
+    };
+#undef OWN_IMPORT
+#undef IMPORT
+    return imports;
+}
+
+}  // namespace
+
+void HookImports() {
+    auto* const base = reinterpret_cast<uint8_t*>(GetModuleHandleW(L"liborvane.dll"));
+    const auto& header =
+        *reinterpret_cast<const IMAGE_NT_HEADERS*>(base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const DWORD start = header.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+    const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + start);
+    for (; library->Name != 0; ++library) {
+        const auto* name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
+        auto* address = reinterpret_cast<void**>(base + library->FirstThunk);
+        for (; name->u1.AddressOfData != 0; ++name, ++address) {
+            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
+                continue;
+            }
+            const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+            const auto found = Imports().find(reinterpret_cast<const char*>(import->Name));
+            if (found != Imports().end()) {
+                ReplaceEntry(address, found->second);
+            }
+        }
+    }
+}
+
+}  // namespace orvane::test
