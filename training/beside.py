@@ -5,7 +5,7 @@
 import sys
 
 import numpy as np
-from PIL import Image, ImageDraw
+from PIL import Image, ImageDraw, ImageOps
 
 import resize
 
@@ -28,7 +28,7 @@ def beside(small, doubled):
 def main():
     if len(sys.argv) != 4:
         raise SystemExit(__doc__)
-    small, doubled = (np.asarray(Image.open(path).convert("RGB")) for path in sys.argv[1:3])
+    small, doubled = (np.asarray(ImageOps.exif_transpose(Image.open(path)).convert("RGB")) for path in sys.argv[1:3])
     beside(small, doubled).save(sys.argv[3])
 
 
