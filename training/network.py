@@ -37,6 +37,36 @@ def identity_filter(inputs, outputs):
     return filters
 
 
+def features(count):
+    """First filters without mean: each answers to an edge of some colour and direction."""
+    filters = torch.randn(count, 3, 3, 3)
+    return (filters - filters.mean(dim=(1, 2, 3), keepdim=True)) * 0.3
+
+
+def grown(weights, channels, depth):
+    """A wider and deeper chain that does exactly what `weights` do: further channels start as features that the last layer
+    does not look at yet, further layers pass everything on."""
+    width, layers = len(weights[0][0]), len(weights) - 2
+    if channels < width or depth < layers:
+        raise ValueError(f"{width} channels and depth {layers} do not fit into {channels} and {depth}")
+    result = []
+    for index, (inputs, outputs) in enumerate(layer_shapes(channels, depth)):
+        is_first, is_last = index == 0, index == depth + 1
+        source = weights[0] if is_first else weights[-1] if is_last else weights[index] if index <= layers else None
+        filters, bias = identity_filter(inputs, outputs), torch.zeros(outputs)
+        if is_first:
+            filters = features(outputs)
+        elif is_last:
+            filters = torch.zeros_like(filters)
+        if source:
+            rows, columns = source[0].shape[:2]
+            filters[:rows] = 0
+            filters[:rows, :columns] = source[0]
+            bias[:rows] = source[1]
+        result.append((filters, bias))
+    return result
+
+
 class Layer(nn.Module):
     """A 3x3 filter trained as `mix @ basis + start`: more numbers than the filter has, which trains better. What runs is
     always the filter itself, so nothing is lost when it is written out."""
@@ -55,13 +85,14 @@ class Layer(nn.Module):
 
 
 class Chain(nn.Module):
-    """The trained form. `weights`: (filter, bias) of every layer to start from; without them the chain starts as bilinear
-    interpolation with random features beside the picture."""
+    """The trained form. `weights`: (filter, bias) of every layer to start from, of this chain or a smaller one; without them
+    the chain starts as bilinear interpolation with random features beside the picture."""
 
     def __init__(self, channels, depth, weights=None):
         super().__init__()
         self.layers = nn.ModuleList()
         shapes = layer_shapes(channels, depth)
+        weights = weights and grown(weights, channels, depth)
         for index, (inputs, outputs) in enumerate(shapes):
             if weights:
                 self.layers.append(Layer(*weights[index], 0.0))
@@ -70,15 +101,7 @@ class Chain(nn.Module):
             else:
                 self.layers.append(Layer(identity_filter(inputs, outputs), torch.zeros(outputs), 0.1))
         if not weights:
-            self._make_features(channels)
-
-    def _make_features(self, channels):
-        """The first layer passes the colours on and gives every other channel a filter without mean."""
-        first = self.layers[0]
-        features = torch.randn(channels, 3, 3, 3)
-        features -= features.mean(dim=(1, 2, 3), keepdim=True)
-        features[:3] = 0
-        first.start += features * 0.3
+            self.layers[0].start[3:] += features(channels)[3:]
 
     def collapsed(self):
         return [(layer.filter(), layer.bias) for layer in self.layers]
