@@ -67,7 +67,8 @@ def _codes(change):
 def text_of(name, card, figures, weights):
     size, products = cost(weights)
     s = figures["synthetic"]
-    rounding = figures["half_precision"]
+    rounding, training = figures["half_precision"], card["training"]
+    processor = f" ({training['processor_minutes']:.0f} minutes of processor time)" if training["processor_minutes"] else ""
     return "\n".join([
         f"# {name}", "", f"For {card['purpose']}. {card['channels']} channels, depth {card['depth']}: "
         f"{size} weights, {products} multiply-adds for each pixel of the small picture.", "",
@@ -81,8 +82,7 @@ def text_of(name, card, figures, weights):
         f"{s['grey_rim']} for any grey, {s['colour_rim']} for pure colours. Smooth ramps: the four pixels of a 2x2 block differ by "
         f"{s['checkerboard']} codes (bicubic {s['checkerboard_bicubic']}). Bars leave the range of their source by "
         f"{s['halo']} codes (bicubic {s['halo_bicubic']}).", "",
-        f"Trained for {card['training']['steps']} steps, {card['training']['minutes']:.0f} minutes on {card['training']['machine']} "
-        f"({card['training']['processor_minutes']:.0f} minutes of processor time), "
+        f"Trained for {training['steps']} steps, {training['minutes']:.0f} minutes on {training['machine']}{processor}, "
         f"seed {card['seed']}, with `training/configs/{name}.json`. What it saw: [training/DATA.md](../training/DATA.md).", "",
         f"![source, nearest, bicubic, model]({name}.png)", "",
         "The photographs: \"friends\" by Aitzol Berasategi (CC-BY-4.0), \"china\" by Daniel Büchele (CC-BY-2.0).", ""])

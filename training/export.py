@@ -63,6 +63,7 @@ def _machine():
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("name")
+    parser.add_argument("--machine", default=_machine(), help="what it was trained on, for the card")
     parser.add_argument("--results", type=Path, default=Path("build/training"))
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
     parser.add_argument("--weights", type=Path, default=HERE.parent / "weights")
@@ -79,7 +80,7 @@ def main():
     (arguments.weights / f"{arguments.name}.en").write_bytes(cipher.seal(data, random.bytes))
     card = {"channels": settings["channels"], "depth": settings["depth"], "reach": settings["depth"] + 2,
             "purpose": PURPOSES.get(arguments.name, ""), "seed": settings["seed"], "commit": _commit(),
-            "training": {"steps": state["step"], "minutes": round(state["seconds"] / 60, 1), "machine": _machine(),
+            "training": {"steps": state["step"], "minutes": round(state["seconds"] / 60, 1), "machine": arguments.machine,
                          "processor_minutes": round(state.get("processor_seconds", 0) / 60, 1)}}
     (arguments.weights / f"{arguments.name}.json").write_text(json.dumps(card, indent=2) + "\n")
     print(f"weights/{arguments.name}.en: {len(data)} bytes of weights")

@@ -1,10 +1,12 @@
 """Runs pictures through the real library: `orvane stream` under Wine, frames as PAM on its pipes."""
+import os
 import subprocess
 from pathlib import Path
 
 import numpy as np
 
 ROOT = Path(__file__).parent.parent
+TIMEOUT = 3600  # seconds; a software adapter takes its time
 
 
 def _pam(picture):
@@ -30,12 +32,14 @@ def _read_pams(data):
 
 def double_all(model, channels, depth, pictures):
     """Pictures: height x width x 3 bytes, red first. They go through one process, and so through one instance that is
-    rebuilt when the size changes; nothing is mirrored at their edges."""
+    rebuilt when the size changes, which is why those of one size follow each other; nothing is mirrored at their edges."""
+    order = sorted(range(len(pictures)), key=lambda index: pictures[index].shape)
     program = ROOT / "build/mingw-release/bin/orvane.exe"
     command = [ROOT / "cmake/run-wine", program, "stream", "--raw-edges", "--model", model,
                "--channels", str(channels), "--depth", str(depth)]
-    done = subprocess.run(command, input=b"".join(map(_pam, pictures)), stdout=subprocess.PIPE, check=False)
+    done = subprocess.run(command, input=b"".join(_pam(pictures[index]) for index in order), stdout=subprocess.PIPE,
+                          env={**os.environ, "ORVANE_WINE_TIMEOUT": str(TIMEOUT)}, check=False)
     results = list(_read_pams(done.stdout))
     if done.returncode or len(results) != len(pictures):
         raise SystemExit(f"orvane gave {len(results)} of {len(pictures)} pictures and ended with code {done.returncode}")
-    return results
+    return [result for _, result in sorted(zip(order, results), key=lambda pair: pair[0])]
