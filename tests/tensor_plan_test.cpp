@@ -1,4 +1,4 @@
-// Shapes and byte sizes of the network's tensors.
+// Shapes, strides and byte sizes of the network's tensors, and the order of filters.
 #include "engine/tensor_plan.h"
 
 #include <array>
@@ -11,6 +11,18 @@ namespace orvane {
 namespace {
 
 constexpr TensorLayout kLayouts[] = {TensorLayout::kNchw, TensorLayout::kNhwc};
+
+TEST(TensorStrides, PackElementsInTheOrderOfTheLayout) {
+    const TensorStrides nchw = CalcStrides({2, 3, 4, 5}, TensorLayout::kNchw);
+    const TensorStrides nhwc = CalcStrides({2, 3, 4, 5}, TensorLayout::kNhwc);
+    for (uint32_t i = 0; i < 120; ++i) {
+        const uint32_t n = i / 60;
+        EXPECT_EQ(n * nchw[0] + i / 20 % 3 * nchw[1] + i / 5 % 4 * nchw[2] + i % 5 * nchw[3], i);
+        EXPECT_EQ(n * nhwc[0] + i % 3 * nhwc[1] + i / 15 % 4 * nhwc[2] + i / 3 % 5 * nhwc[3], i);
+    }
+    EXPECT_EQ(CalcStrides({1, 32, 1, 1}, TensorLayout::kNchw), (TensorStrides{32, 1, 1, 1}));
+    EXPECT_EQ(CalcStrides({1, 32, 1, 1}, TensorLayout::kNhwc), (TensorStrides{32, 1, 32, 32}));
+}
 
 TEST(TensorSize, IsInWholeWordsAndMayExceed32Bits) {
     for (const TensorLayout layout : kLayouts) {
@@ -64,6 +76,17 @@ TEST(NetworkPlan, CountsTheElementsOfTheTensorsThatShadersSee) {
     EXPECT_EQ(PlanOf(8192, 5461, 32, 2, TensorLayout::kNchw).ViewElements(), 12ULL * 8192 * 5461);
     EXPECT_EQ(PlanOf(512, 257, 1024, -1, TensorLayout::kNhwc).ViewElements(), 1024ULL * 512 * 257);
     EXPECT_EQ(PlanOf(6, 4, 1, -1, TensorLayout::kNchw).ViewElements(), 3ULL * 6 * 4);
+}
+
+TEST(ArrangeFilter, PutsInputsInnermostForNhwcOnly) {
+    std::vector<uint16_t> values;  // decimal digits: output, input, row, column
+    std::vector<uint16_t> transposed;
+    for (int i = 0; i < 120; ++i) {
+        values.push_back(static_cast<uint16_t>(i / 60 * 1000 + i / 20 % 3 * 100 + i / 5 % 4 * 10 + i % 5));
+        transposed.push_back(static_cast<uint16_t>(i / 60 * 1000 + i % 3 * 100 + i / 15 % 4 * 10 + i / 3 % 5));
+    }
+    EXPECT_EQ(ArrangeFilter(values, {2, 3, 4, 5}, TensorLayout::kNchw), values);
+    EXPECT_EQ(ArrangeFilter(values, {2, 3, 4, 5}, TensorLayout::kNhwc), transposed);
 }
 
 }  // namespace

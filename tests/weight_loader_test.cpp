@@ -129,10 +129,5 @@ TEST_F(WeightLoaderTest, FoldersAreNoModels) {
     }
 }
 
-TEST(LayerShape, HasABiasWhenItsFirstFlagIsSet) {
-    EXPECT_FALSE((LayerShape{3, 32, 3, {0, 1}}.HasBias()));
-    EXPECT_TRUE((LayerShape{3, 32, 3, {2, 0}}.HasBias()));
-}
-
 }  // namespace
 }  // namespace orvane
