@@ -5,8 +5,8 @@ execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE headers COMMAND_ERR
 string(REGEX MATCH "Ordinal/Name Pointer\\] Table[^\n]*\n(\t\\[[^\n]*\n)+" names "${headers}")
 string(REGEX MATCHALL "\\[ *[0-9]+\\] [^\n]+" exports "${names}")
 list(TRANSFORM exports REPLACE "\\[ *[0-9]+\\] " "")
-set(expected orvane_check_supported orvane_close orvane_get_version orvane_getickcount orvane_init orvane_open
-    orvane_process orvane_uninit)
+file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/../api/liborvane.def expected REGEX "^    ")
+list(TRANSFORM expected STRIP)
 if(NOT "${exports}" STREQUAL "${expected}")
   message(FATAL_ERROR "exports: ${exports}")
 endif()

@@ -101,8 +101,8 @@ int main(int argc, char** argv) {
         return 2;
     }
     memcpy(param.modelPath, argv[1], strlen(argv[1]) + 1);
-    param.modelChannels = atoi(argv[2]);
-    param.modelDepth = atoi(argv[3]);
+    param.modelChannels = strtol(argv[2], NULL, 10);
+    param.modelDepth = strtol(argv[3], NULL, 10);
     draw(input_pixels);
 
     load();

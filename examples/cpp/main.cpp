@@ -19,6 +19,10 @@ orvane::Library GetLibrary(std::error_code& error) {
 #endif
 }
 
+int32_t Number(const char* text) {
+    return static_cast<int32_t>(std::strtol(text, nullptr, 10));
+}
+
 int Fail(const char* what, const std::error_code& error) {
     std::fprintf(stderr, "%s: %s\n", what, error.message().c_str());
     return 1;
@@ -62,7 +66,7 @@ int main(int argc, char** argv) {
     }
     std::printf("Orvane %s on %s\n", library.Version(), support.result.adapterName);
 
-    orvane::Instance instance = library.Open({argv[1], std::atoi(argv[2]), std::atoi(argv[3]), 64, 36}, error);
+    orvane::Instance instance = library.Open({argv[1], Number(argv[2]), Number(argv[3]), 64, 36}, error);
     for (const int32_t width : {64, 64, 48}) {
         error = error ? error : DoubleFrame(instance, width, 36);
     }

@@ -96,7 +96,8 @@ if (process.argv.length !== 7) {
   process.exit(2);
 }
 const said = main(process.argv.slice(2));
-// Without a console, as under Wine, there is no standard output to write to.
-if (process.stdout.isTTY) {
+try {
   console.log(said);
+} catch {
+  // There is no standard output, as under Wine.
 }
