@@ -79,8 +79,10 @@ inline std::error_code make_error_code(Result result) {  // the name that std::e
 
 }  // namespace orvane
 
+namespace std {
 template <>
-struct std::is_error_code_enum<orvane::Result> : std::true_type {};
+struct is_error_code_enum<orvane::Result> : true_type {};
+}  // namespace std
 
 namespace orvane {
 
