@@ -1,5 +1,7 @@
 #include "apps/orvane/model_options.h"
 
+#include <CLI/CLI.hpp>
+
 #include "apps/orvane/model_path.h"
 #include "apps/utils/program_folder.h"
 

@@ -1,12 +1,15 @@
 // The model that a command works with.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <filesystem>
 #include <string>
 
 #include "apps/model_tool/model_lookup.h"
+
+namespace CLI {
+class App;
+}
 
 namespace orvane::tool {
 

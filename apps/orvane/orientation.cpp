@@ -18,6 +18,9 @@ Picture Upright(Picture stored, uint16_t orientation) {
     upright.width = swapsAxes ? stored.height : stored.width;
     upright.height = swapsAxes ? stored.width : stored.height;
     upright.colourProfile = std::move(stored.colourProfile);
+    upright.hasAlpha = stored.hasAlpha;
+    upright.dpiX = swapsAxes ? stored.dpiY : stored.dpiX;
+    upright.dpiY = swapsAxes ? stored.dpiX : stored.dpiY;
     upright.pixels.resize(stored.pixels.size());
     uint8_t* target = upright.pixels.data();
     for (uint32_t y = 0; y < upright.height; ++y) {

@@ -1,17 +1,45 @@
 // Reads pictures.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <string>
+
+#include <windows.h>
+// windows.h goes first.
+#include <wincodec.h>
+#include <wrl/client.h>
 
 #include "apps/orvane/picture.h"
 
 namespace orvane::tool {
 
-// The longest side whose double still fits into a Direct3D 12 texture.
-inline constexpr uint32_t kMaxPictureSide = 16384 / 2;
+// Takes a sentence about what a result does not keep; it does not name the file.
+using Warning = std::function<void(const std::string&)>;
 
-// Reads the first picture of a file of any kind that Windows can read, turned upright, and warns on standard
-// error of what the result will not keep. Needs COM on this thread. Throws Failure.
-Picture ReadPicture(const std::filesystem::path& path);
+// One file of any kind that Windows can read; of several pictures in it the first. Needs COM on this thread.
+class PictureReader {
+public:
+    // Opens the file. Throws Failure with a sentence that does not name it.
+    explicit PictureReader(const std::filesystem::path& path);
+
+    // As stored, before it is turned upright.
+    uint32_t Width() const { return m_width; }
+    uint32_t Height() const { return m_height; }
+
+    // The picture turned upright, with what has 16 bits a channel rounded to 8. Throws Failure likewise.
+    Picture Read(const Warning& warn);
+
+private:
+    void ReadPixels(Picture& picture);
+    void ReadWidePixels(size_t channels, Picture& picture);
+    void CopyRows(IWICBitmapSource* source, size_t rowBytes, const std::function<void(const uint8_t* bytes)>& take);
+
+    Microsoft::WRL::ComPtr<IWICImagingFactory> m_factory;
+    Microsoft::WRL::ComPtr<IWICBitmapFrameDecode> m_frame;
+    uint32_t m_width = 0;
+    uint32_t m_height = 0;
+};
 
 }  // namespace orvane::tool

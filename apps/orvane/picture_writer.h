@@ -1,15 +1,23 @@
-// Turns pictures into PNG files.
+// Writes pictures.
 #pragma once
 
-#include <cstdint>
-#include <vector>
+#include <filesystem>
 
 #include "apps/orvane/picture.h"
+#include "apps/orvane/picture_format.h"
+#include "apps/orvane/picture_reader.h"
 
 namespace orvane::tool {
 
-// The bytes of a PNG file with the picture's colours and colour profile, opaque. Warns on standard error when
-// this system cannot keep the profile. Needs COM on this thread. Throws Failure.
-std::vector<uint8_t> EncodePng(const Picture& picture);
+struct WritingOptions {
+    PictureFormat format = PictureFormat::kPng;
+    int32_t quality = 95;  // of JPEG, 1..100
+};
+
+// Writes a file of 8 bits a channel with the picture's colours, transparency, colour profile and resolution. `warn` is
+// called with what the format or this system cannot keep. The file may be half written when Failure is thrown. Needs
+// COM on this thread.
+void WritePicture(const std::filesystem::path& path, const Picture& picture, const WritingOptions& options,
+                  const Warning& warn);
 
 }  // namespace orvane::tool

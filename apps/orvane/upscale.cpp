@@ -1,90 +1,109 @@
 #include "apps/orvane/upscale.h"
 
+#include <array>
+#include <chrono>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <system_error>
+#include <vector>
 
+#include "apps/orvane/frame_server.h"
+#include "apps/orvane/frame_size_choice.h"
 #include "apps/orvane/library_log.h"
-#include "apps/orvane/picture_reader.h"
-#include "apps/orvane/picture_writer.h"
+#include "apps/orvane/picture_batch.h"
 #include "apps/orvane/support_check.h"
 #include "apps/orvane/upscaler.h"
 #include "apps/orvane/wic.h"
-#include "apps/utils/atomic_file.h"
-#include "apps/utils/utf8_path.h"
+#include "apps/utils/failure.h"
+#include "apps/utils/stop_signal.h"
 
 namespace orvane::tool {
 namespace {
 
-// At once, even into a pipe: what follows may take long.
-void Announce(const std::string& text) {
-    std::printf("%s\n", text.c_str());
-    std::fflush(stdout);
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-std::string SizeText(const Picture& picture, const char* times) {
-    return std::to_string(picture.width) + times + std::to_string(picture.height);
+std::string Counted(uint64_t count, const std::string& thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-Picture EmptyDouble(const Picture& input) {
-    Picture output;
-    output.width = 2 * input.width;
-    output.height = 2 * input.height;
-    output.colourProfile = input.colourProfile;
-    output.pixels.resize(output.RowBytes() * output.height);
-    return output;
+// Takes out what an earlier run has done, and returns how many that were.
+uint64_t SkipDone(std::vector<PictureJob>& jobs, Progress& progress) {
+    return std::erase_if(jobs, [&](const PictureJob& job) {
+        std::error_code error;
+        if (!std::filesystem::exists(job.output, error)) {
+            return false;
+        }
+        progress.Item("Skipped: " + job.outputName + " is there already (--force replaces it)",
+                      {{"event", "skipped"}, {"input", job.inputName}, {"output", job.outputName}});
+        return true;
+    });
 }
 
-PixelRows RowsOf(Picture& picture) {
-    return {picture.width, picture.height, picture.RowBytes(), picture.pixels.data()};
-}
-
-// The mean time of a frame in milliseconds. The first of several is left out: it pays for the GPU's warming up.
-double ProcessRepeatedly(Upscaler& upscaler, Picture& output, Picture& input, int32_t repeat) {
-    const double first = upscaler.Process(RowsOf(input), RowsOf(output));
-    if (repeat == 1) {
-        return first;
+void Summarise(const BatchResult& result, uint64_t skipped, double seconds, Progress& progress) {
+    std::string text = Counted(result.done, "picture") + " done";
+    if (skipped > 0) {
+        text += ", " + std::to_string(skipped) + " skipped";
     }
-    double sum = 0;
-    for (int32_t i = 1; i < repeat; ++i) {
-        sum += upscaler.Process(RowsOf(input), RowsOf(output));
+    if (result.failed > 0) {
+        text += ", " + std::to_string(result.failed) + " failed";
     }
-    return sum / (repeat - 1);
+    if (result.frames > 0) {
+        std::array<char, 64> times{};
+        std::snprintf(times.data(), times.size(), " took %.2f s of %.2f s", result.frameMilliseconds / 1000, seconds);
+        text += "; " + Counted(result.frames, "frame") + times.data();
+    }
+    progress.Item(text, {{"event", "summary"},
+                         {"done", result.done},
+                         {"skipped", skipped},
+                         {"failed", result.failed},
+                         {"frames", result.frames},
+                         {"frameMilliseconds", result.frameMilliseconds},
+                         {"seconds", seconds}});
 }
 
-double Double(const UpscaleOptions& options, LibraryLog& log, Picture& output, Picture& input) {
+BatchResult RunBatch(const UpscaleOptions& options, const std::vector<PictureJob>& jobs, Progress& progress) {
     const ModelChoice model = ChooseModel(options.model);
     if (!model.note.empty()) {
-        Announce(model.note);
+        progress.Note(model.note);
     }
+    LibraryLog log(options.verbose);
+    progress.Note("Looking for a graphics adapter ...");
+    progress.Note("Graphics adapter: " + RequireSupportedMachine());
+
     Upscaler upscaler(model, log);
-    Announce("Preparing the network for " + SizeText(input, " x ") + " ...");
-    upscaler.Open(input.width, input.height);
-    Announce(options.repeat == 1 ? "Processing ..." : "Processing " + std::to_string(options.repeat) + " times ...");
-    return ProcessRepeatedly(upscaler, output, input, options.repeat);
+    FrameSizeChoice sizes({model.reach, options.rawEdges ? 0 : model.reach, options.tile});
+    FrameServer server(upscaler, sizes, progress);
+    PictureBatch batch(jobs, {options.quality, options.passes}, server, progress);
+    progress.Begin({"pictures", jobs.size()});
+    const BatchResult result = batch.Run();
+    progress.End();
+    return result;
 }
 
 }  // namespace
 
-bool HasPngEnding(const std::filesystem::path& path) {
-    const std::string ending = Utf8FromPath(path.extension());
-    return ending == ".png" || ending == ".PNG";
-}
-
 void Upscale(const UpscaleOptions& options) {
-    RequireWritableTarget(options.output);
+    const StopSignal signal;
     const ComScope com;
-    Picture input = ReadPicture(options.input);
-    Picture output = EmptyDouble(input);
+    const std::unique_ptr<Progress> progress = MakeProgress(options.progress, stdout);
+    progress->Note("Looking for pictures ...");
+    std::vector<PictureJob> jobs = FindPictures(options.jobs);
+    const uint64_t skipped = options.force ? 0 : SkipDone(jobs, *progress);
 
-    LibraryLog log(options.verbose);
-    const std::string adapter = RequireSupportedMachine();
-    const double milliseconds = Double(options, log, output, input);
-    WriteFileAtomically(options.output, EncodePng(output));
-
-    Announce("Adapter: " + adapter);
-    Announce("Size: " + SizeText(input, "x") + " -> " + SizeText(output, "x"));
-    std::printf("Frame: %.1f ms\n", milliseconds);
-    Announce("Wrote: " + Utf8FromPath(options.output));
+    const Clock::time_point start = Clock::now();
+    const BatchResult result = jobs.empty() ? BatchResult() : RunBatch(options, jobs, *progress);
+    Summarise(result, skipped, SecondsSince(start), *progress);
+    if (StopSignal::Requested()) {
+        throw Failure("Stopped by Ctrl-C. What was finished is kept; the same command goes on with the rest.");
+    }
+    if (result.failed > 0) {
+        throw Failure(std::to_string(result.failed) + " of " + std::to_string(jobs.size()) + " pictures failed.");
+    }
 }
 
 }  // namespace orvane::tool

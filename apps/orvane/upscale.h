@@ -1,24 +1,28 @@
-// The command "upscale".
+// A run over pictures.
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 
 #include "apps/orvane/model_options.h"
+#include "apps/orvane/picture_jobs.h"
+#include "apps/utils/progress.h"
 
 namespace orvane::tool {
 
 struct UpscaleOptions {
-    std::filesystem::path input;
-    std::filesystem::path output;
+    JobOptions jobs;
     ModelOptions model;
-    int32_t repeat = 1;  // frames to process; the first one is left out of the time when there are more
+    ProgressOptions progress;
+    int32_t quality = 95;  // of JPEG results
+    int32_t passes = 1;    // how often each picture is doubled
+    uint32_t tile = 2048;  // the longest side of a frame
+    bool rawEdges = false;
+    bool force = false;  // results that exist are replaced
     bool verbose = false;
 };
 
-bool HasPngEnding(const std::filesystem::path& path);
-
-// Doubles a picture file and says on standard output what it did. Throws Failure, and writes nothing then.
+// Doubles all pictures and says how far it is. A picture that fails is named, and the others are done. Throws Failure
+// at the end when any failed or Ctrl-C ended the run, and UsageError before anything is done.
 void Upscale(const UpscaleOptions& options);
 
 }  // namespace orvane::tool

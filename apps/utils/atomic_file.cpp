@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "apps/utils/failure.h"
 #include "apps/utils/utf8_path.h"
@@ -14,42 +15,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// By the name that the user knows it by, if there is one.
+std::string QuotedName(const fs::path& path, const std::string& name) {
+    return name.empty() ? Quoted(path) : "\"" + name + "\"";
+}
+
 fs::path FolderOf(const fs::path& path) {
     return path.has_parent_path() ? path.parent_path() : fs::path(".");
 }
 
-// Removes the file at the end, unless it was renamed by then.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const fs::path& target) : m_path(target) {
-        m_path += '.';
-        m_path += std::to_string(std::random_device()());
-        m_path += ".tmp";
-    }
-    ~TemporaryFile() {
-        std::error_code ignored;
-        fs::remove(m_path, ignored);
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    bool Write(std::span<const uint8_t> bytes) {
-        std::ofstream file(m_path, std::ios::binary | std::ios::trunc);
-        const std::string text(bytes.begin(), bytes.end());
-        file.write(text.data(), static_cast<std::streamsize>(text.size()));
-        file.close();
-        return file.good();
-    }
-
-    bool RenameTo(const fs::path& target) {
-        std::error_code error;
-        fs::rename(m_path, target, error);
-        return !error;
-    }
-
-private:
-    fs::path m_path;
-};
+bool WriteFile(const fs::path& path, std::span<const uint8_t> bytes) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    const std::string text(bytes.begin(), bytes.end());
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    file.close();
+    return file.good();
+}
 
 }  // namespace
 
@@ -64,7 +45,7 @@ void RequireReadableFile(const fs::path& path) {
     }
 }
 
-void RequireWritableTarget(const fs::path& path) {
+void RequireWritableTarget(const fs::path& path, const std::string& name) {
     std::error_code error;
     const fs::path folder = FolderOf(path);
     if (!fs::is_directory(folder, error)) {
@@ -72,7 +53,29 @@ void RequireWritableTarget(const fs::path& path) {
     }
     const fs::file_status status = fs::status(path, error);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
-        throw Failure(Quoted(path) + " exists and is not a file that can be replaced.");
+        throw Failure(QuotedName(path, name) + " exists and is not a file that can be replaced.");
+    }
+}
+
+PendingFile::PendingFile(fs::path target, const std::string& name)
+    : m_target(std::move(target)), m_name(name), m_path(m_target) {
+    RequireWritableTarget(m_target, m_name);
+    m_path += '.';
+    m_path += std::to_string(std::random_device()());
+    m_path += ".tmp";
+}
+
+PendingFile::~PendingFile() {
+    std::error_code ignored;
+    fs::remove(m_path, ignored);
+}
+
+void PendingFile::Commit() {
+    std::error_code error;
+    fs::rename(m_path, m_target, error);
+    if (error) {
+        throw Failure(QuotedName(m_target, m_name) +
+                      " cannot be replaced: it is read-only or another program has it open.");
     }
 }
 
@@ -87,14 +90,11 @@ std::vector<uint8_t> ReadWholeFile(const fs::path& path) {
 }
 
 void WriteFileAtomically(const fs::path& path, std::span<const uint8_t> bytes) {
-    RequireWritableTarget(path);
-    TemporaryFile temporary(path);
-    if (!temporary.Write(bytes)) {
+    PendingFile file(path);
+    if (!WriteFile(file.Path(), bytes)) {
         throw Failure(Quoted(path) + " cannot be written: the folder is read-only or the disk is full.");
     }
-    if (!temporary.RenameTo(path)) {
-        throw Failure(Quoted(path) + " cannot be replaced: it is read-only or another program has it open.");
-    }
+    file.Commit();
 }
 
 }  // namespace orvane::tool

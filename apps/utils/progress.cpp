@@ -1,5 +1,6 @@
 #include "apps/utils/progress.h"
 
+#include <CLI/CLI.hpp>
 #include <chrono>
 #include <io.h>
 #include <mutex>
@@ -130,7 +131,7 @@ public:
         }
         if (m_hasBar) {
             ShowBar();
-        } else {
+        } else if (m_meter->Fraction() < 1) {  // what ends is told otherwise
             WriteLine(m_stream, m_meter->Text());
         }
     }

@@ -1,13 +1,16 @@
 // How a command tells how far it is.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace orvane::tool {
 
