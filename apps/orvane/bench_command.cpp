@@ -171,7 +171,7 @@ std::string CheckSize(const std::string& text) {
     }
     return size->width <= kMaxSide && size->height <= kMaxSide
                ? std::string()
-               : "\"" + text + "\" is too large: 8192x8192 is the largest";
+               : "\"" + text + "\" is too large: no side may be longer than 8192";
 }
 
 }  // namespace

@@ -10,6 +10,9 @@
 namespace orvane::tool {
 namespace {
 
+// The library takes a square frame of this size on every adapter (see orvane.h).
+constexpr int kLargestTile = 3344;
+
 struct Arguments {
     std::string format;
     UpscaleOptions options;
@@ -50,7 +53,7 @@ void AddUpscaleCommand(CLI::App& app) {
         ->check(CLI::Range(1, 100));
     upscale->add_option("--tile", options.tile, "Longest side of what is processed at a time; less needs less memory")
         ->capture_default_str()
-        ->check(CLI::Range(64, 8192));
+        ->check(CLI::Range(64, kLargestTile));
     upscale->add_flag("--raw-edges", options.rawEdges, "Do not mirror the picture beyond its edges");
     upscale->add_flag("--force", options.force, "Replace results that exist instead of skipping them");
     AddProgressOptions(*upscale, options.progress);
