@@ -26,7 +26,11 @@ struct Outcome {
 
     bool Succeeded() const { return code == 0 && !thrown; }
     // A row of the transcript from its third column on.
-    std::string Text() const { return thrown ? "throws\t" + *thrown : std::to_string(code) + "\t" + Joined(lines); }
+    std::string Text() const {
+        Lines all = lines;
+        all.insert(all.end(), thrown ? 1 : 0, thrown.value_or(""));
+        return (thrown ? "throws" : std::to_string(code)) + "\t" + Joined(all);
+    }
 };
 
 struct Operation {
@@ -74,7 +78,7 @@ protected:
         return outcome;
     }
 
-    // The fault's call and number are filled in, for every call with one of the `endings`.
+    // Every call whose name ends with one of `endings` is the fault's in turn.
     void Sweep(const Operation& operation, const std::string& transcript, Fault fault = {},
                const Lines& endings = {""}) {
         operation.prepare();
@@ -98,7 +102,7 @@ protected:
         std::printf("%s: %d failure points of %zu calls\n", operation.name, points, calls.size());
     }
 
-    // Adds the points that there were.
+    // Returns the rows of the fault's call and adds its points.
     std::string SweepCall(const Operation& operation, Fault fault, int& points) {
         std::string rows;
         for (fault.number = 1;; ++fault.number, ++points) {

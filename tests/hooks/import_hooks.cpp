@@ -93,7 +93,12 @@ BOOL WINAPI HookCloseHandle(HANDLE handle) {
 // A fault without a failing result lets a wait end early, as one does for an event that was set before.
 DWORD WINAPI HookWaitForSingleObjectEx(HANDLE handle, DWORD milliseconds, BOOL alertable) {
     if (const std::optional<HRESULT> fault = MeetFault("WaitForSingleObjectEx")) {
-        return FAILED(*fault) ? WAIT_FAILED : WAIT_OBJECT_0;
+        if (SUCCEEDED(*fault)) {
+            return WAIT_OBJECT_0;
+        }
+        WaitForSingleObjectEx(handle, milliseconds, alertable);
+        SetEvent(handle);  // as it is after a wait that was given up
+        return WAIT_FAILED;
     }
     const DWORD result = WaitForSingleObjectEx(handle, milliseconds, alertable);
     ListsHaveRun();
