@@ -1,5 +1,6 @@
 #include "apps/orvane/frame_server.h"
 
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -70,6 +71,7 @@ void FrameServer::OpenFirst(const FrameExtent& extent) {
     }
     m_progress.Note("Preparing the network for frames of " + std::to_string(extent.width) + " x " +
                     std::to_string(extent.height) + " ...");
+    const auto start = std::chrono::steady_clock::now();
     try {
         m_upscaler.Open(extent.width, extent.height);
     } catch (...) {
@@ -77,6 +79,7 @@ void FrameServer::OpenFirst(const FrameExtent& extent) {
         m_hasFailed = true;
         throw Stopped();
     }
+    m_openSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     m_isOpen = true;
     m_lastExtent = extent;
 }

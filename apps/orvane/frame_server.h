@@ -78,6 +78,9 @@ public:
     // Whether to begin nothing new: after Ctrl-C, or when Run() will throw.
     bool IsStopping() const;
 
+    // What it took to open the instance, after Run().
+    double OpenSeconds() const { return m_openSeconds; }
+
     const TileRules& Rules() const { return m_sizes.Rules(); }
 
 private:
@@ -93,7 +96,8 @@ private:
     std::mutex m_beginMutex;  // sizes are chosen in the order in which sessions are served
     BoundedQueue<std::shared_ptr<FrameSession>> m_sessions;
     std::optional<FrameExtent> m_lastExtent;  // what the library is set up for
-    bool m_isOpen = false;                    // an instance was opened, so failures belong to pictures
+    double m_openSeconds = 0;
+    bool m_isOpen = false;  // an instance was opened, so failures belong to pictures
     std::atomic<bool> m_hasFailed = false;
     std::exception_ptr m_error;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <new>
@@ -25,11 +26,11 @@ namespace {
 
 using nlohmann::ordered_json;
 
-// In bytes, with the page file. A quarter of it is for the pictures under way.
-uint64_t MachineMemory() {
+MEMORYSTATUSEX MemoryStatus() {
     MEMORYSTATUSEX status{};
     status.dwLength = sizeof(status);
-    return GlobalMemoryStatusEx(&status) != 0 ? status.ullTotalPageFile : uint64_t{4} << 30;
+    GlobalMemoryStatusEx(&status);
+    return status;
 }
 
 // One more than there are processors, so that somebody always has a frame ready; not many, since each holds a picture.
@@ -45,11 +46,11 @@ uint64_t MemoryFor(const PictureReader& reader, int32_t passes) {
 
 // Before the machine comes to a halt over it.
 void RequireMemory(const PictureReader& reader, uint64_t bytes) {
-    const auto gigabytes = [](uint64_t value) { return std::to_string((value + (1 << 29)) >> 30) + " GB"; };
-    if (const uint64_t there = MachineMemory(); bytes > there) {
+    const auto gigabytes = [](uint64_t value) { return std::to_string((value >> 30) + 1) + " GB"; };
+    if (const uint64_t there = MemoryStatus().ullAvailPageFile; bytes > there) {
         throw Failure("A picture of " + std::to_string(reader.Width()) + " x " + std::to_string(reader.Height()) +
-                      " takes about " + gigabytes(bytes) + " of memory here; this machine has " + gigabytes(there) +
-                      ".");
+                      " takes about " + gigabytes(bytes) + " of memory here, and less than " + gigabytes(there) +
+                      " is free.");
     }
 }
 
@@ -96,10 +97,15 @@ private:
 
 PictureBatch::PictureBatch(const std::vector<PictureJob>& jobs, const BatchOptions& options, FrameServer& server,
                            Progress& progress)
-    : m_jobs(jobs), m_options(options), m_server(server), m_progress(progress), m_memory(MachineMemory() / 4) {
+    : m_jobs(jobs),
+      m_options(options),
+      m_server(server),
+      m_progress(progress),
+      m_memory(MemoryStatus().ullTotalPhys / 4) {
 }
 
 BatchResult PictureBatch::Run() {
+    const auto start = std::chrono::steady_clock::now();
     std::vector<std::jthread> threads(WorkerCount(m_jobs.size()));
     m_workers = threads.size();
     for (std::jthread& thread : threads) {
@@ -107,6 +113,8 @@ BatchResult PictureBatch::Run() {
     }
     m_server.Run();
     threads.clear();  // waits for what is still being written
+    const std::chrono::duration<double> all = std::chrono::steady_clock::now() - start;
+    m_result.seconds = all.count() - m_server.OpenSeconds();
     return m_result;
 }
 
@@ -134,8 +142,8 @@ void PictureBatch::DoJob(const PictureJob& job) {
     try {
         PictureReader reader(job.input);
         const uint64_t memory = MemoryFor(reader, m_options.passes);
-        RequireMemory(reader, memory);
         const MemoryBudget::Lease lease(m_memory, memory);
+        RequireMemory(reader, memory);
         const Picture picture = DoubleAll(
             reader.Read([&](const std::string& text) { m_progress.Warn(job.inputName + ": " + text); }), tally);
         Save(job, picture);

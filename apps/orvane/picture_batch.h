@@ -24,6 +24,7 @@ struct BatchResult {
     uint64_t failed = 0;
     uint64_t frames = 0;
     double frameMilliseconds = 0;  // that the library took for them
+    double seconds = 0;            // from the first picture's reading to the last one's writing, without the open
 };
 
 // Every thread takes one picture at a time all the way, from its file to the file of its result. As several do so, some

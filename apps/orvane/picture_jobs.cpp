@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include "apps/utils/failure.h"
+#include "apps/utils/find_files.h"
 #include "apps/utils/long_path.h"
 #include "apps/utils/utf8_path.h"
 
@@ -81,24 +82,14 @@ private:
 
     void AddFolder(const fs::path& folder) {
         const fs::path root = LongPath(folder);
-        std::vector<fs::path> found;
-        std::error_code error;
-        fs::recursive_directory_iterator entry(root, fs::directory_options::skip_permission_denied, error);
-        for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-            std::error_code ignored;
-            // Results of an earlier run are no pictures of this one.
-            const bool isResult = LiesIn(entry->path(), m_longOutput) && !LiesIn(root / "x", m_longOutput);
-            if (entry->is_regular_file(ignored) && HasPictureEnding(entry->path()) && !isResult) {
-                found.push_back(entry->path());
+        const size_t rootLength = (root / "").native().size();
+        // Results of an earlier run are no pictures of this one.
+        const bool mayHoldResults = !LiesIn(root / "x", m_longOutput);
+        for (const fs::path& path : FindFiles(root)) {
+            if (HasPictureEnding(path) && !(mayHoldResults && LiesIn(path, m_longOutput))) {
+                const fs::path relative = path.native().substr(rootLength);
+                Add(folder / relative, relative);
             }
-        }
-        if (error) {
-            throw Failure("The folder " + Quoted(folder) + " cannot be read.");
-        }
-        std::sort(found.begin(), found.end());
-        for (const fs::path& path : found) {
-            const fs::path relative = path.native().substr((root / "").native().size());
-            Add(folder / relative, relative);
         }
     }
 

@@ -1,7 +1,6 @@
 #include "apps/orvane/upscale.h"
 
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -21,12 +20,6 @@
 namespace orvane::tool {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double SecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 std::string Counted(uint64_t count, const std::string& thing) {
     return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
@@ -44,7 +37,7 @@ uint64_t SkipDone(std::vector<PictureJob>& jobs, Progress& progress) {
     });
 }
 
-void Summarise(const BatchResult& result, uint64_t skipped, double seconds, Progress& progress) {
+void Summarise(const BatchResult& result, uint64_t skipped, Progress& progress) {
     std::string text = Counted(result.done, "picture") + " done";
     if (skipped > 0) {
         text += ", " + std::to_string(skipped) + " skipped";
@@ -54,7 +47,8 @@ void Summarise(const BatchResult& result, uint64_t skipped, double seconds, Prog
     }
     if (result.frames > 0) {
         std::array<char, 64> times{};
-        std::snprintf(times.data(), times.size(), " took %.2f s of %.2f s", result.frameMilliseconds / 1000, seconds);
+        std::snprintf(times.data(), times.size(), " took %.2f s of %.2f s", result.frameMilliseconds / 1000,
+                      result.seconds);
         text += "; " + Counted(result.frames, "frame") + times.data();
     }
     progress.Item(text, {{"event", "summary"},
@@ -63,7 +57,7 @@ void Summarise(const BatchResult& result, uint64_t skipped, double seconds, Prog
                          {"failed", result.failed},
                          {"frames", result.frames},
                          {"frameMilliseconds", result.frameMilliseconds},
-                         {"seconds", seconds}});
+                         {"seconds", result.seconds}});
 }
 
 BatchResult RunBatch(const UpscaleOptions& options, const std::vector<PictureJob>& jobs, Progress& progress) {
@@ -95,9 +89,8 @@ void Upscale(const UpscaleOptions& options) {
     std::vector<PictureJob> jobs = FindPictures(options.jobs);
     const uint64_t skipped = options.force ? 0 : SkipDone(jobs, *progress);
 
-    const Clock::time_point start = Clock::now();
     const BatchResult result = jobs.empty() ? BatchResult() : RunBatch(options, jobs, *progress);
-    Summarise(result, skipped, SecondsSince(start), *progress);
+    Summarise(result, skipped, *progress);
     if (StopSignal::Requested()) {
         throw Failure("Stopped by Ctrl-C. What was finished is kept; the same command goes on with the rest.");
     }
