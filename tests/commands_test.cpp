@@ -91,7 +91,7 @@ TEST_F(Commands, CheckAndBenchSayWhatTheyFind) {
 }
 
 TEST_F(Commands, HelpFitsAScreenAndHasAnExample) {
-    for (const std::wstring command : {L"check", L"bench", L"model", L"model info", L"model new"}) {
+    for (const std::wstring command : {L"upscale", L"check", L"bench", L"model", L"model info", L"model new"}) {
         const Outcome outcome = RunOrvane(m_folder, command + L" --help");
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_LE(std::count(outcome.text.begin(), outcome.text.end(), '\n'), 30) << outcome.text;
