@@ -49,6 +49,16 @@ def cost(weights):
     return products + sum(bias.size for _, bias in weights), products
 
 
+def beside_default(folder, figures):
+    """Sentences for a model that is judged on compressed frames, against the model for clean ones."""
+    path = folder / "figures-default.json"
+    if not path.exists():
+        return []
+    other = json.loads(path.read_text())["pictures"]["photo"]["library"]["psnr_y"]
+    return [f"The small pictures were compressed with x264 at crf 28. On them `default` gives {other:.2f} dB: this model "
+            f"{figures['pictures']['photo']['library']['psnr_y'] - other:+.2f} dB.", ""]
+
+
 def figure_table(figures):
     lines = ["| test pictures | bicubic | Lanczos | model | gain | RGB: bicubic, model | SSIM: bicubic, model |",
              "|---|---|---|---|---|---|---|"]
@@ -64,7 +74,7 @@ def _codes(change):
     return ", ".join(f"{value:+.2f}" for value in change["shift"])
 
 
-def text_of(name, card, figures, weights):
+def text_of(name, card, figures, weights, more):
     size, products = cost(weights)
     s = figures["synthetic"]
     rounding, training = figures["half_precision"], card["training"]
@@ -73,7 +83,7 @@ def text_of(name, card, figures, weights):
         f"# {name}", "", f"For {card['purpose']}. {card['channels']} channels, depth {card['depth']}: "
         f"{size} weights, {products} multiply-adds for each pixel of the small picture.", "",
         "Doubled by `liborvane.dll`; luma PSNR in dB (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut):", "",
-        *figure_table(figures), "",
+        *figure_table(figures), "", *more,
         f"The test pictures gave no training tile. Worse than bicubic on: {', '.join(figures['worse']) or 'none of them'}.", "",
         f"Half precision on the photographs, in PyTorch against single: rounding {rounding['rounded']['psnr_y']:+.3f} dB of luma, "
         f"truncating {rounding['truncated']['psnr_y']:+.3f} dB. Against the source the means of red, green and blue are off by "
@@ -97,13 +107,15 @@ def main():
     arguments = parser.parse_args()
     path = arguments.weights / f"{arguments.name}.json"
     card = json.loads(path.read_text())
-    figures = json.loads((arguments.results / arguments.name / "figures.json").read_text())
+    results = arguments.results / arguments.name
+    figures = json.loads((results / "figures.json").read_text())
     card["figures"] = {kind: {method: row[method]["psnr_y"] for method in ("bicubic", "lanczos", "library")}
                        for kind, row in figures["pictures"].items()}
     path.write_text(json.dumps(card, indent=2) + "\n")
     model = evaluate.Model(arguments.weights / f"{arguments.name}.en", None)
-    (arguments.weights / f"{arguments.name}.md").write_text(text_of(arguments.name, card, figures, model.arrays))
-    picture = labelled(crops(model, arguments.data / "test"))
+    (arguments.weights / f"{arguments.name}.md").write_text(text_of(
+        arguments.name, card, figures, model.arrays, beside_default(results, figures)))
+    picture = labelled(crops(model, arguments.data / ("test-video" if (results / "figures-default.json").exists() else "test")))
     picture.save(arguments.weights / f"{arguments.name}.png", optimize=True)
 
 

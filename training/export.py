@@ -71,7 +71,7 @@ def main():
     folder = arguments.results / arguments.name
     settings = json.loads((folder / "configuration.json").read_text())
     weights = [tuple(map(torch.from_numpy, layer)) for layer in convert.read(folder / "weights.npz")]
-    weights = corrected(weights, evaluate.read_pairs(arguments.data / settings["validation"], "photo-*.png"))
+    weights = corrected(weights, evaluate.read_pairs(arguments.data / "val", "photo-*.png"))
     state = torch.load(folder / "checkpoint.pt", map_location="cpu")
     arguments.weights.mkdir(exist_ok=True)
     data = convert.to_bytes([(f.numpy(), b.numpy()) for f, b in weights])
