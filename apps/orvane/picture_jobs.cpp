@@ -51,7 +51,11 @@ public:
         } else {
             for (const std::string& input : m_options.inputs) {
                 const fs::path path = PathFromUtf8(input);
-                IsFolder(LongPath(path)) ? AddFolder(path) : Add(path, path.filename());
+                if (IsFolder(LongPath(path))) {
+                    AddFolder(path);
+                } else {
+                    Add(path, path.filename());
+                }
             }
             AddList();
         }
