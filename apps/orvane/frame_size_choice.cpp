@@ -20,6 +20,13 @@ bool FrameSizeChoice::StayingPays(const FrameExtent& picture, const FrameExtent&
     if (m_rules.rim == 0 && isTooLarge) {
         return false;
     }
+    // Overlapping frames get on only when they are longer than what overlaps.
+    const auto isTooShort = [&](uint32_t frame, uint32_t length) {
+        return frame <= 2 * m_rules.reach && frame < length + 2 * m_rules.rim;
+    };
+    if (isTooShort(m_current->width, picture.width) || isTooShort(m_current->height, picture.height)) {
+        return false;
+    }
     const uint64_t extra = WorkArea(picture, *m_current, m_rules) -
                            std::min(WorkArea(picture, *m_current, m_rules), WorkArea(picture, best, m_rules));
     m_wasted += static_cast<double>(extra) * m_perPixel;

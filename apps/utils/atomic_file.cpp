@@ -57,12 +57,12 @@ void RequireWritableTarget(const fs::path& path, const std::string& name) {
     }
 }
 
-PendingFile::PendingFile(fs::path target, const std::string& name)
+PendingFile::PendingFile(fs::path target, const std::string& name, const fs::path& ending)
     : m_target(std::move(target)), m_name(name), m_path(m_target) {
     RequireWritableTarget(m_target, m_name);
     m_path += '.';
     m_path += std::to_string(std::random_device()());
-    m_path += ".tmp";
+    m_path += ending;
 }
 
 PendingFile::~PendingFile() {

@@ -22,8 +22,9 @@ std::vector<uint8_t> ReadWholeFile(const std::filesystem::path& path);
 // Otherwise it is removed with this object.
 class PendingFile {
 public:
-    // Throws Failure when there is nowhere to put it.
-    explicit PendingFile(std::filesystem::path target, const std::string& name = {});
+    // Throws Failure when there is nowhere to put it. `ending` is that of its own name.
+    explicit PendingFile(std::filesystem::path target, const std::string& name = {},
+                         const std::filesystem::path& ending = ".tmp");
     ~PendingFile();
     PendingFile(const PendingFile&) = delete;
     PendingFile& operator=(const PendingFile&) = delete;

@@ -22,6 +22,14 @@ std::string NarrowFromWide(std::wstring_view text, UINT codePage) {
     return narrow;
 }
 
+std::wstring WideFromNarrow(std::string_view text, UINT codePage) {
+    const int length = IntLength(text.size());
+    const int size = MultiByteToWideChar(codePage, 0, text.data(), length, nullptr, 0);
+    std::wstring wide(static_cast<size_t>(size), L'\0');
+    MultiByteToWideChar(codePage, 0, text.data(), length, wide.data(), size);
+    return wide;
+}
+
 }  // namespace
 
 std::string Utf8FromWide(std::wstring_view text) {
@@ -33,11 +41,11 @@ std::string AnsiFromWide(std::wstring_view text) {
 }
 
 std::wstring WideFromAnsi(std::string_view text) {
-    const int length = IntLength(text.size());
-    const int size = MultiByteToWideChar(CP_ACP, 0, text.data(), length, nullptr, 0);
-    std::wstring wide(static_cast<size_t>(size), L'\0');
-    MultiByteToWideChar(CP_ACP, 0, text.data(), length, wide.data(), size);
-    return wide;
+    return WideFromNarrow(text, CP_ACP);
+}
+
+std::wstring WideFromUtf8(std::string_view text) {
+    return WideFromNarrow(text, CP_UTF8);
 }
 
 std::string Utf8FromAnsi(std::string_view text) {
