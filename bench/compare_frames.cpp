@@ -1,9 +1,11 @@
 // Frame by frame against the peer: the same bytes in host memory to the same bytes in host memory.
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 
 #include "bench/session.h"
 #include "bench/statistics.h"
+#include "bench/turns.h"
 #include "bench/worker.h"
 
 namespace orvane::bench {
@@ -34,19 +36,13 @@ std::vector<Case> Cases(const Options& options) {
     return cases;
 }
 
-struct Times {
-    std::vector<double> ours;
-    std::vector<double> peer;
-    std::vector<double> ratios;  // of the turns' medians
+struct Result {
+    Case one;
+    Side ours;
+    std::optional<Side> peer;
+    double privateBytes = 0.0;
+    double peerPrivateBytes = 0.0;
     double largestDifference = 0.0;
-
-    void AddTurn(const std::vector<double>& oursOfTurn, const std::vector<double>& peerOfTurn) {
-        ours.insert(ours.end(), oursOfTurn.begin(), oursOfTurn.end());
-        peer.insert(peer.end(), peerOfTurn.begin(), peerOfTurn.end());
-        if (!peerOfTurn.empty()) {
-            ratios.push_back(Median(oursOfTurn) / Median(peerOfTurn));
-        }
-    }
 };
 
 double LargestDifference(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
@@ -58,66 +54,93 @@ double LargestDifference(const std::vector<uint8_t>& a, const std::vector<uint8_
     return largest;
 }
 
-// Several frames a turn, the sides taking turns, the first one changing from turn to turn.
-Times TakeTurns(const Session& session, const Case& one) {
-    const double turnMilliseconds = session.options.isShort ? 30.0 : 400.0;
-    const double totalMilliseconds = session.options.isShort ? 200.0 : 20'000.0;
-    const size_t leastTurns = session.options.isShort ? 2 : 5;
+double DifferenceOfPictures(const Session& session, WorkerProcess& ours, WorkerProcess& peer) {
+    const auto path = std::filesystem::absolute(session.options.folder / "picture.rgba");
+    ours.Ask("save " + path.string());
+    const std::vector<uint8_t> oursPicture = LoadBytes(path);
+    peer.Ask("save " + path.string());
+    const double difference = LargestDifference(oursPicture, LoadBytes(path));
+    std::filesystem::remove(path);
+    return difference;
+}
 
+Result RunCase(const Session& session, const Case& one) {
     const auto ours = session.StartOurs();
     const auto peer = Session::HasPeer() ? session.StartPeer() : nullptr;
-    const std::string open = session.OpenCommand(one.size, one.network);
-    ours->Ask(open);
+    ours->Ask(session.OpenCommand(one.size, one.network));
     ours->Ask("frames 1");
+    const std::string frames = FramesOfTurn(*ours, "frames", session.Patience(500.0));
+    std::vector<Side> sides{{*ours, frames}};
     if (peer) {
-        peer->Ask(open);
-        peer->Ask("frames 1");
+        peer->Ask(session.OpenCommand(one.size, one.network));
+        peer->Ask("frames 2");
+        sides.emplace_back(*peer, frames);
     }
-    const double frame = ours->Ask("frames 1").front();
-    const auto count = static_cast<size_t>(std::clamp(turnMilliseconds / frame, 2.0, 50.0));
-    const std::string frames = "frames " + std::to_string(count);
-
-    Times times;
-    const double start = NowMilliseconds();
-    for (size_t turn = 0; turn < leastTurns || NowMilliseconds() - start < totalMilliseconds; ++turn) {
-        std::vector<double> oursOfTurn;
-        std::vector<double> peerOfTurn;
-        if (turn % 2 == 0) {
-            oursOfTurn = ours->Ask(frames);
-        }
-        if (peer) {
-            peerOfTurn = peer->Ask(frames);
-        }
-        if (turn % 2 == 1) {
-            oursOfTurn = ours->Ask(frames);
-        }
-        times.AddTurn(oursOfTurn, peerOfTurn);
-    }
+    TakeTurns(sides, session.Patience(20'000.0), session.LeastTurns(3));
+    Result result{one, sides.front(), std::nullopt, ours->Ask("memory").front()};
     if (peer) {
-        const auto path = std::filesystem::absolute(session.options.folder / "picture.rgba");
-        ours->Ask("save " + path.string());
-        const std::vector<uint8_t> oursPicture = LoadBytes(path);
-        peer->Ask("save " + path.string());
-        times.largestDifference = LargestDifference(oursPicture, LoadBytes(path));
-        std::filesystem::remove(path);
+        result.peer = sides.back();
+        result.peerPrivateBytes = peer->Ask("memory").front();
+        result.largestDifference = DifferenceOfPictures(session, *ours, *peer);
     }
-    return times;
+    return result;
 }
 
-std::vector<Cell> Row(const Case& one, const Times& times) {
-    const auto& [ours, peer, ratios, difference] = times;
-    std::vector<Cell> row{one.network.Name(),  SizeName(one.size), static_cast<double>(ours.size()),
-                          Quantile(ours, 0.0), Median(ours),       Quantile(ours, 0.95)};
-    if (!peer.empty()) {
-        row.insert(row.end(),
-                   {Quantile(peer, 0.0), Median(peer), Quantile(peer, 0.95), Median(ratios), Quantile(ratios, 0.25),
-                    Quantile(ratios, 0.75), Quantile(ours, 0.0) / Quantile(peer, 0.0),
-                    static_cast<double>(ratios.size()), difference});
+Table FramesTable(const std::vector<Result>& results) {
+    Table table{"One frame, milliseconds",
+                {{"network"}, {"size"}, {"frames"}, {"least", 2}, {"median", 2}, {"95 %", 2}},
+                {},
+                {}};
+    if (Session::HasPeer()) {
+        table.columns.insert(table.columns.end(), {{"peer least", 2}, {"peer median", 2}, {"peer 95 %", 2}});
+        table.note =
+            "The peer is ONNX Runtime with its DirectML provider, in a process of its own; the two take turns.";
     }
-    return row;
+    for (const Result& result : results) {
+        std::vector<Cell>& row = table.rows.emplace_back();
+        row = {result.one.network.Name(), SizeName(result.one.size), static_cast<double>(result.ours.frames.size())};
+        for (const Side* const side : {&result.ours, result.peer ? &*result.peer : nullptr}) {
+            if (side != nullptr) {
+                row.insert(row.end(),
+                           {Quantile(side->frames, 0.0), Median(side->frames), Quantile(side->frames, 0.95)});
+            }
+        }
+    }
+    return table;
 }
 
-Table CardTable(const Options& options, const std::vector<Case>& cases, const std::vector<Times>& times) {
+Table RatiosTable(const std::vector<Result>& results) {
+    constexpr double kMebibyte = 1048576.0;
+    Table table{
+        "Orvane / ONNX Runtime",
+        {{"network"},
+         {"size"},
+         {"turns"},
+         {"ratio", 3},
+         {"ratio 25 %", 3},
+         {"ratio 75 %", 3},
+         {"ratio of the least", 3},
+         {"processor ms", 1},
+         {"peer processor ms", 1},
+         {"ratio of processor time", 3},
+         {"private MiB"},
+         {"peer private MiB"},
+         {"largest difference"}},
+        {},
+        "Of the medians of each turn: the median of all turns and the quarters beside it. Processor time is that "
+        "of all cores for one frame. The difference is of two bytes of the pictures."};
+    for (const Result& result : results) {
+        const Ratio ratio = Compare(result.ours, *result.peer);
+        table.rows.push_back({result.one.network.Name(), SizeName(result.one.size),
+                              static_cast<double>(result.ours.turnMedians.size()), ratio.median, ratio.low, ratio.high,
+                              ratio.least, result.ours.ProcessorPerFrame(), result.peer->ProcessorPerFrame(),
+                              ratio.processor, result.privateBytes / kMebibyte, result.peerPrivateBytes / kMebibyte,
+                              result.largestDifference});
+    }
+    return table;
+}
+
+Table CardTable(const Options& options, const std::vector<Result>& results) {
     Table table{"Against the card's limits",
                 {{"network"},
                  {"size"},
@@ -132,66 +155,50 @@ Table CardTable(const Options& options, const std::vector<Case>& cases, const st
                 {},
                 "The operations are the convolutions' multiplications and additions; the bytes, every tensor written "
                 "once and read once. A peak of 0 is not known: --peak-tflops, --peak-gbps."};
-    for (size_t i = 0; i < cases.size(); ++i) {
-        const double seconds = Median(times[i].ours) / 1e3;
-        const double operations = FrameOperations(cases[i].network, cases[i].size);
-        const double bytes = FrameBytes(cases[i].network, cases[i].size);
+    for (const Result& result : results) {
+        const auto& [size, network] = result.one;
+        const double seconds = Median(result.ours.frames) / 1e3;
+        const double operations = FrameOperations(network, size) / seconds;
+        const double bytes = FrameBytes(network, size) / seconds;
         const auto percent = [](double reached, double peak) { return peak > 0.0 ? 100.0 * reached / peak : 0.0; };
-        table.rows.push_back({cases[i].network.Name(), SizeName(cases[i].size), seconds * 1e3, operations / 1e9,
-                              operations / seconds / 1e12, percent(operations / seconds / 1e12, options.peakTeraflops),
-                              bytes / 1e6, bytes / seconds / 1e9, percent(bytes / seconds / 1e9, options.peakGigabytes),
+        table.rows.push_back({network.Name(), SizeName(size), seconds * 1e3, FrameOperations(network, size) / 1e9,
+                              operations / 1e12, percent(operations / 1e12, options.peakTeraflops),
+                              FrameBytes(network, size) / 1e6, bytes / 1e9, percent(bytes / 1e9, options.peakGigabytes),
                               1.0 / seconds});
     }
     return table;
 }
 
-void Plot(Session& session, const Case& one, const Times& times) {
-    const auto add = [&](const std::string& side, const std::vector<double>& values) {
-        const std::string name = side + ", " + one.network.Name();
+void Plot(Session& session, const Result& result) {
+    const auto add = [&](const std::string& side, const std::vector<double>& frames) {
+        const std::string name = side + ", " + result.one.network.Name();
         auto& plot = session.plot;
         auto found = std::find_if(plot.begin(), plot.end(), [&](const Series& series) { return series.name == name; });
         if (found == plot.end()) {
             found = plot.insert(plot.end(), {name, {}});
         }
-        found->points.emplace_back(one.size.width * one.size.height, Median(values));
+        found->points.emplace_back(result.one.size.width * result.one.size.height, Median(frames));
     };
-    add("Orvane", times.ours);
-    if (!times.peer.empty()) {
-        add("ONNX Runtime", times.peer);
+    add("Orvane", result.ours.frames);
+    if (result.peer) {
+        add("ONNX Runtime", result.peer->frames);
     }
 }
 
 }  // namespace
 
 void CompareFrames(Session& session) {
-    Table table{"One frame, milliseconds",
-                {{"network"}, {"size"}, {"frames"}, {"least", 2}, {"median", 2}, {"95 %", 2}},
-                {},
-                {}};
+    std::vector<Result> results;
+    for (const Case& one : Cases(session.options)) {
+        results.push_back(RunCase(session, one));
+        Plot(session, results.back());
+    }
+    session.Add(FramesTable(results));
     if (Session::HasPeer()) {
-        table.columns.insert(table.columns.end(), {{"peer least", 2},
-                                                   {"peer median", 2},
-                                                   {"peer 95 %", 2},
-                                                   {"ratio", 3},
-                                                   {"ratio 25 %", 3},
-                                                   {"ratio 75 %", 3},
-                                                   {"ratio of the least", 3},
-                                                   {"turns"},
-                                                   {"largest difference"}});
-        table.note =
-            "The peer is ONNX Runtime with its DirectML provider, in a process of its own; the two take turns. Ratios "
-            "are ours / the peer's, of the medians of each turn: the median of all turns and the quarters beside it.";
+        session.Add(RatiosTable(results));
     }
-    const std::vector<Case> cases = Cases(session.options);
-    std::vector<Times> times;
-    for (const Case& one : cases) {
-        times.push_back(TakeTurns(session, one));
-        table.rows.push_back(Row(one, times.back()));
-        Plot(session, one, times.back());
-    }
-    session.Add(table);
     if (session.options.isCard) {
-        session.Add(CardTable(session.options, cases, times));
+        session.Add(CardTable(session.options, results));
     }
 }
 

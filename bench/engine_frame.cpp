@@ -64,14 +64,6 @@ std::vector<double> EngineFrame::RunApart() {
     return times;
 }
 
-uint64_t EngineFrame::PlannedBytes() const {
-    uint64_t bytes = m_network.plan.modelInputSize + m_network.plan.modelOutputSize;
-    for (uint32_t i = 1; i <= m_layers.size(); ++i) {
-        bytes += m_network.plan.bufferSizes[i];
-    }
-    return bytes;
-}
-
 // `stamp` is called before the first step and after each.
 void EngineFrame::RecordFrame(const std::function<void()>& stamp) {
     Require(m_resources.ResetCommandList() == 0, "the command list cannot be reset");

@@ -30,9 +30,6 @@ public:
     // the whole submission with its wait, and the rows to the host. The stamps are 0 where the device has none.
     std::vector<double> RunApart();
 
-    // Bytes of the tensors, as the network's plan has them.
-    uint64_t PlannedBytes() const;
-
 private:
     void RecordFrame(const std::function<void()>& stamp);
     void RecordLayers(const std::function<void()>& stamp);

@@ -61,7 +61,7 @@ void Run(Session& session) {
     const std::vector<std::pair<std::string, std::string>> facts{
         {"adapter", adapter.adapterName}, {"processor", ProcessorName()}, {"Windows", adapter.osVersion}};
     for (const auto& [name, value] : facts) {
-        session.Say(name + ": " + value);
+        session.Say(std::string(name).append(": ").append(value));
     }
     session.Say(Session::HasPeer() ? "" : "There is no bench_peer.exe: nothing to compare with.\n");
     const std::vector<std::string>& only = session.options.only;

@@ -41,12 +41,11 @@ void CountMemory(Session& session) {
     const auto ours = session.StartOurs();
     ours->Ask(session.OpenCommand(size, network));
     std::vector<Cell> row{network.Name(), SizeName(size), PlannedBytes(size, network) / kMebibyte};
-    const std::vector<double> opened = ours->Ask("memory");
-    row.emplace_back(opened[1] / kMebibyte);
-    row.emplace_back(opened[0] / kMebibyte);
+    row.emplace_back(ours->Ask("logged").front() / kMebibyte);
+    row.emplace_back(ours->Ask("memory").front() / kMebibyte);
     for (const int frames : {10, 490, 500}) {
         ours->Ask("frames " + std::to_string(session.options.isShort ? std::min(frames, 5) : frames));
-        row.emplace_back(ours->Ask("memory")[0] / kMebibyte);
+        row.emplace_back(ours->Ask("memory").front() / kMebibyte);
     }
     table.rows.push_back(row);
     if (session.options.isShort) {
@@ -124,10 +123,10 @@ void FitGrowth(Session& session) {
     Table points{"Growth, the points", {{"with"}, {"size"}, {"network"}, {"x", 3}, {"least, ms", 3}}, {}, {}};
     const auto ours = session.StartOurs();
     for (Growth& growth : [&] { return Growths(session.options); }()) {
-        for (int round = 0; round < (session.options.isShort ? 1 : 4); ++round) {
+        for (int round = 0; round < (session.options.isShort ? 1 : 3); ++round) {
             for (Point& point : growth.points) {
                 ours->Ask(session.OpenCommand(point.size, point.network));
-                const std::vector<double> times = ours->Ask(session.options.isShort ? "frames 2" : "frames 6");
+                const std::vector<double> times = ours->Ask(session.options.isShort ? "frames 2" : "frames 5");
                 point.least = std::min(point.least, Quantile({times.begin() + 1, times.end()}, 0.0));
                 ours->Ask("close");
             }

@@ -21,47 +21,70 @@ constexpr double kStepsPerBlock = 32 * 5 + 1;
 
 // Nanoseconds of one simple operation that waits for the one before.
 double StepNanoseconds() {
-    constexpr int kSteps = 2'000'000;
+    constexpr int kSteps = 200'000;
+    static double least = INFINITY;
     volatile uint32_t seed = 0x9E3779B9;
     const uint32_t a = seed;
     const uint32_t b = seed + 2;
-    uint32_t chain = seed + 1;
-    const double time = Measure([&] {
-        for (int i = 0; i < kSteps / 16; ++i) {
-            // Eight times two steps; the compiler cannot join an addition and an exclusive-or.
-            for (int k = 0; k < 8; ++k) {
+    for (int run = 0; run < 100; ++run) {
+        uint32_t chain = seed;
+        // Two steps each time round: the compiler cannot join an exclusive-or and an addition.
+        const double time = Measure([&] {
+            for (int i = 0; i < kSteps / 2; ++i) {
                 chain = (chain ^ a) + b;
             }
-        }
-    });
-    seed = chain;
-    return time * 1e6 / kSteps;
+        });
+        seed = chain;
+        least = std::min(least, time * 1e6 / kSteps);
+    }
+    return least;
 }
 
-// The least time of `work` in milliseconds, with the machine's step measured in between: both are of the same moments.
-struct Timing {
+// The milliseconds that `work` takes one core: the least of many times, or for longer work, which other programs
+// interrupt, the processor time. This process has no other thread.
+template <typename Work>
+double TimeOnCore(double patience, const Work& work) {
+    constexpr double kLong = 5.0;
     double least = INFINITY;
-    double step = INFINITY;
-
-    template <typename Work>
-    void Run(double milliseconds, const Work& work) {
-        const double start = NowMilliseconds();
-        do {
-            step = std::min(step, StepNanoseconds());
-            least = std::min(least, Measure(work));
-        } while (NowMilliseconds() - start < milliseconds);
+    int runs = 0;
+    double used = 0.0;
+    for (const double start = ProcessorMilliseconds(); runs == 0 || used < patience; ++runs) {
+        least = std::min(least, Measure(work));
+        used = ProcessorMilliseconds() - start;
     }
-};
+    return least < kLong ? least : used / runs;
+}
 
-double LoadMilliseconds(const std::filesystem::path& path, NetworkNumbers network, double milliseconds) {
-    Timing timing;
-    timing.Run(milliseconds, [&] {
+// The file at `path` is the container, enciphered `layers` times, or a plain file.
+void AddRow(Table& table, NetworkNumbers network, size_t plainBytes, const std::filesystem::path& path,
+            const std::vector<uint8_t>& container, int layers, double patience) {
+    const double megabytes = static_cast<double>(plainBytes) / 1e6;
+    const auto speed = [&](double milliseconds) { return megabytes / milliseconds * 1e3; };
+    std::vector<Cell>& row = table.rows.emplace_back();
+    row = {static_cast<double>(plainBytes), static_cast<double>(layers)};
+    if (layers == 0) {
+        row.insert(row.end(), 5, "");
+    } else {
+        std::vector<uint8_t> output(container.size());
+        const double once = TimeOnCore(patience, [&] {
+            auto length = static_cast<int32_t>(output.size());
+            TeaDecryptBuffer(container.data(), static_cast<int32_t>(container.size()), output.data(), length,
+                             layers == 2 ? kOuterKey : kFileKey);
+        });
+        const double read = TimeOnCore(patience, [&] {
+            std::stringstream stream;
+            Require(OpenModelStream(path.string(), stream), "a model cannot be read");
+        });
+        const double limit = 8e3 / (kStepsPerBlock * StepNanoseconds()) / layers;
+        const double deciphered = speed(once) / layers;
+        row.insert(row.end(), {deciphered, limit, deciphered / limit, speed(read), speed(read) / limit});
+    }
+    row.emplace_back(speed(TimeOnCore(patience, [&] {
         WeightLoader loader;
         WeightMap weights;
         Require(loader.LoadWeights(path.string(), MakeNetworkConfig(network.channels, network.depth), weights) == 0,
                 "a model cannot be loaded");
-    });
-    return timing.least;
+    })));
 }
 
 }  // namespace
@@ -78,10 +101,10 @@ void TimeModelLoading(Session& session) {
          {"share of both", 3},
          {"loaded, MB/s", 1}},
         {},
-        "Megabytes of the plain file a second, the best of many. The limit is the serial chain of one core: 161 "
+        "Megabytes of the plain file a second on one core. The limit is the serial chain of one core: 161 "
         "operations that wait for each other for every 8 bytes, once or twice. Loaded is everything from the file "
         "to the weights by name."};
-    const double patience = session.options.isShort ? 20.0 : 1'500.0;
+    const double patience = session.Patience(500.0);
     std::vector<NetworkNumbers> networks{{32, 2}, {128, 3}, {528, 4}};
     if (session.options.isShort) {
         networks.resize(1);
@@ -89,41 +112,13 @@ void TimeModelLoading(Session& session) {
     std::mt19937 random(3);
     for (const NetworkNumbers network : networks) {
         const std::vector<uint8_t> plain = LoadBytes(session.ModelFile(network));
-        const double megabytes = static_cast<double>(plain.size()) / 1e6;
         const std::vector<uint8_t> once = tool::EncipherContainer(plain, kFileKey, random);
         const std::vector<uint8_t> twice = tool::EncipherContainer(once, kOuterKey, random);
-        std::vector<uint8_t> output(twice.size());
-        for (const int times : {0, 1, 2}) {
-            const auto path = session.options.folder / "models" / (std::string("model.") + (times == 1 ? "en" : "en2"));
-            const auto& file = times == 2 ? twice : once;
-            double deciphered = NAN;
-            double read = NAN;
-            double limit = NAN;
-            if (times != 0) {
-                SaveBytes(path, file);
-                Timing alone;
-                alone.Run(patience, [&] {
-                    auto length = static_cast<int32_t>(output.size());
-                    TeaDecryptBuffer(file.data(), static_cast<int32_t>(file.size()), output.data(), length,
-                                     times == 2 ? kOuterKey : kFileKey);
-                });
-                Timing whole;
-                whole.Run(patience, [&] {
-                    std::stringstream stream;
-                    Require(OpenModelStream(path.string(), stream), "a model cannot be read");
-                });
-                limit = 8e3 / (kStepsPerBlock * std::min(alone.step, whole.step)) / times;
-                deciphered = megabytes / alone.least * 1e3 / times;
-                read = megabytes / whole.least * 1e3;
-            }
-            const double load = LoadMilliseconds(times == 0 ? session.ModelFile(network) : path, network, patience);
-            const auto number = [](double value) { return std::isnan(value) ? Cell("") : Cell(value); };
-            table.rows.push_back({static_cast<double>(plain.size()),
-                                  std::string(times == 0   ? "no"
-                                              : times == 1 ? "once"
-                                                           : "twice"),
-                                  number(deciphered), number(limit), number(deciphered / limit), number(read),
-                                  number(read / limit), megabytes / load * 1e3});
+        AddRow(table, network, plain.size(), session.ModelFile(network), {}, 0, patience);
+        for (const int layers : {1, 2}) {
+            const auto path = session.options.folder / "models" / (layers == 1 ? "model.en" : "model.en2");
+            SaveBytes(path, layers == 1 ? once : twice);
+            AddRow(table, network, plain.size(), path, layers == 1 ? once : twice, layers, patience);
         }
     }
     session.Add(table);

@@ -26,6 +26,7 @@ struct Variant {
     bool isOwned = false;
     DML_EXECUTION_FLAGS flags = kNoFlags;
     bool isOneGraph = false;
+    bool hasActivation = true;
 };
 
 constexpr std::array<Variant, kOperatorVariantNames.size()> kVariants{{
@@ -41,6 +42,8 @@ constexpr std::array<Variant, kOperatorVariantNames.size()> kVariants{{
     {TensorLayout::kNchw, false, kNoFlags, true},
     {TensorLayout::kNchw, true, kNoFlags, true},
     {TensorLayout::kNhwc, true, kHalfPrecision, true},
+    {TensorLayout::kNchw, false, kNoFlags, false, false},
+    {TensorLayout::kNchw, true, kNoFlags, true, false},
 }};
 
 void Check(HRESULT hr, const char* what) {
@@ -49,6 +52,16 @@ void Check(HRESULT hr, const char* what) {
         std::snprintf(text, sizeof(text), "%s: 0x%08X", what, static_cast<unsigned int>(hr));
         throw std::runtime_error(text);
     }
+}
+
+template <typename Input, typename Make>
+auto MakeEach(const std::vector<Input>& inputs, const Make& make) {
+    std::vector<decltype(make(inputs.front()))> results;
+    results.reserve(inputs.size());
+    for (const Input& input : inputs) {
+        results.push_back(make(input));
+    }
+    return results;
 }
 
 // A tensor's description with everything that it points to; not to be moved.
@@ -77,11 +90,11 @@ private:
 
 ComPtr<IDMLOperator> CreateConvolution(IDMLDevice& device, const LayerShape& layer, const TensorShape& inputShape,
                                        const TensorShape& outputShape, const Variant& variant) {
-    const auto [layout, isOwned, flags, isOneGraph] = variant;
+    const TensorLayout layout = variant.layout;
     const TensorShape filterShape = FilterShape(layer);
     const TensorDesc input(inputShape, layout, false);
-    const TensorDesc filter(filterShape, layout, isOwned);
-    const TensorDesc bias(BiasShape(layer), layout, isOwned);
+    const TensorDesc filter(filterShape, layout, variant.isOwned);
+    const TensorDesc bias(BiasShape(layer), layout, variant.isOwned);
     const TensorDesc output(outputShape, layout, false);
     const DML_ACTIVATION_HARD_SIGMOID_OPERATOR_DESC hardSigmoid{nullptr, nullptr, 1.0F, 0.0F};
     const DML_OPERATOR_DESC activation{DML_OPERATOR_ACTIVATION_HARD_SIGMOID, &hardSigmoid};
@@ -100,7 +113,7 @@ ComPtr<IDMLOperator> CreateConvolution(IDMLDevice& device, const LayerShape& lay
                                                     kOnes.data(),
                                                     kZeros.data(),
                                                     1,
-                                                    &activation};
+                                                    variant.hasActivation ? &activation : nullptr};
     const DML_OPERATOR_DESC desc{DML_OPERATOR_CONVOLUTION, &convolution};
     ComPtr<IDMLOperator> result;
     Check(device.CreateOperator(&desc, IID_PPV_ARGS(result.GetAddressOf())), "CreateOperator");
@@ -111,11 +124,12 @@ ComPtr<IDMLOperator> CreateConvolution(IDMLDevice& device, const LayerShape& lay
 ComPtr<IDMLCompiledOperator> CompileGraph(IDMLDevice& device, const std::vector<ComPtr<IDMLOperator>>& layers,
                                           DML_EXECUTION_FLAGS flags) {
     const auto count = static_cast<UINT>(layers.size());
-    std::vector<DML_OPERATOR_GRAPH_NODE_DESC> operators;
+    const auto operators = MakeEach(layers, [](const auto& layer) {
+        return DML_OPERATOR_GRAPH_NODE_DESC{layer.Get(), nullptr};
+    });
     std::vector<DML_INPUT_GRAPH_EDGE_DESC> inputs{{0, 0, 0, nullptr}};
     std::vector<DML_INTERMEDIATE_GRAPH_EDGE_DESC> intermediates;
     for (UINT i = 0; i < count; ++i) {
-        operators.push_back({layers[i].Get(), nullptr});
         inputs.push_back({1 + 2 * i, i, 1, nullptr});
         inputs.push_back({2 + 2 * i, i, 2, nullptr});
         if (i > 0) {
@@ -124,18 +138,15 @@ ComPtr<IDMLCompiledOperator> CompileGraph(IDMLDevice& device, const std::vector<
     }
     const DML_OUTPUT_GRAPH_EDGE_DESC output{count - 1, 0, 0, nullptr};
     const DML_GRAPH_EDGE_DESC outputEdge{DML_GRAPH_EDGE_TYPE_OUTPUT, &output};
-    std::vector<DML_GRAPH_NODE_DESC> nodes;
-    std::vector<DML_GRAPH_EDGE_DESC> inputEdges;
-    std::vector<DML_GRAPH_EDGE_DESC> intermediateEdges;
-    for (const auto& node : operators) {
-        nodes.push_back({DML_GRAPH_NODE_TYPE_OPERATOR, &node});
-    }
-    for (const auto& edge : inputs) {
-        inputEdges.push_back({DML_GRAPH_EDGE_TYPE_INPUT, &edge});
-    }
-    for (const auto& edge : intermediates) {
-        intermediateEdges.push_back({DML_GRAPH_EDGE_TYPE_INTERMEDIATE, &edge});
-    }
+    const auto nodes = MakeEach(operators, [](const auto& node) {
+        return DML_GRAPH_NODE_DESC{DML_GRAPH_NODE_TYPE_OPERATOR, &node};
+    });
+    const auto inputEdges = MakeEach(inputs, [](const auto& edge) {
+        return DML_GRAPH_EDGE_DESC{DML_GRAPH_EDGE_TYPE_INPUT, &edge};
+    });
+    const auto intermediateEdges = MakeEach(intermediates, [](const auto& edge) {
+        return DML_GRAPH_EDGE_DESC{DML_GRAPH_EDGE_TYPE_INTERMEDIATE, &edge};
+    });
     const DML_GRAPH_DESC desc{static_cast<UINT>(inputs.size()),
                               1,
                               count,
@@ -244,10 +255,7 @@ private:
     }
 
     void Initialize() {
-        std::vector<IDMLCompiledOperator*> compiled;
-        for (const Step& step : m_steps) {
-            compiled.push_back(step.compiled.Get());
-        }
+        const auto compiled = MakeEach(m_steps, [](const Step& step) { return step.compiled.Get(); });
         ComPtr<IDMLOperatorInitializer> initializer;
         Check(m_context.device->CreateOperatorInitializer(static_cast<UINT>(compiled.size()), compiled.data(),
                                                           IID_PPV_ARGS(initializer.GetAddressOf())),
@@ -273,54 +281,43 @@ private:
         Require(SUCCEEDED(m_resources.CloseCommandList()) && m_resources.ExecuteAndWait() == 0, "the GPU failed");
     }
 
-    // Weights that DirectML owns are inputs of the initialisation.
+    // What is bound to a step's inputs: the tensor and the weights, or, when DirectML owns those, the ones at its
+    // initialisation and the other at its execution.
+    std::vector<DML_BUFFER_BINDING> Inputs(const Step& step, bool atInitialization) const {
+        return MakeEach(step.inputs, [&](ID3D12Resource* input) {
+            const bool isWeight = input != step.inputs.front();
+            const bool isBound = atInitialization ? isWeight : !isWeight || !m_variant.isOwned;
+            return WholeBuffer(isBound ? input : nullptr);
+        });
+    }
+
     void BindForInitialization(IDMLBindingTable& table) const {
-        std::vector<std::vector<DML_BUFFER_BINDING>> buffers;
-        std::vector<DML_BUFFER_BINDING> persistent;
-        for (const Step& step : m_steps) {
-            std::vector<DML_BUFFER_BINDING>& inputs = buffers.emplace_back();
-            for (ID3D12Resource* const input : step.inputs) {
-                inputs.push_back(WholeBuffer(input != step.inputs.front() ? input : nullptr));
-            }
-            persistent.push_back(WholeBuffer(step.persistent.Get()));
-        }
-        std::vector<DML_BUFFER_ARRAY_BINDING> arrays;
-        for (const auto& inputs : buffers) {
-            arrays.push_back({static_cast<UINT>(inputs.size()), inputs.data()});
-        }
-        std::vector<DML_BINDING_DESC> inputDescs;
-        std::vector<DML_BINDING_DESC> outputDescs;
-        for (size_t i = 0; i < m_steps.size(); ++i) {
-            inputDescs.push_back({DML_BINDING_TYPE_BUFFER_ARRAY, &arrays[i]});
-            outputDescs.push_back(Desc(persistent[i]));
-        }
+        const auto inputs = MakeEach(m_steps, [this](const Step& step) { return Inputs(step, true); });
+        const auto arrays = MakeEach(inputs, [](const auto& buffers) {
+            return DML_BUFFER_ARRAY_BINDING{static_cast<UINT>(buffers.size()), buffers.data()};
+        });
+        const auto inputDescs = MakeEach(arrays, [](const auto& array) {
+            return DML_BINDING_DESC{DML_BINDING_TYPE_BUFFER_ARRAY, &array};
+        });
         if (m_variant.isOwned) {
             table.BindInputs(static_cast<UINT>(inputDescs.size()), inputDescs.data());
         }
+        const auto persistent = MakeEach(m_steps, [](const Step& step) { return WholeBuffer(step.persistent.Get()); });
+        const auto outputDescs = MakeEach(persistent, Desc);
         table.BindOutputs(static_cast<UINT>(outputDescs.size()), outputDescs.data());
     }
 
     void Bind(Step& step, size_t index) const {
         step.table = Table(step.compiled.Get(), index);
-        std::vector<DML_BUFFER_BINDING> buffers;
-        for (ID3D12Resource* const input : step.inputs) {
-            const bool isTaken = m_variant.isOwned && input != step.inputs.front();
-            buffers.push_back(WholeBuffer(isTaken ? nullptr : input));
-        }
-        std::vector<DML_BINDING_DESC> inputs;
-        for (const DML_BUFFER_BINDING& buffer : buffers) {
-            inputs.push_back(Desc(buffer));
-        }
-        step.table->BindInputs(static_cast<UINT>(inputs.size()), inputs.data());
-        const DML_BUFFER_BINDING output = WholeBuffer(step.output);
-        const DML_BINDING_DESC outputDesc = Desc(output);
-        step.table->BindOutputs(1, &outputDesc);
-        const DML_BUFFER_BINDING temporary = WholeBuffer(step.temporary.Get());
-        const DML_BINDING_DESC temporaryDesc = Desc(temporary);
-        step.table->BindTemporaryResource(&temporaryDesc);
-        const DML_BUFFER_BINDING persistent = WholeBuffer(step.persistent.Get());
-        const DML_BINDING_DESC persistentDesc = Desc(persistent);
-        step.table->BindPersistentResource(&persistentDesc);
+        const auto inputs = Inputs(step, false);
+        const auto inputDescs = MakeEach(inputs, Desc);
+        step.table->BindInputs(static_cast<UINT>(inputDescs.size()), inputDescs.data());
+        const std::vector<DML_BUFFER_BINDING> buffers{WholeBuffer(step.output), WholeBuffer(step.temporary.Get()),
+                                                      WholeBuffer(step.persistent.Get())};
+        const auto descs = MakeEach(buffers, Desc);
+        step.table->BindOutputs(1, &descs[0]);
+        step.table->BindTemporaryResource(&descs[1]);
+        step.table->BindPersistentResource(&descs[2]);
     }
 
     static DML_BINDING_DESC Desc(const DML_BUFFER_BINDING& binding) {
@@ -375,12 +372,16 @@ OperatorExperiment::OperatorExperiment(FrameSize size, NetworkNumbers network, c
 
 OperatorExperiment::~OperatorExperiment() = default;
 
-std::vector<double> OperatorExperiment::RunRound() {
-    std::vector<double> times;
+std::vector<double> OperatorExperiment::Accepted() const {
+    std::vector<double> accepted;
     for (const auto& chain : m_state->chains) {
-        times.push_back(chain ? Measure([&] { chain->Run(); }) : 0.0);
+        accepted.push_back(chain ? 1.0 : 0.0);
     }
-    return times;
+    return accepted;
+}
+
+void OperatorExperiment::Run(size_t variant) {
+    m_state->chains.at(variant)->Run();
 }
 
 }  // namespace orvane::bench

@@ -13,7 +13,7 @@ namespace orvane::bench {
 
 // The ways, in the order of the times. The library uses the first, on NVIDIA's adapters "NHWC, half precision".
 // "Owned" are weights that DirectML takes over, repacked, when the operators are initialised; "one graph" is a single
-// compiled operator for all layers.
+// compiled operator for all layers. Without the activation the network is another one: that shows what it costs.
 inline constexpr std::array kOperatorVariantNames{
     "NCHW",
     "NCHW, owned",
@@ -27,6 +27,8 @@ inline constexpr std::array kOperatorVariantNames{
     "NCHW, one graph",
     "NCHW, one graph, owned",
     "NHWC, half precision, one graph, owned",
+    "NCHW, no activation",
+    "NCHW, one graph, owned, no activation",
 };
 
 class OperatorExperiment {
@@ -35,8 +37,11 @@ public:
     OperatorExperiment(FrameSize size, NetworkNumbers network, const std::string& modelPath);
     ~OperatorExperiment();
 
-    // Runs every variant once, one after the other: milliseconds from submission to the end, 0 for one left out.
-    std::vector<double> RunRound();
+    // 1 for each variant that was compiled, 0 for one that DirectML refuses.
+    std::vector<double> Accepted() const;
+
+    // Runs all layers of one that was accepted: one submission, one wait.
+    void Run(size_t variant);
 
 private:
     struct State;

@@ -49,14 +49,7 @@ public:
     }
 
     Numbers Frames(std::istream& arguments) {
-        Numbers times;
-        size_t count = 0;
-        arguments >> count;
-        times.resize(count);
-        for (double& time : times) {
-            time = Measure([this] { ProcessOne(); });
-        }
-        return times;
+        return MeasureAll(arguments, [this] { ProcessOne(); });
     }
 
     Numbers Save(std::istream& arguments) {
@@ -70,8 +63,8 @@ public:
         return {time};
     }
 
-    // Private bytes, and the bytes of GPU memory as the last open logged them.
-    static Numbers Memory() { return {PrivateBytes(), g_loggedMegabytes * (1 << 20)}; }
+    // The bytes of GPU memory as the last open logged them.
+    static Numbers LoggedMemory() { return {g_loggedMegabytes * (1 << 20)}; }
 
     // What one frame does: allocations on the heap, then calls by the interfaces of CallCounter.
     Numbers Count() {
@@ -121,7 +114,7 @@ int main() {
         {"frames", [&](std::istream& arguments) { return library.Frames(arguments); }},
         {"save", [&](std::istream& arguments) { return library.Save(arguments); }},
         {"close", [&](std::istream&) { return library.Close(); }},
-        {"memory", [&](std::istream&) { return Library::Memory(); }},
+        {"logged", [&](std::istream&) { return Library::LoggedMemory(); }},
         {"count", [&](std::istream&) { return library.Count(); }},
     });
 }

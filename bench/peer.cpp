@@ -10,6 +10,9 @@
 
 // After windows.h.
 #define ORT_API_MANUAL_INIT
+#if defined(__MINGW32__) && !defined(_stdcall)
+#define _stdcall __stdcall  // NOLINT(bugprone-reserved-identifier): the header writes it as Visual C++ may
+#endif
 #include <onnxruntime_cxx_api.h>
 
 #include "apps/model_tool/half.h"
@@ -88,14 +91,7 @@ public:
     }
 
     Numbers Frames(std::istream& arguments) {
-        Numbers times;
-        size_t count = 0;
-        arguments >> count;
-        times.resize(count);
-        for (double& time : times) {
-            time = Measure([this] { ProcessOne(); });
-        }
-        return times;
+        return MeasureAll(arguments, [this] { ProcessOne(); });
     }
 
     Numbers Save(std::istream& arguments) {
@@ -106,8 +102,6 @@ public:
     Numbers Close() {
         return {Measure([this] { m_session.reset(); })};
     }
-
-    static Numbers Memory() { return {PrivateBytes()}; }
 
 private:
     void Load() {
@@ -193,6 +187,5 @@ int main() {
         {"frames", [&](std::istream& arguments) { return peer.Frames(arguments); }},
         {"save", [&](std::istream& arguments) { return peer.Save(arguments); }},
         {"close", [&](std::istream&) { return peer.Close(); }},
-        {"memory", [&](std::istream&) { return Peer::Memory(); }},
     });
 }

@@ -41,14 +41,15 @@ public:
     }
 
     void Line(double x1, double y1, double x2, double y2, const char* colour) {
-        m_svg << "<line x1=\"" << x1 << "\" y1=\"" << y1 << "\" x2=\"" << x2 << "\" y2=\"" << y2 << "\" stroke=\""
-              << colour << "\"/>\n";
+        m_svg << R"(<path d="M)" << x1 << ' ' << y1 << 'L' << x2 << ' ' << y2 << R"(" stroke=")" << colour << R"("/>)"
+              << '\n';
     }
     void Text(double x, double y, const char* anchor, const std::string& text) {
-        m_svg << "<text x=\"" << x << "\" y=\"" << y << "\" text-anchor=\"" << anchor << "\">" << text << "</text>\n";
+        m_svg << R"(<text x=")" << x << R"(" y=")" << y << R"(" text-anchor=")" << anchor << R"(">)" << text
+              << "</text>\n";
     }
     void Dot(double x, double y, const char* colour) {
-        m_svg << "<circle cx=\"" << x << "\" cy=\"" << y << "\" r=\"3\" fill=\"" << colour << "\"/>\n";
+        m_svg << R"(<circle cx=")" << x << R"(" cy=")" << y << R"(" r="3" fill=")" << colour << R"("/>)" << '\n';
     }
     std::string Finish() { return m_svg.str() + "</svg>\n"; }
 

@@ -30,6 +30,10 @@ class Session {
 public:
     explicit Session(Options chosen);
 
+    // How long a comparison takes, and the least number of its turns: nearly nothing in a short run.
+    double Patience(double milliseconds) const { return options.isShort ? 0.0 : milliseconds; }
+    size_t LeastTurns(size_t count) const { return options.isShort ? 2 : count; }
+
     // Prints the table and keeps it for the results.
     void Add(Table table);
     void Say(const std::string& text) const;

@@ -9,8 +9,24 @@
 #include <psapi.h>
 
 namespace orvane::bench {
+namespace {
 
-int RunWorker(const std::map<std::string, Command>& commands) {
+Numbers PrivateBytes(std::istream& /*arguments*/) {
+    PROCESS_MEMORY_COUNTERS counters{};
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
+    return {static_cast<double>(counters.PagefileUsage)};
+}
+
+double Milliseconds(const FILETIME& time) {
+    constexpr double kTicks = 1e4;  // of 100 ns
+    return (static_cast<double>(time.dwHighDateTime) * 4294967296.0 + time.dwLowDateTime) / kTicks;
+}
+
+}  // namespace
+
+int RunWorker(std::map<std::string, Command> commands) {
+    commands["memory"] = PrivateBytes;
+    commands["processor"] = [](std::istream&) { return Numbers{ProcessorMilliseconds()}; };
     std::cout.precision(12);
     for (std::string line; std::getline(std::cin, line);) {
         std::istringstream arguments(line);
@@ -40,16 +56,19 @@ double NowMilliseconds() {
     return static_cast<double>(counter.QuadPart) * 1e3 / static_cast<double>(frequency.QuadPart);
 }
 
+double ProcessorMilliseconds() {
+    FILETIME created{};
+    FILETIME ended{};
+    FILETIME system{};
+    FILETIME user{};
+    GetProcessTimes(GetCurrentProcess(), &created, &ended, &system, &user);
+    return Milliseconds(system) + Milliseconds(user);
+}
+
 void Require(bool holds, const std::string& what) {
     if (!holds) {
         throw std::runtime_error(what);
     }
-}
-
-double PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
-    return static_cast<double>(counters.PagefileUsage);
 }
 
 OpenArguments ReadOpenArguments(std::istream& arguments) {

@@ -20,10 +20,14 @@ using Numbers = std::vector<double>;
 // Reads the rest of its line. Throws what a failed command is to be answered with.
 using Command = std::function<Numbers(std::istream& arguments)>;
 
-// Answers commands until standard input ends. The exit code of the process.
-int RunWorker(const std::map<std::string, Command>& commands);
+// Answers commands until standard input ends. The exit code of the process. Every worker also knows "memory", its
+// committed bytes, and "processor", the milliseconds that it has used of all cores.
+int RunWorker(std::map<std::string, Command> commands);
 
 double NowMilliseconds();
+
+// What this process has used of all cores. Windows counts it in steps of 10 to 16.
+double ProcessorMilliseconds();
 
 // The milliseconds that `work` takes.
 template <typename Work>
@@ -33,11 +37,20 @@ double Measure(const Work& work) {
     return NowMilliseconds() - start;
 }
 
+// The times of as many runs of `work` as the arguments say.
+template <typename Work>
+Numbers MeasureAll(std::istream& arguments, const Work& work) {
+    size_t count = 0;
+    arguments >> count;
+    Numbers times(count);
+    for (double& time : times) {
+        time = Measure(work);
+    }
+    return times;
+}
+
 // Throws with `what` in the text unless `holds`.
 void Require(bool holds, const std::string& what);
-
-// The committed memory of this process, in bytes.
-double PrivateBytes();
 
 // What "open" is followed by: width, height, channels, depth, and the path of the model file, to the end of the line.
 struct OpenArguments {
