@@ -6,6 +6,7 @@
 #include "apps/model_tool/model_file.h"
 #include "apps/utils/atomic_file.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/long_path.h"
 #include "apps/utils/utf8_path.h"
 
 namespace orvane::tool {
@@ -19,13 +20,14 @@ constexpr const char* kEnding = ".en";
 
 bool Exists(const fs::path& path) {
     std::error_code ignored;
-    return fs::exists(path, ignored);
+    return fs::exists(LongPath(path), ignored);
 }
 
 std::vector<std::string> NamesIn(const fs::path& weightsFolder) {
     std::vector<std::string> names;
     std::error_code error;
-    for (fs::directory_iterator entry(weightsFolder, error), end; !error && entry != end; entry.increment(error)) {
+    for (fs::directory_iterator entry(LongPath(weightsFolder), error), end; !error && entry != end;
+         entry.increment(error)) {
         const std::string name = Utf8FromPath(entry->path().stem());
         if (entry->path().extension() == kEnding && IsModelName(name)) {
             names.push_back(name);

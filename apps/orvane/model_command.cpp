@@ -12,6 +12,7 @@
 #include "apps/orvane/model_report.h"
 #include "apps/utils/atomic_file.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/long_path.h"
 #include "apps/utils/utf8_path.h"
 
 namespace orvane::tool {
@@ -34,14 +35,15 @@ void Print(const std::string& text) {
 std::filesystem::path Target(const std::string& name, bool isForced) {
     const std::filesystem::path path = PathFromUtf8(name);
     RequireWritableTarget(path);
-    if (!isForced && std::filesystem::exists(path)) {
+    if (!isForced && std::filesystem::exists(LongPath(path))) {
         throw Failure("\"" + name + "\" exists already; --force replaces it.");
     }
     return path;
 }
 
 void PrintWritten(const std::filesystem::path& path) {
-    Print("Wrote: " + Utf8FromPath(path) + " (" + std::to_string(std::filesystem::file_size(path)) + " bytes)\n");
+    Print("Wrote: " + Utf8FromPath(path) + " (" + std::to_string(std::filesystem::file_size(LongPath(path))) +
+          " bytes)\n");
 }
 
 void List(const Arguments& arguments) {
@@ -60,13 +62,13 @@ void Info(const Arguments& arguments) {
 
 // The card goes with the model, unless it is there already: mine.json is the card of mine.bin and of mine.en.
 void CopyCard(const std::filesystem::path& source, const std::filesystem::path& target, bool isForced) {
-    const std::filesystem::path from = CardPath(source);
-    const std::filesystem::path to = CardPath(target);
+    const std::filesystem::path from = LongPath(CardPath(source));
+    const std::filesystem::path to = LongPath(CardPath(target));
     std::error_code ignored;
     if (std::filesystem::exists(from, ignored) && (isForced || !std::filesystem::exists(to, ignored)) &&
         !std::filesystem::equivalent(from, to, ignored)) {
         WriteFileAtomically(to, ReadWholeFile(from));
-        PrintWritten(to);
+        PrintWritten(CardPath(target));
     }
 }
 

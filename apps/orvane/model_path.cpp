@@ -9,6 +9,7 @@
 #include "api/orvane.h"
 #include "apps/utils/atomic_file.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/long_path.h"
 #include "apps/utils/utf8_path.h"
 #include "apps/utils/windows_text.h"
 
@@ -48,9 +49,10 @@ fs::path ShortPath(const fs::path& path) {
 
 std::string AnsiModelPath(const fs::path& path) {
     RequireReadableFile(path);
-    std::optional<std::string> ansi = LosslessAnsi(path.native());
+    const fs::path usable = fs::absolute(path).native().size() < MAX_PATH ? path : LongPath(path);
+    std::optional<std::string> ansi = LosslessAnsi(usable.native());
     if (!ansi) {
-        ansi = LosslessAnsi(ShortPath(path).native());
+        ansi = LosslessAnsi(ShortPath(usable).native());
     }
     if (!ansi) {
         throw Failure("The library cannot open \"" + Utf8FromPath(path) +

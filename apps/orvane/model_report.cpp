@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "apps/utils/failure.h"
+#include "apps/utils/long_path.h"
 #include "apps/utils/utf8_path.h"
 
 namespace orvane::tool {
@@ -101,7 +101,7 @@ ModelReport InspectModelFile(const ModelOptions& options, const std::filesystem:
     ModelReport report;
     report.path = FindModelFile(options.model, weightsFolder, report.note);
     const std::vector<uint8_t> plain = ReadModelFile(report.path);
-    report.fileBytes = std::filesystem::file_size(report.path);
+    report.fileBytes = std::filesystem::file_size(LongPath(report.path));
     report.plainBytes = plain.size();
     report.fitting = NetworksOfLength(plain.size());
     report.card = ReadCardOf(report.path);

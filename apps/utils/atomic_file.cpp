@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "apps/utils/failure.h"
+#include "apps/utils/long_path.h"
 #include "apps/utils/utf8_path.h"
 
 namespace orvane::tool {
@@ -36,7 +37,7 @@ bool WriteFile(const fs::path& path, std::span<const uint8_t> bytes) {
 
 void RequireReadableFile(const fs::path& path) {
     std::error_code error;
-    const fs::file_status status = fs::status(path, error);
+    const fs::file_status status = fs::status(LongPath(path), error);
     if (status.type() == fs::file_type::not_found) {
         throw Failure("There is no file " + Quoted(path) + ".");
     }
@@ -48,10 +49,10 @@ void RequireReadableFile(const fs::path& path) {
 void RequireWritableTarget(const fs::path& path, const std::string& name) {
     std::error_code error;
     const fs::path folder = FolderOf(path);
-    if (!fs::is_directory(folder, error)) {
+    if (!fs::is_directory(LongPath(folder), error)) {
         throw Failure("There is no folder " + Quoted(folder) + " to write into.");
     }
-    const fs::file_status status = fs::status(path, error);
+    const fs::file_status status = fs::status(LongPath(path), error);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         throw Failure(QuotedName(path, name) + " exists and is not a file that can be replaced.");
     }
@@ -81,7 +82,7 @@ void PendingFile::Commit() {
 
 std::vector<uint8_t> ReadWholeFile(const fs::path& path) {
     RequireReadableFile(path);
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(LongPath(path), std::ios::binary);
     std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (!file.is_open() || file.bad()) {
         throw Failure(Quoted(path) + " cannot be read.");
@@ -90,7 +91,7 @@ std::vector<uint8_t> ReadWholeFile(const fs::path& path) {
 }
 
 void WriteFileAtomically(const fs::path& path, std::span<const uint8_t> bytes) {
-    PendingFile file(path);
+    PendingFile file(LongPath(path), Utf8FromPath(path));
     if (!WriteFile(file.Path(), bytes)) {
         throw Failure(Quoted(path) + " cannot be written: the folder is read-only or the disk is full.");
     }

@@ -1,4 +1,4 @@
-// Whole files: read in one go, written completely or not at all.
+// Whole files: read in one go, written completely or not at all. Paths may have any length.
 #pragma once
 
 #include <cstdint>
