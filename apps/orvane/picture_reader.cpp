@@ -135,7 +135,7 @@ PictureReader::PictureReader(const std::filesystem::path& path) : m_factory(Make
     }
 }
 
-Picture PictureReader::Read(const Warning& warn) {
+Picture PictureReader::Read(const Warning& warn) const {
     Picture picture;
     picture.width = m_width;
     picture.height = m_height;
@@ -150,7 +150,7 @@ Picture PictureReader::Read(const Warning& warn) {
     return Upright(std::move(picture), ReadOrientation(m_frame.Get()));
 }
 
-void PictureReader::ReadPixels(Picture& picture) {
+void PictureReader::ReadPixels(Picture& picture) const {
     picture.pixels.reserve(picture.RowBytes() * picture.height);
     WICPixelFormatGUID format{};
     RequireSuccess(m_frame->GetPixelFormat(&format), kNotReadable);
@@ -168,7 +168,7 @@ void PictureReader::ReadPixels(Picture& picture) {
     });
 }
 
-void PictureReader::ReadWidePixels(size_t channels, Picture& picture) {
+void PictureReader::ReadWidePixels(size_t channels, Picture& picture) const {
     CopyRows(m_frame.Get(), m_width * channels * 2, [&](const uint8_t* bytes) {
         for (uint32_t x = 0; x < m_width; ++x, bytes += channels * 2) {
             const uint8_t red = EightBits(bytes);
@@ -181,7 +181,7 @@ void PictureReader::ReadWidePixels(size_t channels, Picture& picture) {
 }
 
 void PictureReader::CopyRows(IWICBitmapSource* source, size_t rowBytes,
-                             const std::function<void(const uint8_t* bytes)>& take) {
+                             const std::function<void(const uint8_t* bytes)>& take) const {
     const auto bandRows = static_cast<uint32_t>(std::clamp<size_t>(kBandBytes / rowBytes, 1, m_height));
     std::vector<uint8_t> band(rowBytes * bandRows);
     for (uint32_t y = 0; y < m_height; y += bandRows) {

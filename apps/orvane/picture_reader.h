@@ -29,12 +29,13 @@ public:
     uint32_t Height() const { return m_height; }
 
     // The picture turned upright, with what has 16 bits a channel rounded to 8. Throws Failure likewise.
-    Picture Read(const Warning& warn);
+    Picture Read(const Warning& warn) const;
 
 private:
-    void ReadPixels(Picture& picture);
-    void ReadWidePixels(size_t channels, Picture& picture);
-    void CopyRows(IWICBitmapSource* source, size_t rowBytes, const std::function<void(const uint8_t* bytes)>& take);
+    void ReadPixels(Picture& picture) const;
+    void ReadWidePixels(size_t channels, Picture& picture) const;
+    void CopyRows(IWICBitmapSource* source, size_t rowBytes,
+                  const std::function<void(const uint8_t* bytes)>& take) const;
 
     Microsoft::WRL::ComPtr<IWICImagingFactory> m_factory;
     Microsoft::WRL::ComPtr<IWICBitmapFrameDecode> m_frame;
