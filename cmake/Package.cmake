@@ -16,7 +16,7 @@ add_custom_command(
   WORKING_DIRECTORY ${folder}
   DEPENDS ${exports}
   VERBATIM)
-add_custom_target(orvane_import_libraries DEPENDS ${folder}/orvane.lib ${folder}/liborvane.dll.a)
+add_custom_target(orvane_import_libraries ALL DEPENDS ${folder}/orvane.lib ${folder}/liborvane.dll.a)
 
 # --- For find_package and pkg-config ---
 include(CMakePackageConfigHelpers)
