@@ -56,7 +56,7 @@ std::filesystem::path CardPath(const std::filesystem::path& model) {
 ModelCard ParseModelCard(std::string_view text) {
     const json parsed = Parsed(text);
     if (!parsed.is_object()) {
-        throw Failure("is not a JSON object with \"channels\" and \"depth\".");
+        throw Failure(R"(is not a JSON object with "channels" and "depth".)");
     }
     ModelCard card;
     card.network.channels = NumberOf(parsed, "channels", 1, kMaxModelChannels);

@@ -37,13 +37,13 @@ std::vector<std::string> NamesIn(const fs::path& weightsFolder) {
     return names;
 }
 
-Failure NoSuchName(const std::string& name, const fs::path& weightsFolder) {
+[[noreturn]] void RefuseName(const std::string& name, const fs::path& weightsFolder) {
     std::string there;
     for (const std::string& other : NamesIn(weightsFolder)) {
         there += (there.empty() ? "; there are: " : ", ") + other;
     }
-    return Failure("There is no model \"" + name + "\" in " + Quoted(weightsFolder) + there +
-                   ". A model file of your own is given by a path with its ending.");
+    throw Failure("There is no model \"" + name + "\" in " + Quoted(weightsFolder) + there +
+                  ". A model file of your own is given by a path with its ending.");
 }
 
 std::string LengthAdvice(uint64_t plainBytes) {
@@ -123,7 +123,7 @@ fs::path FindModelFile(const std::string& model, const fs::path& weightsFolder, 
         return pathOf(model);
     }
     if (model != kDefault || !Exists(pathOf(kStandIn))) {
-        throw NoSuchName(model, weightsFolder);
+        RefuseName(model, weightsFolder);
     }
     note = "There is no trained model here: the interpolating one stands in, which is no sharper than plain scaling.";
     return pathOf(kStandIn);
