@@ -65,7 +65,7 @@ public:
     }
 
 private:
-    void Require(HRESULT result) {
+    void Require(HRESULT result) const {
         RequireSuccess(result, "A " + NameOf(m_options.format) + " file cannot be written: " + Reason(result));
     }
 
