@@ -6,7 +6,7 @@
 
 namespace orvane::tool::nut {
 
-inline constexpr std::string_view kFileId{"nut/multimedia container", 25};  // with its zero
+inline constexpr std::string_view kFileId{"nut/multimedia container\0", 25};  // with its zero
 
 inline constexpr std::string_view kRgba = "RGBA";  // the pixel format
 

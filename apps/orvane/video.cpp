@@ -1,6 +1,7 @@
 #include "apps/orvane/video.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -89,7 +90,7 @@ std::optional<uint64_t> ExpectedFrames(const VideoJob& job, const VideoSource& s
         seconds = std::min(seconds, SecondsFromText(*job.duration));
     }
     const double frames = seconds * source.framesPerSecond;
-    return frames >= 1 ? std::optional(static_cast<uint64_t>(frames + 0.5)) : std::nullopt;
+    return frames >= 1 ? std::optional(static_cast<uint64_t>(std::llround(frames))) : std::nullopt;
 }
 
 std::string SizeText(uint32_t width, uint32_t height) {
@@ -140,14 +141,14 @@ public:
     }
 
 private:
-    [[noreturn]] void FailWithoutFrames(ChildProcess& decoder) {
+    [[noreturn]] void FailWithoutFrames(ChildProcess& decoder) const {
         decoder.Wait();
         const std::string reason = SummaryOfMessages(decoder.Messages());
         throw Failure("ffmpeg could not read a single frame of " + Quoted(m_options.input) +
                       (reason.empty() ? "." : ": " + reason + "."));
     }
 
-    [[noreturn]] void FailEncoding(ChildProcess& encoder) {
+    [[noreturn]] void FailEncoding(ChildProcess& encoder) const {
         encoder.Wait();
         const std::string reason = SummaryOfMessages(encoder.Messages());
         throw Failure("ffmpeg could not write " + Quoted(m_options.output) +

@@ -112,7 +112,8 @@ std::vector<std::string> LossesOf(const VideoJob& job, const VideoSource& source
     const std::string cannot = " left out: a ." + EndingOf(job) + " file cannot hold them.";
     for (const std::string& subtitle : source.subtitles) {
         if (SubtitleCodecFor(job, subtitle).empty()) {
-            losses.push_back("The subtitles of the kind " + subtitle + " are" + cannot);
+            losses.emplace_back("The subtitles of the kind ");
+            losses.back().append(subtitle).append(" are").append(cannot);
         }
     }
     if (source.hasAttachments && !TakesAttachments(job)) {

@@ -86,15 +86,18 @@ void ParsePixelFormat(std::string_view text, VideoSource& source) {
     }
 }
 
-// "320x240 [SAR 1:1 DAR 4:3]"
-bool ParseSize(std::string_view text, VideoSource& source) {
+// "320x240 [SAR 1:1 DAR 4:3]"; leaves the size as it is when that is something else.
+void ParseSize(std::string_view text, VideoSource& source) {
     const size_t times = text.find('x');
     if (text.empty() || !IsDigit(text.front()) || times == std::string_view::npos) {
-        return false;
+        return;
     }
-    source.width = LeadingNumber<uint32_t>(text);
-    source.height = LeadingNumber<uint32_t>(text.substr(times + 1));
-    return source.width > 0 && source.height > 0;
+    const auto width = LeadingNumber<uint32_t>(text);
+    const auto height = LeadingNumber<uint32_t>(text.substr(times + 1));
+    if (width > 0 && height > 0) {
+        source.width = width;
+        source.height = height;
+    }
 }
 
 // "h264 (High) (avc1 / 0x31637661), yuv420p(tv, bt709), 320x240 [SAR 1:1 DAR 4:3], 11 kb/s, 25 fps, 25 tbr, ..."
@@ -107,8 +110,10 @@ void ParseVideo(std::string_view text, VideoSource& source) {
     if (fields.size() > 1) {
         ParsePixelFormat(fields[1], source);
     }
-    std::find_if(fields.begin(), fields.end(), [&](std::string_view field) { return ParseSize(field, source); });
     for (const std::string_view field : fields) {
+        if (source.width == 0) {
+            ParseSize(field, source);
+        }
         if (field.ends_with(" fps")) {
             source.framesPerSecond = LeadingNumber<double>(field) * (field.ends_with("k fps") ? 1000 : 1);
         }
