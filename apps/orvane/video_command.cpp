@@ -59,10 +59,8 @@ void AddVideoCommand(CLI::App& app) {
     video->add_option("IN", arguments->input, "The video to double, of any kind that ffmpeg reads")->required();
     video->add_option("OUT", arguments->output, "The video to write; its ending says of which kind")->required();
     video->add_option("ENCODER", options.job.encoderArguments, "After --: options for the ffmpeg that writes OUT");
-    video->add_option("--codec", options.job.codec,
-                      "ffmpeg's name of the encoder; default: libx264, for .webm libvpx-vp9");
-    video->add_option("--crf", options.job.crf,
-                      "The encoder's quality: lower is better and larger; default: 18, for .webm 24");
+    video->add_option("--codec", options.job.codec, "ffmpeg's name of the encoder; default: libx264");
+    video->add_option("--crf", options.job.crf, "Quality: lower is better and larger; default: 18");
     video->add_option("--preset", options.job.preset, "The encoder's speed, such as fast or slow");
     video->add_option("--start", arguments->start, "Where to begin: seconds, or hours:minutes:seconds")
         ->check(CheckTime);
