@@ -32,8 +32,8 @@ private:
 };
 
 // The entry points that an engine calls, each loading its DLL when first called. A DLL or an entry point that cannot
-// be had fails the call with the HRESULT of the Windows error. A DLL that was used stays in the process: freeing it with
-// the last engine would unload the driver, too, which some drivers do not survive.
+// be had fails the call with the HRESULT of the Windows error. A DLL that was used stays in the process: freeing it
+// with the last engine would unload the driver, too, which some drivers do not survive.
 class SystemLibraries {
 public:
     HRESULT CreateDXGIFactory2(UINT flags, REFIID iid, void** factory);
