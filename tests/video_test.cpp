@@ -199,11 +199,15 @@ std::string Times(Workplace& place, const std::string& video) {
 
 TEST(Video, KeepsSoundTimesAspectAndFrames) {
     Workplace place;
+    const std::string chapter = ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/7\nSTART=1\nEND=3\ntitle=Eins\n";
+    place.Write("chapter", {chapter.begin(), chapter.end()});
     // Lossless, with frames that come in different distances and begin later than the sound.
-    ASSERT_EQ(place.Run("{f} -v error -f lavfi -i testsrc=s=16x12:r=25:d=1.2 -f lavfi -i sine=d=1.5 -vf "
-                        "\"settb=1/1000,setpts=N*40+5*mod(N\\,3)+80,setsar=8/9\" -vsync 0 -enc_time_base -1 -c:v ffv1 "
-                        "-pix_fmt bgra -c:a aac -metadata title=T in.mkv"),
-              0)
+    ASSERT_EQ(
+        place.Run(
+            "{f} -v error -f lavfi -i testsrc=s=16x12:r=25:d=1.2 -f lavfi -i sine=d=1.5 -i chapter -map_metadata 2 -vf "
+            "\"settb=1/1000,setpts=N*40+5*mod(N\\,3)+80,setsar=8/9\" -vsync 0 -enc_time_base -1 -c:v ffv1 "
+            "-pix_fmt bgra -c:a aac -metadata title=T in.mkv"),
+        0)
         << place.Said();
     const std::string video = std::string("{o} video in.mkv out.mkv --ffmpeg {f} --codec ffv1") + kModel;
     ASSERT_EQ(place.Run(video + "-- -pix_fmt bgra"), 0) << place.Said();
@@ -224,6 +228,7 @@ TEST(Video, KeepsSoundTimesAspectAndFrames) {
     place.Run("{f} -i out.mkv");
     EXPECT_NE(place.Said().find("32x24, SAR 8:9"), std::string::npos) << place.Said();
     EXPECT_NE(place.Said().find(": T\r"), std::string::npos) << place.Said();
+    EXPECT_NE(place.Said().find(": Eins\r"), std::string::npos) << place.Said();
 }
 
 TEST(Video, SaysWhatIsWrongAndLeavesNothingBehind) {

@@ -158,7 +158,8 @@ std::vector<std::string> DecodeArguments(const VideoJob& job, const VideoSource&
     Append(arguments,
            {"-map", "0:V:0", "-vf", ScaleFilter("in", ResolvedColour(source)) + (dropsAlpha ? ",format=rgb24" : "")});
     Append(arguments, KeepTimes(source, HasNewNames(source) ? "demux" : "-1"));
-    Append(arguments, {"-c:v", "rawvideo", "-pix_fmt", "rgba", "-f", "nut", "pipe:1"});
+    // Chapters would come with a time base of their own.
+    Append(arguments, {"-map_chapters", "-1", "-c:v", "rawvideo", "-pix_fmt", "rgba", "-f", "nut", "pipe:1"});
     return arguments;
 }
 
