@@ -110,7 +110,7 @@ TEST(Upscale, FolderAgainstTheReferenceAndInTiles) {
 
     const Outcome whole = RunWithSlashes(pictures.parent_path(), command + L"out");
     ASSERT_EQ(whole.exitCode, 0) << whole.text;
-    const auto summary = nlohmann::json::parse(whole.text.substr(whole.text.rfind("{\"event\":\"summary\"")));
+    const auto summary = nlohmann::json::parse(whole.text.substr(whole.text.rfind(R"({"event":"summary")")));
     EXPECT_EQ(summary["done"], 2) << whole.text;
     const Picture result = Read(pictures.parent_path() / "out/first.png");
     const Differences fromReference = Compare(result, Expected(network, first));
