@@ -186,7 +186,7 @@ int32_t Sample::CheckDevices() const {
     return CheckHResult(m_directML.device->GetDeviceRemovedReason(), "GetDeviceRemovedReason");
 }
 
-int32_t Sample::ReadBack(const orvane_frame& input, orvane_frame& output) {
+int32_t Sample::ReadBack(const orvane_frame& input, orvane_frame& output) const {
     output.format = m_geometry.pixelFormat;
     output.userValue = input.userValue;
 

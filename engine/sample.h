@@ -66,7 +66,7 @@ private:
     int32_t InitTextureResource();
     int32_t RecordFrame(const orvane_frame& input);
     int32_t CheckDevices() const;
-    int32_t ReadBack(const orvane_frame& input, orvane_frame& output);
+    int32_t ReadBack(const orvane_frame& input, orvane_frame& output) const;
 
     // Released in reverse order, so the device outlives everything that lives on it.
     FrameGeometry m_geometry;
