@@ -117,8 +117,7 @@ Usage Measure() {
 // makes nothing else, and 1.3 KB with a load; Wine 8 loses none.
 int64_t LostByTheSystem() {
     using GetVersion = const char*(__cdecl*)();
-    const auto* const symbol =
-        reinterpret_cast<const void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version"));
+    auto* const symbol = reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version"));
     const auto wineVersion = reinterpret_cast<GetVersion>(symbol);
     return wineVersion != nullptr && std::stoi(wineVersion()) >= 9 ? 4 << 10 : 0;
 }
