@@ -1,17 +1,17 @@
-"""The file of training tiles: one .npz with every tile as JPEG or PNG, small enough to carry to another machine."""
+"""The file of training tiles: one .npz with every tile as JPEG or WebP, small enough to carry to another machine."""
 import io
 
 import numpy as np
 from PIL import Image
 
-TILE = 96  # pixels a side; the small side of a pair has half as many
+TILE = 160  # pixels a side; the small side of a pair has half as many
 
 
 def encode(tile, lossless):
     """Photographs lose nothing that matters at this quality and without colour subsampling; drawings would."""
     out = io.BytesIO()
     if lossless:
-        Image.fromarray(tile).save(out, "PNG", optimize=True)
+        Image.fromarray(tile).save(out, "WEBP", lossless=True, quality=90)
     else:
         Image.fromarray(tile).save(out, "JPEG", quality=95, subsampling=0, optimize=True)
     return out.getvalue()

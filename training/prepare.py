@@ -5,6 +5,7 @@ and sources.tsv (every picture used, its package, licence and share).
 """
 import argparse
 import hashlib
+import math
 import sys
 from pathlib import Path
 
@@ -16,11 +17,12 @@ import pack
 import resize
 import sources
 
-LONGEST_SIDES = (1700, 1150, 750)  # large photographs are used at several sizes
+LONGEST_SIDES = (1700, 1150, 850, 640)  # large photographs are used at several sizes
 LOSSY_REDUCTION = 1.6  # hides what JPEG and WebP did to a picture, the halved colours above all
-FLAT_ERROR = 2.0  # mean squared error of bicubic doubling under which a tile teaches nothing
 TEST_SIZE = (480, 320)
-TILES_A_PICTURE = 400
+LEAST_TEST_SIDE = 260  # smaller photographs are soft: they say little about a model
+KEPT = 0.29  # of the tiles of a photograph, those that bicubic doubling gets wrong most
+DRAWING_TILES = 4  # a picture
 LUMA = np.array([0.299, 0.587, 0.114], np.float32)
 HALVING = resize.matrix(pack.TILE, 0.5).astype(np.float32)
 DOUBLING = resize.matrix(pack.TILE // 2, 2).astype(np.float32)
@@ -49,19 +51,23 @@ def bicubic_error(tile):
     return float(np.mean((DOUBLING @ np.round(HALVING @ grey @ HALVING.T) @ DOUBLING.T - grey)[4:-4, 4:-4] ** 2))
 
 
-def tiles_of(picture, random, limit):
-    """Tiles on a grid, those left out that bicubic doubling gets right already (but one in twenty)."""
-    pixels = np.asarray(picture)
-    side = pack.TILE
-    corners = [(y, x) for y in range(0, pixels.shape[0] - side + 1, side) for x in range(0, pixels.shape[1] - side + 1, side)]
-    chosen = []
-    for y, x in random.permutation(np.array(corners).reshape(-1, 2)):
-        tile = pixels[y : y + side, x : x + side]
-        if bicubic_error(tile) >= FLAT_ERROR or random.random() < 0.05:
-            chosen.append(tile)
-        if len(chosen) == limit:
-            break
-    return chosen
+def corners(height, width, side):
+    return [(y, x) for y in range(0, height - side + 1, side) for x in range(0, width - side + 1, side)]
+
+
+def tiles_of(picture, count):
+    """Tiles on a grid, those that bicubic doubling gets wrong most. `count`: how many of how many."""
+    pixels, side = np.asarray(picture), pack.TILE
+    tiles = [pixels[y : y + side, x : x + side] for y, x in corners(*pixels.shape[:2], side)]
+    return sorted(tiles, key=bicubic_error, reverse=True)[: count(len(tiles))]
+
+
+def photo_count(tiles):
+    return math.ceil(KEPT * tiles)
+
+
+def drawing_count(tiles):
+    return min(tiles, DRAWING_TILES)
 
 
 def fingerprint(picture):
@@ -85,12 +91,16 @@ def middle(picture, size):
 
 
 def keep_picture(folder, source, picture, factors):
+    """False: too small to tell anything."""
+    kept = middle(reduced(picture, factors[-1]), TEST_SIZE)
+    if source.kind == "photo" and min(kept.size) < LEAST_TEST_SIDE:
+        return False
     folder.mkdir(parents=True, exist_ok=True)
-    name = Path(source.name).stem
-    middle(reduced(picture, factors[-1]), TEST_SIZE).save(folder / f"{source.kind}-{name}.png")
+    kept.save(folder / f"{source.kind}-{Path(source.name).stem}.png")
+    return True
 
 
-def gather(arguments, random):
+def gather(arguments):
     """Goes through all pictures; returns encoded tiles and the list of what was used."""
     tiles, used, seen = {"photo": [], "drawing": []}, [], []
     for source in sources.read_all(arguments.packages):
@@ -103,11 +113,11 @@ def gather(arguments, random):
         count = 0
         if split == "train":
             for factor in factors:
-                new = tiles_of(reduced(picture, factor), random, TILES_A_PICTURE if source.kind == "photo" else 30)
+                new = tiles_of(reduced(picture, factor), photo_count if source.kind == "photo" else drawing_count)
                 tiles[source.kind] += [pack.encode(tile, source.kind != "photo") for tile in new]
                 count += len(new)
-        else:
-            keep_picture(arguments.data / split, source, picture, factors)
+        elif not keep_picture(arguments.data / split, source, picture, factors):
+            continue
         used.append((source.package, source.name, source.licence, source.kind, split, str(count)))
         print(f"\r{len(used)} pictures, {sum(map(len, tiles.values()))} tiles ", end="", file=sys.stderr, flush=True)
     print(file=sys.stderr)
@@ -127,11 +137,11 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
     parser.add_argument("--packages", type=Path, default=Path("build/training/packages"))
-    parser.add_argument("--drawn", type=int, default=900, help="tiles of text, lines and interfaces")
+    parser.add_argument("--drawn", type=int, default=400, help="tiles of text, lines and interfaces")
     parser.add_argument("--seed", type=int, default=1)
     arguments = parser.parse_args()
     arguments.data.mkdir(parents=True, exist_ok=True)
-    tiles, used = gather(arguments, np.random.default_rng(arguments.seed))
+    tiles, used = gather(arguments)
     add_drawings(arguments, tiles)
     (arguments.data / "sources.tsv").write_text("".join("\t".join(row) + "\n" for row in used))
     pack.write(arguments.data / "tiles.npz", tiles)

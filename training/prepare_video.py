@@ -27,21 +27,18 @@ def tiles_of(source, random, limit):
         return
     small, large = compress.degraded_pair(large, int(random.integers(18, 35)), random, random.random() * 0.25,
                                           random.random() * 1.5)
-    half, chosen = pack.TILE // 2, 0
-    corners = [(y, x) for y in range(0, small.shape[0] - half + 1, half) for x in range(0, small.shape[1] - half + 1, half)]
-    for y, x in random.permutation(corners):
-        tile = large[2 * y : 2 * (y + half), 2 * x : 2 * (x + half)]
-        if prepare.bicubic_error(tile) >= prepare.FLAT_ERROR or random.random() < 0.1:
-            yield pack.encode(small[y : y + half, x : x + half], True), pack.encode(tile, False)
-            chosen += 1
-        if chosen == limit:
-            break
+    half = pack.TILE // 2
+    places = prepare.corners(*small.shape[:2], half)
+    pairs = [(small[y : y + half, x : x + half], large[2 * y : 2 * (y + half), 2 * x : 2 * (x + half)]) for y, x in places]
+    pairs.sort(key=lambda pair: prepare.bicubic_error(pair[1]), reverse=True)
+    for a, b in pairs[:limit]:
+        yield pack.encode(a, True), pack.encode(b, False)
 
 
 def gather(arguments, random):
     small, large = [], []
     for source in sources.read_all(arguments.packages):
-        wanted = arguments.photo_tiles if source.kind == "photo" else 2
+        wanted = arguments.photo_tiles if source.kind == "photo" else 1
         if prepare.split_of(source) == "train" and (source.kind == "photo" or random.random() < 0.4):
             for a, b in tiles_of(source, random, wanted):
                 small.append(a)
@@ -65,7 +62,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
     parser.add_argument("--packages", type=Path, default=Path("build/training/packages"))
-    parser.add_argument("--photo-tiles", type=int, default=60, help="at most, of each photograph")
+    parser.add_argument("--photo-tiles", type=int, default=2, help="at most, of each photograph")
     parser.add_argument("--seed", type=int, default=2)
     arguments = parser.parse_args()
     for split in ("val", "test"):

@@ -1,124 +1,118 @@
-"""Batches of training pairs, made in memory from the packed tiles."""
-import functools
-from collections import deque
-from concurrent.futures import ThreadPoolExecutor
+"""Batches of training pairs, cut from the packed tiles on the device that trains.
 
+Tiles are kept as bytes, count x side x side x 3, blue first. A tile counts as a whole picture: at its edges the network sees
+what it sees at the edges of a frame.
+"""
 import numpy as np
+import torch
 
 import pack
 import resize
 
-
-def _halved(tiles):
-    matrix = _halving(tiles.shape[2])
-    small = np.empty((len(tiles), 3, tiles.shape[2] // 2, tiles.shape[3] // 2), np.uint8)
-    for index, tile in enumerate(tiles):
-        small[index] = np.clip(matrix @ tile.astype(np.float32) @ matrix.T + 0.5, 0, 255)
-    return small
+PLAIN_TILES = 400
 
 
 class Tiles:
-    """One group of tiles: `large` and `small`, count x 3 x side x side, blue first. A tile counts as a whole picture: at its
-    edges the network sees what it sees at the edges of a frame."""
+    """One group: `large`, and `small`, which has half the sides."""
 
     def __init__(self, large, small=None):
-        self.large = np.ascontiguousarray(large[..., ::-1].transpose(0, 3, 1, 2))
-        self.small = _halved(self.large) if small is None else np.ascontiguousarray(small[..., ::-1].transpose(0, 3, 1, 2))
+        self.large = np.ascontiguousarray(large[..., ::-1])
+        self.small = _halved(self.large) if small is None else np.ascontiguousarray(small[..., ::-1])
 
 
-def load(folder, group):
+def _halved(tiles):
+    matrix = resize.matrix(tiles.shape[1], 0.5).astype(np.float32)
+    small = np.empty((len(tiles), len(matrix), len(matrix), 3), np.uint8)
+    for index, tile in enumerate(tiles):
+        rows = np.tensordot(matrix, tile.astype(np.float32), 1)
+        columns = np.tensordot(matrix, rows.swapaxes(0, 1), 1)
+        small[index] = np.clip(columns.swapaxes(0, 1) + 0.5, 0, 255)
+    return small
+
+
+def _plain(random, side):
+    """A flat colour or a ramp."""
+    colour = random.integers(0, 256, 3)
+    if random.random() < 0.3:
+        colour = random.integers(0, 2, 3) * 255
+    slope = random.normal(0, 1.0, (2, 3)) * (random.random() < 0.6)
+    y, x = np.mgrid[:side, :side]
+    return np.clip(colour + y[..., None] * slope[0] + x[..., None] * slope[1] + 0.5, 0, 255).astype(np.uint8)
+
+
+def load(folder, group, seed):
+    if group == "plain":
+        random = np.random.default_rng(seed)
+        return Tiles(np.stack([_plain(random, pack.TILE) for _ in range(PLAIN_TILES)]))
     if group == "video":
         return Tiles(pack.read(folder / "video.npz", group), pack.read(folder / "video.npz", "video-small"))
     return Tiles(pack.read(folder / "tiles.npz", group))
 
 
-def _offset(random, room):
-    """Where a crop starts; one in four lies at an edge of the tile."""
-    choice = random.integers(8)
-    return 0 if choice == 0 else room if choice == 1 else int(random.integers(room + 1))
+def _turns(grid):
+    """The eight ways to flip and transpose a square of places, each as a row."""
+    rows = []
+    for turn in range(8):
+        turned = grid.flip(0) if turn & 1 else grid
+        turned = turned.flip(1) if turn & 2 else turned
+        rows.append((turned.T if turn & 4 else turned).reshape(-1))
+    return torch.stack(rows)
 
 
-def _side_weights(crop, offset, room, reach, ring):
-    """Pixels that see zeros beyond the crop count less, unless the picture ends there too."""
-    weights = np.ones(crop, np.float32)
-    if offset > 0:
-        weights[:reach] = ring
-    if offset < room:
-        weights[-reach:] = ring
+def _side_weights(crop, reach, ring):
+    """Weights along one side of a crop, by whether it starts inside the tile (1) and ends inside (2): pixels that see zeros
+    beyond the crop count less, unless the picture ends there too."""
+    weights = torch.ones(4, crop)
+    weights[1::2, :reach] = ring
+    weights[2:, crop - reach :] = ring
     return weights
-
-
-@functools.lru_cache
-def _halving(length):
-    return resize.matrix(length, 0.5).astype(np.float32)
-
-
-def _plain(random, crop):
-    """A flat colour or a ramp, as a large and a small picture."""
-    slope = random.normal(0, 1.0, (2, 3, 1, 1)) * (random.random() < 0.6)
-    across = np.arange(2 * crop)
-    large = random.integers(0, 256, (3, 1, 1)) + slope[0] * across[:, None] + slope[1] * across
-    large = np.clip(large, 0, 255)
-    return large, _halving(2 * crop) @ large @ _halving(2 * crop).T
 
 
 class Batches:
     """Batch number `step` is always the same for the same seed, so that training can go on where it stopped.
 
-    groups: name -> Tiles. settings, of which are used: "mix" (group -> share of the crops; "plain" stands for flat colours and
-    ramps), "seed", "batch", "crop" (pixels of the small side that the network sees at a time), "ring" and "depth"."""
+    groups: name -> Tiles. settings, of which are used: "mix" (group -> share of the crops), "seed", "batch", "crop" (pixels of
+    the small side that the network sees at a time), "ring" and "depth"."""
 
-    def __init__(self, groups, settings):
-        self.groups, self.seed, self.size, self.crop = groups, settings["seed"], settings["batch"], settings["crop"]
-        self.ring, self.reach = settings["ring"], settings["depth"] + 2
-        self.names = list(settings["mix"])
+    def __init__(self, groups, settings, device):
+        self.seed, self.size, self.crop = settings["seed"], settings["batch"], settings["crop"]
+        self.counts = np.array([len(groups[name].small) for name in settings["mix"]])
+        self.firsts = np.cumsum(self.counts) - self.counts
         self.shares = np.array(list(settings["mix"].values()), float) / sum(settings["mix"].values())
+        small, large = (np.concatenate([getattr(groups[name], side) for name in settings["mix"]]) for side in ("small", "large"))
+        self.side = small.shape[1]
+        if self.crop > self.side:
+            raise SystemExit(f"crops of {self.crop} pixels do not fit into tiles of {self.side}")
+        self.small, self.large = (torch.from_numpy(part).view(-1, 3).to(device) for part in (small, large))
+        cell = torch.arange(self.crop)
+        fine = torch.arange(2 * self.crop)
+        self.small_places = _turns(cell[:, None] * self.side + cell).to(device)
+        self.large_places = _turns(fine[:, None] * 2 * self.side + fine).to(device)
+        self.weight_places = _turns(cell[:, None] * self.crop + cell).to(device)
+        self.side_weights = _side_weights(self.crop, min(settings["depth"] + 2, self.crop // 4), settings["ring"]).to(device)
 
-    def __call__(self, step):
-        """small, large (uint8 values as float32 in [0, 1]) and the weight of each small pixel."""
+    def choose(self, step):
+        """Tile, row, column and turn of every crop: 4 x batch. One crop in four lies at a given edge or the one across."""
         random = np.random.default_rng((self.seed, step))
-        crop = self.crop
-        small = np.empty((self.size, 3, crop, crop), np.float32)
-        large = np.empty((self.size, 3, 2 * crop, 2 * crop), np.float32)
-        weight = np.ones((self.size, 1, crop, crop), np.float32)
-        for index, group in enumerate(random.choice(len(self.names), self.size, p=self.shares)):
-            if self.names[group] == "plain":
-                ramp = _plain(random, crop)
-                large[index], small[index] = (np.floor(np.clip(part, 0, 255) + 0.5) for part in ramp)
-            else:
-                self._cut(random, self.groups[self.names[group]], small[index], large[index], weight[index])
-        return small / 255, large / 255, weight
+        group = random.choice(len(self.counts), self.size, p=self.shares)
+        tile = self.firsts[group] + (random.random(self.size) * self.counts[group]).astype(np.int64)
+        room = self.side - self.crop
+        place = random.integers(room + 1, size=(2, self.size))
+        edge = random.integers(8, size=(2, self.size))
+        place = np.where(edge == 0, 0, np.where(edge == 1, room, place))
+        return torch.from_numpy(np.stack([tile, *place, random.integers(8, size=self.size)]))
 
-    def _cut(self, random, tiles, small, large, weight):
-        crop, which = self.crop, random.integers(len(tiles.small))
-        room = tiles.small.shape[2] - crop
-        y, x = _offset(random, room), _offset(random, room)
-        rows = _side_weights(crop, y, room, self.reach, self.ring)
-        columns = _side_weights(crop, x, room, self.reach, self.ring)
-        turn = random.integers(8)
-        small[:] = _turned(tiles.small[which, :, y : y + crop, x : x + crop], turn)
-        large[:] = _turned(tiles.large[which, :, 2 * y : 2 * (y + crop), 2 * x : 2 * (x + crop)], turn)
-        weight[:] = _turned((rows[:, None] * columns)[None], turn)
+    def cut(self, chosen):
+        """The crops as small and large pictures in [0, 1], and the weight of each large pixel. `chosen` lies on the device."""
+        tile, y, x, turn = chosen
+        small = self._gathered(self.small, tile * self.side**2 + y * self.side + x, self.small_places[turn], self.crop)
+        start = tile * (2 * self.side) ** 2 + 2 * y * 2 * self.side + 2 * x
+        large = self._gathered(self.large, start, self.large_places[turn], 2 * self.crop)
+        rows, columns = (self.side_weights[(p > 0).long() + 2 * (p < self.side - self.crop).long()] for p in (y, x))
+        weight = (rows[:, :, None] * columns[:, None, :]).reshape(self.size, -1).gather(1, self.weight_places[turn])
+        weight = weight.view(self.size, 1, self.crop, self.crop)
+        return small, large, torch.nn.functional.interpolate(weight, scale_factor=2.0, mode="nearest")
 
-    def ahead(self, step, workers):
-        """The batches from `step` on, made by other threads before they are needed; 0: made when they are asked for."""
-        if not workers:
-            while True:
-                yield self(step)
-                step += 1
-        with ThreadPoolExecutor(workers) as pool:
-            waiting = deque(pool.submit(self, step + index) for index in range(4 * workers))
-            step += len(waiting)
-            while True:
-                yield waiting.popleft().result()
-                waiting.append(pool.submit(self, step))
-                step += 1
-
-
-def _turned(picture, turn):
-    """One of the eight ways to flip and transpose."""
-    if turn & 1:
-        picture = picture[:, ::-1]
-    if turn & 2:
-        picture = picture[:, :, ::-1]
-    return picture.swapaxes(1, 2) if turn & 4 else picture
+    def _gathered(self, pixels, start, places, side):
+        """In memory the channels of a pixel stay together, which is what convolutions like best."""
+        return pixels[start[:, None] + places].view(self.size, side, side, 3).permute(0, 3, 1, 2).float() / 255

@@ -28,6 +28,7 @@ HERE = Path(__file__).parent
 DEFAULTS = {
     "start": None,  # name of a trained model to start from
     "mix": {"photo": 0.70, "drawing": 0.24, "plain": 0.06},
+    "luma": 1.0,  # how much the error of the luma counts beside that of the three colours
     "seed": 1,
     "batch": 16,
     "crop": 32,  # pixels of the small side, at most those of a tile
@@ -97,6 +98,11 @@ def double(weights, small, run, device="cpu"):
 
 
 class Training:
+    """The model, its optimizer and the average of its weights. On a card every kind of step is recorded once and then only
+    replayed: its many small operations would take longer to start than to run."""
+
+    EAGER_STEPS = 3  # before a kind of step is recorded
+
     def __init__(self, settings, arguments):
         self.settings, self.arguments = settings, arguments
         self.folder = arguments.results / settings["name"]
@@ -109,9 +115,14 @@ class Training:
             start = convert.read(path) if path.exists() else convert.read(shipped)
             start = [tuple(map(torch.from_numpy, layer)) for layer in start]
         self.model = network.Chain(settings["channels"], settings["depth"], start).to(self.device)
-        self.optimizer = torch.optim.Adam(self.model.parameters(), settings["rate"], betas=(0.9, 0.99))
+        self.rate, self.follow, self.loss = (torch.zeros((), device=self.device) for _ in range(3))
+        on_card = {"lr": self.rate, "capturable": True} if self.device == "cuda" else {}
+        self.optimizer = torch.optim.Adam(self.model.parameters(), betas=(0.9, 0.99), **on_card)
         self.average = [[t.detach().clone() for t in layer] for layer in self.model.collapsed()]
         self.step, self.seconds, self.processor_seconds = 0, 0.0, 0.0
+        self.chosen = torch.zeros((4, settings["batch"]), dtype=torch.int64, device=self.device)
+        self.luma = torch.tensor([0.114, 0.587, 0.299], device=self.device).view(1, 3, 1, 1)  # BT.601, blue first
+        self.seen, self.graphs = {}, {}
 
     def resume(self):
         path = self.folder / "checkpoint.pt"
@@ -134,31 +145,53 @@ class Training:
         torch.save(state, partial)
         partial.rename(self.folder / "checkpoint.pt")
 
-    def one_step(self, batch, stage, rate):
-        small, large, weight = (torch.from_numpy(part).to(self.device) for part in batch)
-        small = small.to(memory_format=torch.channels_last)
-        weight = torch.nn.functional.interpolate(weight, scale_factor=2, mode="nearest")
+    def one_step(self, batches, stage, rate):
+        kind = f"{stage}, {'truncated' if self.step % 2 else 'rounded'}" if stage == "half" else stage
+        self.chosen.copy_(batches.choose(self.step))
+        self.rate.fill_(rate)
+        self.follow.fill_(1 - min(self.settings["average"], (self.step + 1) / (self.step + 10)))
         for group in self.optimizer.param_groups:
-            group["lr"] = rate
-        weights = [(f.to(memory_format=torch.channels_last), b) for f, b in self.model.collapsed()]
-        if stage == "half":
-            result = network.run_half(weights, small, truncate=self.step % 2 == 1)
+            group["lr"] = self.rate if self.device == "cuda" else rate
+        self.step += 1
+        if self.device == "cpu":
+            self._update(batches, kind)
         else:
-            result = network.run(weights, small, fast=stage == "fast")
-        loss = ((result - large).abs() * weight).mean() / weight.mean()
-        self.optimizer.zero_grad()
+            self._update_on_card(batches, kind)
+
+    def _update_on_card(self, batches, kind):
+        self.seen[kind] = self.seen.get(kind, 0) + 1
+        if self.seen[kind] <= self.EAGER_STEPS:
+            side = torch.cuda.Stream()
+            side.wait_stream(torch.cuda.current_stream())
+            with torch.cuda.stream(side):
+                self._update(batches, kind)
+            torch.cuda.current_stream().wait_stream(side)
+            return
+        if kind not in self.graphs:
+            self.graphs[kind] = torch.cuda.CUDAGraph()
+            with torch.cuda.graph(self.graphs[kind]):
+                self._update(batches, kind)
+        self.graphs[kind].replay()
+
+    def _update(self, batches, kind):
+        """Everything that changes from step to step is read from tensors: the crops, the rate, how fast the average follows."""
+        self.optimizer.zero_grad(set_to_none=True)
+        small, large, weight = batches.cut(self.chosen)
+        weights = [(f.to(memory_format=torch.channels_last), b) for f, b in self.model.collapsed()]
+        if kind.startswith("half"):
+            result = network.run_half(weights, small, truncate=kind.endswith("truncated"))
+        else:
+            result = network.run(weights, small, fast=kind == "fast")
+        error = result - large
+        luma = (error * self.luma).sum(dim=1, keepdim=True)
+        loss = ((error.abs() + self.settings["luma"] * luma.abs()) * weight).mean() / weight.mean()
         loss.backward()
         self.optimizer.step()
-        self._follow(weights)
-        return loss.detach()
-
-    def _follow(self, weights):
-        """The average of the filters themselves: that of their factors would be something else."""
-        keep = min(self.settings["average"], (self.step + 1) / (self.step + 10))
-        with torch.no_grad():
+        self.loss += loss.detach()
+        with torch.no_grad():  # the average of the filters themselves: that of their factors would be something else
             for mean, layer in zip(self.average, weights):
                 for a, b in zip(mean, layer):
-                    a.lerp_(b, 1 - keep)
+                    a.lerp_(b, self.follow)
 
     def weights(self):
         return [(f.detach().float().cpu().contiguous(), b.detach().float().cpu()) for f, b in self.average]
@@ -174,8 +207,7 @@ def learn(training, batches, validation, schedule):
     stopped = []
     signal.signal(signal.SIGTERM, lambda *_: stopped.append(True))
     signal.signal(signal.SIGINT, lambda *_: stopped.append(True))
-    losses, started = [], time.monotonic() - training.seconds
-    coming = batches.ahead(training.step, 8 if training.device == "cuda" else 0)
+    started, steps = time.monotonic() - training.seconds, 0
     with open(training.folder / "log.csv", "a", newline="") as file:
         log = csv.writer(file)
         while True:
@@ -183,20 +215,21 @@ def learn(training, batches, validation, schedule):
             if stopped or progress >= 1:
                 break
             rate = schedule.rate(training.step, progress)
-            losses.append(training.one_step(next(coming), schedule.stage(progress), rate))
-            training.step += 1
+            training.one_step(batches, schedule.stage(progress), rate)
+            steps += 1
             training.seconds = time.monotonic() - started
             if training.step % training.settings["check_every"] == 0:
-                gain = validation.gain(training.weights(), "cpu")
-                mean = float(sum(losses)) / len(losses)
+                mean = float(training.loss) / steps
                 if not math.isfinite(mean):
                     sys.exit("training diverged: the loss is not a number any more")
+                gain = validation.gain(training.weights(), training.device)
                 log.writerow([training.step, f"{training.seconds:.1f}", schedule.stage(progress), f"{rate:.3e}",
                               f"{255 * mean:.4f}", f"{gain:.4f}"])
                 file.flush()
                 show(training, progress, rate, mean, gain)
                 training.save()
-                losses = []
+                training.loss.zero_()
+                steps = 0
     training.save()
     return not stopped
 
@@ -239,8 +272,8 @@ def main():
     (training.folder / "configuration.json").write_text(json.dumps(settings, indent=1) + "\n")
     training.resume()
     trim_log(training.folder / "log.csv", training.step)
-    groups = {name: tiles.load(arguments.data, name) for name in settings["mix"] if name != "plain"}
-    batches = tiles.Batches(groups, settings)
+    groups = {name: tiles.load(arguments.data, name, settings["seed"]) for name in settings["mix"]}
+    batches = tiles.Batches(groups, settings, training.device)
     validation = Validation(arguments.data / settings["validation"])
     finished = learn(training, batches, validation, Schedule(settings, arguments.minutes))
     plot(training.folder)
