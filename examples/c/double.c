@@ -1,11 +1,11 @@
 /* A host in one file of C99: loads liborvane.dll at run time, asks whether the machine will do, opens a model, doubles
  * a picture that it makes itself and writes the result as a PPM file.
  *
- *     x86_64-w64-mingw32-gcc -std=c99 -I../../include double.c -o double.exe
- *     cl /I..\..\include double.c
- *     double.exe ..\..\bin\weights\default.en 32 2 doubled.ppm
+ * In the unpacked package, with MinGW or Visual C++; liborvane.dll has to lie beside the program:
  *
- * liborvane.dll lies beside the program, or in the folder that the program is started with in PATH. */
+ *     x86_64-w64-mingw32-gcc -std=c99 -Iinclude examples/c/double.c -o bin/double.exe
+ *     cl /I include examples\c\double.c /Fe:bin\double.exe
+ *     bin\double.exe bin\weights\default.en 32 2 doubled.ppm */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

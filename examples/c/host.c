@@ -2,7 +2,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "api/orvane.h"
+#include "orvane.h"
 
 static uint8_t input_pixels[36][64][4];   /* R, G, B, A; rows from top to bottom */
 static uint8_t output_pixels[72][128][4]; /* twice the width and height */
