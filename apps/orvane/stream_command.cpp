@@ -1,6 +1,5 @@
 #include "apps/orvane/stream_command.h"
 
-#include <charconv>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -14,6 +13,7 @@
 #include "apps/utils/failure.h"
 #include "apps/utils/pipe.h"
 #include "apps/utils/progress.h"
+#include "apps/utils/size_text.h"
 
 namespace orvane::tool {
 namespace {
@@ -26,26 +26,11 @@ struct Arguments {
     bool verbose = false;
 };
 
-struct FrameSize {
-    uint32_t width = 0;
-    uint32_t height = 0;
-};
-
-// "640x360"; nothing when it is not a frame's size.
-std::optional<FrameSize> SizeFromText(const std::string& text) {
-    FrameSize size;
-    const char* const end = text.data() + text.size();
-    const auto width = std::from_chars(text.data(), end, size.width);
-    if (width.ec != std::errc() || width.ptr == end || *width.ptr != 'x') {
-        return std::nullopt;
-    }
-    const auto height = std::from_chars(width.ptr + 1, end, size.height);
-    const bool isSize = height.ec == std::errc() && height.ptr == end && IsFrameSize(size.width, size.height);
-    return isSize ? std::optional(size) : std::nullopt;
-}
-
 std::string CheckSize(const std::string& text) {
-    return SizeFromText(text) ? std::string() : "\"" + text + "\" is not a size of a frame, such as 640x360";
+    const std::optional<Size> size = SizeFromText(text);
+    return size && IsFrameSize(size->width, size->height)
+               ? std::string()
+               : "\"" + text + "\" is not a size of a frame, such as 640x360";
 }
 
 void Run(const Arguments& arguments) {
@@ -61,7 +46,7 @@ void Run(const Arguments& arguments) {
     PipeSink output = StandardOutput();
     std::unique_ptr<FrameReader> reader = std::make_unique<PamFrameReader>(input);
     std::unique_ptr<FrameWriter> writer = std::make_unique<PamFrameWriter>(output);
-    if (const std::optional<FrameSize> size = SizeFromText(arguments.raw)) {
+    if (const std::optional<Size> size = SizeFromText(arguments.raw)) {
         reader = std::make_unique<RawFrameReader>(input, size->width, size->height);
         writer = std::make_unique<RawFrameWriter>(output);
     }
