@@ -6,7 +6,6 @@ when rounding as it lies below when truncating.
 """
 import argparse
 import json
-import os
 import subprocess
 from pathlib import Path
 
@@ -54,16 +53,9 @@ def _commit():
     return done.stdout.strip() or "unknown"
 
 
-def _machine():
-    if torch.cuda.is_available():
-        return torch.cuda.get_device_name(0)
-    return f"{len(os.sched_getaffinity(0))} processor cores"
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("name")
-    parser.add_argument("--machine", default=_machine(), help="what it was trained on, for the card")
     parser.add_argument("--results", type=Path, default=Path("build/training"))
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
     parser.add_argument("--weights", type=Path, default=HERE.parent / "weights")
@@ -72,7 +64,6 @@ def main():
     settings = json.loads((folder / "configuration.json").read_text())
     weights = [tuple(map(torch.from_numpy, layer)) for layer in convert.read(folder / "weights.npz")]
     weights = corrected(weights, evaluate.read_pairs(arguments.data / "val", "photo-*.png"))
-    state = torch.load(folder / "checkpoint.pt", map_location="cpu")
     arguments.weights.mkdir(exist_ok=True)
     data = convert.to_bytes([(f.numpy(), b.numpy()) for f, b in weights])
     # The container's random bytes come from the content, so that the same model gives the same file.
@@ -80,8 +71,7 @@ def main():
     (arguments.weights / f"{arguments.name}.en").write_bytes(cipher.seal(data, random.bytes))
     card = {"channels": settings["channels"], "depth": settings["depth"], "reach": settings["depth"] + 2,
             "purpose": PURPOSES.get(arguments.name, ""), "seed": settings["seed"], "commit": _commit(),
-            "training": {"steps": state["step"], "minutes": round(state["seconds"] / 60, 1), "machine": arguments.machine,
-                         "processor_minutes": round(state.get("processor_seconds", 0) / 60, 1)}}
+            "training": json.loads((folder / "training.json").read_text())}
     (arguments.weights / f"{arguments.name}.json").write_text(json.dumps(card, indent=2) + "\n")
     print(f"weights/{arguments.name}.en: {len(data)} bytes of weights")
 

@@ -107,9 +107,8 @@ class Chain(nn.Module):
         return [(layer.filter(), layer.bias) for layer in self.layers]
 
 
-def run(weights, picture, fast=False):
-    """The network without its last clamp. `fast`: the layers between the first and the last in bfloat16."""
-    inner = torch.bfloat16 if fast else picture.dtype
+def run(weights, picture, inner=torch.float32):
+    """The network without its last clamp. `inner`: the type in which the layers between the first and the last compute."""
     value = picture
     for index, (filters, bias) in enumerate(weights):
         last = index == len(weights) - 1

@@ -13,7 +13,7 @@ def encode(tile, lossless):
     if lossless:
         Image.fromarray(tile).save(out, "WEBP", lossless=True, quality=90)
     else:
-        Image.fromarray(tile).save(out, "JPEG", quality=95, subsampling=0, optimize=True)
+        Image.fromarray(tile).save(out, "JPEG", quality=93, subsampling=0, optimize=True)
     return out.getvalue()
 
 

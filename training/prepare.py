@@ -91,9 +91,9 @@ def middle(picture, size):
 
 
 def keep_picture(folder, source, picture, factors):
-    """False: too small to tell anything."""
+    """False: too small or too empty to tell anything."""
     kept = middle(reduced(picture, factors[-1]), TEST_SIZE)
-    if source.kind == "photo" and min(kept.size) < LEAST_TEST_SIDE:
+    if np.std(kept) < 1 or source.kind == "photo" and min(kept.size) < LEAST_TEST_SIDE:
         return False
     folder.mkdir(parents=True, exist_ok=True)
     kept.save(folder / f"{source.kind}-{Path(source.name).stem}.png")

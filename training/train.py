@@ -1,6 +1,7 @@
 """Trains the model of a configuration; goes on where an earlier run stopped.
 
-Results lie in build/training/NAME: the configuration, log.csv, curves.png, checkpoint.pt and, at the end, weights.npz.
+Results lie in build/training/NAME: the configuration, log.csv, curves.png, checkpoint.pt and, at the end, weights.npz and
+training.json, which says how long it took and where.
 """
 import argparse
 import csv
@@ -35,7 +36,7 @@ DEFAULTS = {
     "rate": 2e-3,
     "warm_up": 200,  # steps
     "ring": 0.3,  # weight of pixels that see zeros because a crop ends, not because the picture does
-    "fast_share": 0.8,  # of the steps in bfloat16
+    "fast_share": 0.8,  # of the steps in a 16-bit type
     "half_share": 0.1,  # of the steps, the last ones, in emulated half precision, rounded and truncated in turn
     "average": 0.999,
     "check_every": 1500,
@@ -102,6 +103,8 @@ class Training:
     replayed: its many small operations would take longer to start than to run."""
 
     EAGER_STEPS = 3  # before a kind of step is recorded
+    FAST = {"cuda": torch.float16, "cpu": torch.bfloat16}  # what the device computes fastest; half precision is the finer one
+    LOSS_SCALE = 4096.0  # keeps small gradients in half precision; Adam does not see it
 
     def __init__(self, settings, arguments):
         self.settings, self.arguments = settings, arguments
@@ -181,11 +184,11 @@ class Training:
         if kind.startswith("half"):
             result = network.run_half(weights, small, truncate=kind.endswith("truncated"))
         else:
-            result = network.run(weights, small, fast=kind == "fast")
+            result = network.run(weights, small, self.FAST[self.device] if kind == "fast" else torch.float32)
         error = result - large
         luma = (error * self.luma).sum(dim=1, keepdim=True)
         loss = ((error.abs() + self.settings["luma"] * luma.abs()) * weight).mean() / weight.mean()
-        loss.backward()
+        (loss * self.LOSS_SCALE).backward()
         self.optimizer.step()
         self.loss += loss.detach()
         with torch.no_grad():  # the average of the filters themselves: that of their factors would be something else
@@ -259,6 +262,12 @@ def plot(folder):
     figure.savefig(folder / "curves.png")
 
 
+def machine():
+    if torch.cuda.is_available():
+        return torch.cuda.get_device_name(0)
+    return f"{len(os.sched_getaffinity(0))} processor cores"
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("name", help="a configuration in training/configs")
@@ -280,6 +289,9 @@ def main():
     if not finished:
         sys.exit("stopped; the same command goes on from here")
     convert.write(training.folder / "weights.npz", [(f.numpy(), b.numpy()) for f, b in training.weights()])
+    done = {"steps": training.step, "minutes": round(training.seconds / 60, 1), "machine": machine(),
+            "processor_minutes": round((training.processor_seconds + time.process_time()) / 60, 1)}
+    (training.folder / "training.json").write_text(json.dumps(done, indent=1) + "\n")
 
 
 if __name__ == "__main__":
