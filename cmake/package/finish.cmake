@@ -8,8 +8,6 @@ foreach(file IN LISTS files)
 endforeach()
 file(WRITE ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/SHA256SUMS "${sums}")
 
-# find, because a folder's time changes with what is written into it, and a glob leaves folders out.
 execute_process(COMMAND find ${CPACK_TEMPORARY_INSTALL_DIRECTORY} -exec touch -h -d @$ENV{SOURCE_DATE_EPOCH} {} +
                 COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND find ${CPACK_TEMPORARY_INSTALL_DIRECTORY} -type d -exec chmod 755 {} + COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND find ${CPACK_TEMPORARY_INSTALL_DIRECTORY} -type f -exec chmod 644 {} + COMMAND_ERROR_IS_FATAL ANY)
