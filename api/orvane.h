@@ -133,8 +133,9 @@ typedef struct orvane_open_param {
     char modelPath[1024];  /* NUL-terminated path of the model file, in the process's ANSI encoding. A path
                               ending in ".en" is enciphered once, ".en2" twice, anything else is plain. For a
                               path that the ANSI code page cannot express, pass its short name
-                              (GetShortPathNameW), or give the host a manifest that makes UTF-8 its code page
-                              (activeCodePage, Windows 10 version 1903 and later) and pass UTF-8. */
+                              (GetShortPathNameW) with the ending in lower case again, or give the host a
+                              manifest that makes UTF-8 its code page (activeCodePage, Windows 10 version 1903
+                              and later) and pass UTF-8. */
 } orvane_open_param;
 
 /*

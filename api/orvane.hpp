@@ -200,13 +200,19 @@ inline std::string NarrowExactly(const std::wstring& path) {
     return narrow;
 }
 
-// As the library wants it, by the file's short name where it must be.
-inline std::string NarrowModelPath(const std::wstring& path) {
-    std::string narrow = NarrowExactly(path);
+// As the library wants it, by the file's short name where it must be. Short names are in capitals, but the library
+// tells enciphered files by an ending in lower case: that is put back.
+inline std::string NarrowModelPath(const std::filesystem::path& path) {
+    std::string narrow = NarrowExactly(path.wstring());
     if (narrow.empty()) {
         std::wstring name(32768, L'\0');
         name.resize(GetShortPathNameW(path.c_str(), name.data(), static_cast<DWORD>(name.size())));
-        narrow = NarrowExactly(name);
+        std::filesystem::path shortened = name;
+        const std::wstring ending = path.extension().wstring();
+        if (CompareStringOrdinal(shortened.extension().c_str(), -1, ending.c_str(), -1, TRUE) == CSTR_EQUAL) {
+            shortened.replace_extension(ending);
+        }
+        narrow = NarrowExactly(shortened.wstring());
     }
     return narrow;
 }
@@ -228,10 +234,13 @@ public:
     ~Instance() { Close(); }
     Instance(Instance&& other) noexcept { *this = std::move(other); }
     Instance& operator=(Instance&& other) noexcept {
-        std::swap(m_module, other.m_module);
-        std::swap(m_handle, other.m_handle);
-        std::swap(m_width, other.m_width);
-        std::swap(m_height, other.m_height);
+        if (this != &other) {
+            Close();
+            m_module = std::move(other.m_module);
+            m_handle = std::exchange(other.m_handle, nullptr);
+            m_width = other.m_width;
+            m_height = other.m_height;
+        }
         return *this;
     }
     Instance(const Instance&) = delete;
@@ -241,11 +250,11 @@ public:
 
     // Doubles one frame; blocks until it is there. A frame of another size sets the instance up anew, which takes about
     // as long as opening it. Frames that would close it by mistake (a stride that is not a multiple of 4 or shorter
-    // than a row, no rows) are refused with kInvalid. After kFailed the instance is still open if the frame had the
-    // size of the one before; otherwise it is closed: test it, and open again.
+    // than a row, no rows) and frames without data are refused with kInvalid. After kFailed the instance is still open
+    // if the frame had the size of the one before; otherwise it is closed: test it, and open again.
     std::error_code Process(Output& output, const Input& input) {
-        if (m_handle == nullptr || input.width < 1 || input.height < 1 || input.stride % 4 != 0 ||
-            input.stride / 4 < input.width) {
+        if (m_handle == nullptr || input.data == nullptr || output.data == nullptr || input.width < 1 ||
+            input.height < 1 || input.stride % 4 != 0 || input.stride / 4 < input.width) {
             return Result::kInvalid;
         }
         orvane_frame from{};
@@ -347,7 +356,7 @@ public:
     Instance Open(const OpenOptions& options, std::error_code& error) const {
         Instance instance;
         orvane_open_param param{};
-        const std::string path = detail::NarrowModelPath(options.model.wstring());
+        const std::string path = detail::NarrowModelPath(options.model);
         if (path.empty() || path.size() >= sizeof(param.modelPath)) {
             const int code = path.empty() ? ERROR_NO_UNICODE_TRANSLATION : ERROR_FILENAME_EXCED_RANGE;
             error.assign(code, std::system_category());
