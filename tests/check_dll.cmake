@@ -2,9 +2,10 @@
 #   cmake -DOBJDUMP=... -DDLL=... -DSTRIPPED=0|1 -P check_dll.cmake
 execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 
-string(REGEX MATCH "Ordinal/Name Pointer\\] Table[^\n]*\n(\t\\[[^\n]*\n)+" names "${headers}")
-string(REGEX MATCHALL "\\[ *[0-9]+\\] [^\n]+" exports "${names}")
-list(TRANSFORM exports REPLACE "\\[ *[0-9]+\\] " "")
+# Newer ones have a head and more columns before the name.
+string(REGEX MATCH "Ordinal/Name Pointer\\] Table[^\n]*\n(\t[^\n]*\n)+" names "${headers}")
+string(REGEX MATCHALL "\t\\[ *[0-9]+\\][^\n]+" exports "${names}")
+list(TRANSFORM exports REPLACE ".* " "")
 file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/../api/liborvane.def expected REGEX "^    ")
 list(TRANSFORM expected STRIP)
 if(NOT "${exports}" STREQUAL "${expected}")
