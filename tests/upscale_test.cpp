@@ -138,6 +138,7 @@ TEST(Upscale, GoesOnAfterABrokenPictureAndWithWhatIsMissing) {
     folder.Write("twins/a.png", {});
     folder.Write("twins/A.jpg", {});
     folder.Write("blocked", {});
+    fs::create_directories(folder.Path() / "taken/a.png");
     const std::wstring model = L" --model m.bin --channels 27 --depth 1";
     const std::vector<Case> cases{
         {L"in -o out",
@@ -154,6 +155,7 @@ TEST(Upscale, GoesOnAfterABrokenPictureAndWithWhatIsMissing) {
         {L"in/a.tif -o a.webp", 2, {"cannot be written"}},
         {L"in/a.tif -o a.png --format jpeg", 2, {"another format"}},
         {L"in/a.tif -o blocked/x", 1, {"cannot be made"}},
+        {L"in/a.tif -o taken --force", 1, {"exists and is not a file that can be replaced"}},
         {L"-o out", 2, {"--list"}},
         {L"in/a.tif -o out --passes 4", 2, {"--passes"}},
         {L"blocked.d -o out", 1, {"There is no such file"}},
