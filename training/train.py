@@ -30,6 +30,7 @@ DEFAULTS = {
     "start": None,  # name of a trained model to start from
     "mix": {"photo": 0.70, "drawing": 0.24, "plain": 0.06},
     "luma": 1.0,  # how much the error of the luma counts beside that of the three colours
+    "halo": 0.0,  # how much counts by what a pixel leaves the range of the source around it
     "seed": 1,
     "batch": 16,
     "crop": 32,  # pixels of the small side, at most those of a tile
@@ -187,7 +188,10 @@ class Training:
             result = network.run(weights, small, self.FAST[self.device] if kind == "fast" else torch.float32)
         error = result - large
         luma = (error * self.luma).sum(dim=1, keepdim=True)
-        loss = ((error.abs() + self.settings["luma"] * luma.abs()) * weight).mean() / weight.mean()
+        penalty = error.abs() + self.settings["luma"] * luma.abs()
+        if self.settings["halo"]:
+            penalty = penalty + self.settings["halo"] * network.beyond(result, large)
+        loss = (penalty * weight).mean() / weight.mean()
         (loss * self.LOSS_SCALE).backward()
         self.optimizer.step()
         self.loss += loss.detach()
