@@ -91,7 +91,7 @@ TEST_F(Exports, RefusesOpensWithTheReasonAndLeavesComAlone) {
                           {8, 8, 4, INT_MIN, "good", good},
                           {0, 4, 4, 1, "good", good},
                           {4, 0, 4, 1, "good", good},
-                          {4, 0xFFFFFFFC, 4, 1, "good", good},
+                          {0xFFFFFFFC, 4, 4, 1, "good", good},
                           {8193, 1, 4, 1, "good", good},
                           {1, 8193, 4, 1, "good", good},
                           {8192, 8192, 4, 1, "none", ""},
