@@ -3,7 +3,6 @@
 #pragma once
 
 #include <array>
-#include <memory>
 #include <vector>
 
 namespace orvane::bench {
@@ -15,21 +14,11 @@ inline constexpr std::array kCounterNames{
     "ID3D12Resource",          "DirectML",     "Direct3D calls of DirectML's own",
 };
 
-// There is one. It stays for the life of the process, and so do a device and a few objects on it: their function tables
-// are those of the library's objects too.
-class CallCounter {
-public:
-    // Throws when there is no device.
-    CallCounter();
-    ~CallCounter();
+// Begins to count, from now on and for the life of the process. A device stays with it, whose function tables are those
+// of the library's objects too. Throws when there is none.
+void StartCounting();
 
-    void Start();
-    // The calls since Start, by kCounterNames.
-    std::vector<double> Stop() const;
-
-private:
-    struct Objects;
-    std::unique_ptr<Objects> m_objects;
-};
+// The calls since the last answer, by kCounterNames.
+std::vector<double> TakeCounts();
 
 }  // namespace orvane::bench

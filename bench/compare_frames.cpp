@@ -1,7 +1,7 @@
 // Frame by frame against the peer: the same bytes in host memory to the same bytes in host memory.
 #include <algorithm>
+#include <array>
 #include <cstdlib>
-#include <optional>
 
 #include "bench/session.h"
 #include "bench/statistics.h"
@@ -11,24 +11,22 @@
 namespace orvane::bench {
 namespace {
 
-constexpr NetworkNumbers kWide{32, 2};
-constexpr NetworkNumbers kNarrow{8, 1};
-
 struct Case {
     FrameSize size;
     NetworkNumbers network;
 };
 
 std::vector<Case> Cases(const Options& options) {
-    std::vector<FrameSize> sizes{{64, 36}, {160, 90}, {320, 180}, {640, 360}};
+    const NetworkNumbers narrow{8, 1};
     if (options.isShort) {
-        return {{{64, 36}, kNarrow}};
+        return {{{64, 36}, narrow}};
     }
+    std::vector<FrameSize> sizes{{64, 36}, {160, 90}, {320, 180}, {640, 360}};
     if (options.isCard) {
-        sizes = {{640, 360}, {1280, 720}, {1920, 1080}, {2560, 1440}};
+        sizes = {{64, 36}, {640, 360}, {1280, 720}, {1920, 1080}, {2560, 1440}};
     }
     std::vector<Case> cases;
-    for (const NetworkNumbers network : {kWide, kNarrow}) {
+    for (const NetworkNumbers network : {NetworkNumbers{32, 2}, narrow}) {
         for (const FrameSize size : sizes) {
             cases.push_back({size, network});
         }
@@ -36,17 +34,31 @@ std::vector<Case> Cases(const Options& options) {
     return cases;
 }
 
-struct Result {
-    Case one;
-    Side ours;
-    std::optional<Side> peer;
-    double privateBytes = 0.0;
-    double peerPrivateBytes = 0.0;
-    double largestDifference = 0.0;
+// From NVIDIA's data sheets: half precision on the tensor cores, without sparsity, and on all others; memory.
+struct Card {
+    const char* name;
+    double tensorTeraflops;
+    double shaderTeraflops;
+    double gigabytes;  // a second
 };
+constexpr std::array kCards{Card{"H100 PCIe", 756.0, 102.4, 2000.0}, Card{"H100", 989.4, 133.8, 3350.0},
+                            Card{"H200", 989.4, 133.8, 4800.0}};
 
-double LargestDifference(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
-    Require(a.size() == b.size() && !a.empty(), "the pictures are of different sizes");
+Card CardOf(const Report& report) {
+    const std::string adapter = report.facts["adapter"];
+    const auto* const found = std::find_if(
+        kCards.begin(), kCards.end(), [&](const Card& card) { return adapter.find(card.name) != std::string::npos; });
+    return found != kCards.end() ? *found : Card{"", kNone, kNone, kNone};
+}
+
+double LargestDifference(const Session& session, WorkerProcess& ours, WorkerProcess& peer) {
+    const auto path = std::filesystem::absolute(session.options.folder / "picture.rgba");
+    ours.Ask("save " + path.string());
+    const std::vector<uint8_t> a = LoadBytes(path);
+    peer.Ask("save " + path.string());
+    const std::vector<uint8_t> b = LoadBytes(path);
+    std::filesystem::remove(path);
+    Require(a.size() == b.size(), "the pictures are of different sizes");
     int largest = 0;
     for (size_t i = 0; i < a.size(); ++i) {
         largest = std::max(largest, std::abs(int{a[i]} - int{b[i]}));
@@ -54,151 +66,87 @@ double LargestDifference(const std::vector<uint8_t>& a, const std::vector<uint8_
     return largest;
 }
 
-double DifferenceOfPictures(const Session& session, WorkerProcess& ours, WorkerProcess& peer) {
-    const auto path = std::filesystem::absolute(session.options.folder / "picture.rgba");
-    ours.Ask("save " + path.string());
-    const std::vector<uint8_t> oursPicture = LoadBytes(path);
-    peer.Ask("save " + path.string());
-    const double difference = LargestDifference(oursPicture, LoadBytes(path));
-    std::filesystem::remove(path);
-    return difference;
+void Plot(std::vector<Series>& plot, const std::string& name, FrameSize size, double milliseconds) {
+    auto found = std::find_if(plot.begin(), plot.end(), [&](const Series& series) { return series.name == name; });
+    if (found == plot.end()) {
+        found = plot.insert(plot.end(), {name, {}});
+    }
+    found->points.emplace_back(1.0 * size.width * size.height, milliseconds);
 }
 
-Result RunCase(const Session& session, const Case& one) {
+void RunCase(Session& session, const Case& one, const std::string& name, Table& table) {
+    const std::string open = "open " + session.Open(one.size, one.network);
     const auto ours = session.StartOurs();
-    const auto peer = Session::HasPeer() ? session.StartPeer() : nullptr;
-    ours->Ask(session.OpenCommand(one.size, one.network));
+    ours->Ask(open);
     ours->Ask("frames 1");
-    const std::string frames = FramesOfTurn(*ours, "frames", session.Patience(500.0));
+    const std::string count = FramesOfTurn(*ours, "frames", session.Patience(500.0));
+    const std::string frames = "frames " + count;
     std::vector<Side> sides{{*ours, frames}};
-    if (peer) {
-        peer->Ask(session.OpenCommand(one.size, one.network));
-        peer->Ask("frames 2");
-        sides.emplace_back(*peer, frames);
-    }
-    TakeTurns(sides, session.Patience(20'000.0), session.LeastTurns(3));
-    Result result{one, sides.front(), std::nullopt, ours->Ask("memory").front()};
-    if (peer) {
-        result.peer = sides.back();
-        result.peerPrivateBytes = peer->Ask("memory").front();
-        result.largestDifference = DifferenceOfPictures(session, *ours, *peer);
-    }
-    return result;
-}
-
-Table FramesTable(const std::vector<Result>& results) {
-    Table table{"One frame, milliseconds",
-                {{"network"}, {"size"}, {"frames"}, {"least", 2}, {"median", 2}, {"95 %", 2}},
-                {},
-                {}};
-    if (Session::HasPeer()) {
-        table.columns.insert(table.columns.end(), {{"peer least", 2}, {"peer median", 2}, {"peer 95 %", 2}});
-        table.note =
-            "The peer is ONNX Runtime with its DirectML provider, in a process of its own; the two take turns.";
-    }
-    for (const Result& result : results) {
-        std::vector<Cell>& row = table.rows.emplace_back();
-        row = {result.one.network.Name(), SizeName(result.one.size), static_cast<double>(result.ours.frames.size())};
-        for (const Side* const side : {&result.ours, result.peer ? &*result.peer : nullptr}) {
-            if (side != nullptr) {
-                row.insert(row.end(),
-                           {Quantile(side->frames, 0.0), Median(side->frames), Quantile(side->frames, 0.95)});
-            }
+    const auto join = [&](WorkerProcess* worker) {
+        if (worker != nullptr) {
+            worker->Ask(open);
+            worker->Ask("frames 2");
+            sides.emplace_back(*worker, frames);
         }
-    }
-    return table;
-}
-
-Table RatiosTable(const std::vector<Result>& results) {
-    constexpr double kMebibyte = 1048576.0;
-    Table table{
-        "Orvane / ONNX Runtime",
-        {{"network"},
-         {"size"},
-         {"turns"},
-         {"ratio", 3},
-         {"ratio 25 %", 3},
-         {"ratio 75 %", 3},
-         {"ratio of the least", 3},
-         {"processor ms", 1},
-         {"peer processor ms", 1},
-         {"ratio of processor time", 3},
-         {"private MiB"},
-         {"peer private MiB"},
-         {"largest difference"}},
-        {},
-        "Of the medians of each turn: the median of all turns and the quarters beside it. Processor time is that "
-        "of all cores for one frame. The difference is of two bytes of the pictures."};
-    for (const Result& result : results) {
-        const Ratio ratio = Compare(result.ours, *result.peer);
-        table.rows.push_back({result.one.network.Name(), SizeName(result.one.size),
-                              static_cast<double>(result.ours.turnMedians.size()), ratio.median, ratio.low, ratio.high,
-                              ratio.least, result.ours.ProcessorPerFrame(), result.peer->ProcessorPerFrame(),
-                              ratio.processor, result.privateBytes / kMebibyte, result.peerPrivateBytes / kMebibyte,
-                              result.largestDifference});
-    }
-    return table;
-}
-
-Table CardTable(const Options& options, const std::vector<Result>& results) {
-    Table table{"Against the card's limits",
-                {{"network"},
-                 {"size"},
-                 {"frame, ms", 3},
-                 {"operations, 10^9", 2},
-                 {"TFLOPS reached", 2},
-                 {"% of peak", 1},
-                 {"least bytes, MB", 1},
-                 {"GB/s reached", 1},
-                 {"% of peak memory", 1},
-                 {"frames/s", 1}},
-                {},
-                "The operations are the convolutions' multiplications and additions; the bytes, every tensor written "
-                "once and read once. A peak of 0 is not known: --peak-tflops, --peak-gbps."};
-    for (const Result& result : results) {
-        const auto& [size, network] = result.one;
-        const double seconds = Median(result.ours.frames) / 1e3;
-        const double operations = FrameOperations(network, size) / seconds;
-        const double bytes = FrameBytes(network, size) / seconds;
-        const auto percent = [](double reached, double peak) { return peak > 0.0 ? 100.0 * reached / peak : 0.0; };
-        table.rows.push_back({network.Name(), SizeName(size), seconds * 1e3, FrameOperations(network, size) / 1e9,
-                              operations / 1e12, percent(operations / 1e12, options.peakTeraflops),
-                              FrameBytes(network, size) / 1e6, bytes / 1e9, percent(bytes / 1e9, options.peakGigabytes),
-                              1.0 / seconds});
-    }
-    return table;
-}
-
-void Plot(Session& session, const Result& result) {
-    const auto add = [&](const std::string& side, const std::vector<double>& frames) {
-        const std::string name = side + ", " + result.one.network.Name();
-        auto& plot = session.plot;
-        auto found = std::find_if(plot.begin(), plot.end(), [&](const Series& series) { return series.name == name; });
-        if (found == plot.end()) {
-            found = plot.insert(plot.end(), {name, {}});
-        }
-        found->points.emplace_back(result.one.size.width * result.one.size.height, Median(frames));
     };
-    add("Orvane", result.ours.frames);
-    if (result.peer) {
-        add("ONNX Runtime", result.peer->frames);
+    const auto peer = session.StartPeer();
+    session.Try("the peer, " + name, [&] { join(peer.get()); });
+    const bool hasPeer = sides.size() > 1;
+    const auto otherHeaps = session.options.isCard ? session.StartOurs(session.OtherHeaps()) : nullptr;
+    join(otherHeaps.get());
+    TakeTurns(sides, session.Patience(15'000.0), session.LeastTurns(3));
+
+    const std::vector<double>& times = sides[0].frames;
+    const double median = Median(times);
+    Row& row = table.rows.emplace_back(Row{{"network", one.network.Name()},
+                                           {"size", SizeName(one.size)},
+                                           {"frames", times.size()},
+                                           {"least", Least(times)},
+                                           {"median", median},
+                                           {"95 %", Quantile(times, 0.95)}});
+    Plot(session.plot, "Orvane, " + one.network.Name(), one.size, median);
+    if (hasPeer) {
+        const std::vector<double>& peerTimes = sides[1].frames;
+        const Ratio ratio = Compare(sides[0], sides[1]);
+        row["peer least"] = Least(peerTimes);
+        row["peer median"] = Median(peerTimes);
+        row["peer 95 %"] = Quantile(peerTimes, 0.95);
+        row["of that its session"] = Median(peer->Ask("sessions " + count));
+        row["ratio"] = ratio.median;
+        row["25 %"] = ratio.low;
+        row["75 %"] = ratio.high;
+        row["of the least"] = Least(times) / Least(peerTimes);
+        row["of processor time"] = ratio.processor;
+        row["largest difference"] = LargestDifference(session, *ours, *peer);
+        Plot(session.plot, "ONNX Runtime, " + one.network.Name(), one.size, Median(peerTimes));
+    }
+    if (session.options.isCard) {
+        const Card card = CardOf(session.report);
+        const double teraflops = FrameOperations(one.network, one.size) / median / 1e9;
+        const double gigabytes = FrameBytes(one.network, one.size) / median / 1e6;
+        row["virtual heaps"] = Median(sides.back().frames);
+        row["frames/s"] = 1e3 / median;
+        row["TFLOPS"] = teraflops;
+        row["% of the tensor cores"] = 100.0 * teraflops / card.tensorTeraflops;
+        row["% of the other cores"] = 100.0 * teraflops / card.shaderTeraflops;
+        row["GB/s"] = gigabytes;
+        row["% of the memory"] = 100.0 * gigabytes / card.gigabytes;
     }
 }
 
 }  // namespace
 
 void CompareFrames(Session& session) {
-    std::vector<Result> results;
+    Table& table = session.AddTable(
+        "One frame, milliseconds, beside ONNX Runtime",
+        "Each in a process of its own; the two take turns. The ratio is that of a turn's medians: the median of all "
+        "turns, and the quarters beside it. The session is the peer without the conversion of pictures. Processor time "
+        "is that of all cores. The difference is that of two bytes "
+        "of the pictures. On a card: operations are the convolutions' multiplications and additions; bytes, every "
+        "tensor written once and read once.");
     for (const Case& one : Cases(session.options)) {
-        results.push_back(RunCase(session, one));
-        Plot(session, results.back());
-    }
-    session.Add(FramesTable(results));
-    if (Session::HasPeer()) {
-        session.Add(RatiosTable(results));
-    }
-    if (session.options.isCard) {
-        session.Add(CardTable(session.options, results));
+        const std::string name = SizeName(one.size) + ", " + one.network.Name();
+        session.Try("frames of " + name, [&] { RunCase(session, one, name, table); });
     }
 }
 

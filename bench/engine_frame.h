@@ -2,9 +2,10 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <vector>
 
-#include "bench/inputs.h"
+#include "bench/worker.h"
 #include "engine/directml_context.h"
 #include "engine/frame_recorder.h"
 #include "engine/frame_resources.h"
@@ -15,10 +16,19 @@
 
 namespace orvane::bench {
 
+// How operators are compiled.
+struct OperatorVariant {
+    TensorLayout layout = TensorLayout::kNchw;
+    DML_EXECUTION_FLAGS flags = DML_EXECUTION_FLAG_NONE;
+    bool isOwned = false;  // DirectML takes over the weights when the operators are initialised
+};
+
 // Holds what orvane::Sample holds and runs the same steps. Throws when something fails.
 class EngineFrame {
 public:
-    EngineFrame(FrameSize size, NetworkNumbers network, const std::string& modelPath);
+    // With a variant, operators are compiled in its way and not in the library's. Appends the times of its steps, in
+    // milliseconds: Direct3D's device, DirectML's, shaders, network, initialisation of the operators, textures.
+    EngineFrame(const OpenArguments& open, const std::optional<OperatorVariant>& variant, std::vector<double>& times);
 
     // One frame as the library processes it, from pixels to pixels.
     void RunWhole();
@@ -27,10 +37,11 @@ public:
 
     // One frame with its parts' times in milliseconds: recording (with the copy into the upload heap), then, as the
     // queue stamps them, upload, image2tensor, each layer, DepthToSpaceCRD and the copy to the read-back buffer, then
-    // the whole submission with its wait, and the rows to the host. The stamps are 0 where the device has none.
+    // the whole submission with its wait, and the rows to the host.
     std::vector<double> RunApart();
 
 private:
+    // `stamp` is called before the first step and after each.
     void RecordFrame(const std::function<void()>& stamp);
     void RecordLayers(const std::function<void()>& stamp);
     void Submit();
@@ -48,8 +59,9 @@ private:
     NetworkGraph m_network;
     OperatorBindings m_bindings;
     FrameResources m_frame;
-    ComPtr<ID3D12QueryHeap> m_stamps;  // null where the device has none
+    ComPtr<ID3D12QueryHeap> m_stamps;
     ComPtr<ID3D12Resource> m_stampValues;
+    UINT m_stampCount;
     uint64_t m_stampFrequency = 0;  // per second
 };
 

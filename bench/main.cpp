@@ -1,6 +1,7 @@
 // The benchmark: runs its sections, prints their tables and writes them with a plot into a folder.
+#include <algorithm>
 #include <array>
-#include <functional>
+#include <cstdio>
 
 #include <windows.h>
 
@@ -8,7 +9,6 @@
 #include "apps/utils/failure.h"
 #include "apps/utils/program.h"
 #include "bench/session.h"
-#include "bench/worker.h"
 
 namespace orvane::bench {
 namespace {
@@ -19,9 +19,9 @@ struct Section {
 };
 
 constexpr std::array kSections{
-    Section{"frames", CompareFrames}, Section{"parts", TakeFramesApart},   Section{"operators", CompareOperators},
-    Section{"opening", TimeOpening},  Section{"models", TimeModelLoading}, Section{"memory", CountMemoryAndCalls},
-    Section{"growth", FitGrowth},
+    Section{"frames", CompareFrames},       Section{"parts", TakeFramesApart}, Section{"memory", CountMemoryAndCalls},
+    Section{"operators", CompareOperators}, Section{"opening", TimeOpening},   Section{"growth", FitGrowth},
+    Section{"models", TimeModelLoading},
 };
 
 std::string ProcessorName() {
@@ -34,21 +34,9 @@ std::string ProcessorName() {
     return std::to_string(info.dwNumberOfProcessors) + " x " + name.data();
 }
 
-// From NVIDIA's data sheets: dense half precision on the tensor cores, and memory.
-void FillPeaks(const std::string& adapter, Options& options) {
-    struct Card {
-        const char* name;
-        double teraflops;
-        double gigabytes;
-    };
-    constexpr std::array kCards{Card{"H100 PCIe", 756.0, 2000.0}, Card{"H100", 989.0, 3350.0},
-                                Card{"H200", 989.0, 4800.0}};
-    for (const Card& card : kCards) {
-        if (options.peakTeraflops == 0.0 && adapter.find(card.name) != std::string::npos) {
-            options.peakTeraflops = card.teraflops;
-            options.peakGigabytes = card.gigabytes;
-        }
-    }
+void Say(const std::string& text) {
+    std::printf("%s\n", text.c_str());
+    std::fflush(stdout);
 }
 
 void Run(Session& session) {
@@ -57,19 +45,23 @@ void Run(Session& session) {
         throw tool::Failure("This machine cannot run the library; its status is " + std::to_string(adapter.status) +
                             ".");
     }
-    FillPeaks(adapter.adapterName, session.options);
-    const std::vector<std::pair<std::string, std::string>> facts{
-        {"adapter", adapter.adapterName}, {"processor", ProcessorName()}, {"Windows", adapter.osVersion}};
-    for (const auto& [name, value] : facts) {
-        session.Say(std::string(name).append(": ").append(value));
+    Report& report = session.report;
+    report.facts = {{"adapter", adapter.adapterName}, {"processor", ProcessorName()}, {"Windows", adapter.osVersion}};
+    for (const auto& fact : report.facts.items()) {
+        Say(fact.key() + ": " + fact.value().get<std::string>());
     }
-    session.Say(Session::HasPeer() ? "" : "There is no bench_peer.exe: nothing to compare with.\n");
+    Say(HasProgram("bench_peer") ? "" : "There is no bench_peer.exe: nothing to compare with.\n");
     const std::vector<std::string>& only = session.options.only;
     for (const Section& section : kSections) {
         if (only.empty() || std::find(only.begin(), only.end(), section.name) != only.end()) {
+            const size_t before = report.tables.size();
             section.run(session);
-            session.Write(facts);
+            std::for_each(report.tables.begin() + static_cast<std::ptrdiff_t>(before), report.tables.end(),
+                          [](const Table& table) { Say(table.Text()); });
         }
+    }
+    if (!report.failures.empty()) {
+        throw tool::Failure(std::to_string(report.failures.size()) + " parts of the benchmark failed.");
     }
 }
 
@@ -80,12 +72,10 @@ int main(int argc, char** argv) {
     orvane::bench::Options options;
     std::string folder = options.folder.string();
     CLI::App app("Measures the library, against ONNX Runtime where bench_peer.exe lies beside this program.");
-    app.add_option("--out", folder, "Folder for results.json and frames.svg")->capture_default_str();
+    app.add_option("--out", folder, "Folder for results.json, results.md and frames.svg")->capture_default_str();
     app.add_flag("--short", options.isShort, "A little of everything, to see that it works");
     app.add_flag("--card", options.isCard, "Sizes for a graphics card");
-    app.add_option("--peak-tflops", options.peakTeraflops, "The card's half-precision arithmetic, 10^12 operations/s");
-    app.add_option("--peak-gbps", options.peakGigabytes, "The card's memory, 10^9 bytes/s");
-    app.add_option("sections", options.only, "frames, parts, operators, opening, models, memory, growth; or all");
+    app.add_option("sections", options.only, "frames, parts, memory, operators, opening, growth, models; or all");
     app.callback([&] {
         options.folder = folder;
         orvane::bench::Session session(options);

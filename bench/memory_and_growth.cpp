@@ -1,7 +1,6 @@
 // What instances hold, what frames call, and how time grows with the work.
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 #include "bench/call_counter.h"
 #include "bench/session.h"
@@ -11,8 +10,6 @@
 
 namespace orvane::bench {
 namespace {
-
-constexpr double kMebibyte = 1048576.0;
 
 double PlannedBytes(FrameSize size, NetworkNumbers network) {
     const std::vector<LayerShape> layers = LayersOf(network);
@@ -24,67 +21,55 @@ double PlannedBytes(FrameSize size, NetworkNumbers network) {
     return static_cast<double>(bytes);
 }
 
-void CountMemory(Session& session) {
-    Table table{"Memory, MiB",
-                {{"network"},
-                 {"size"},
-                 {"tensors as planned", 2},
-                 {"as the library logs", 2},
-                 {"private, open", 1},
-                 {"after 10 frames", 1},
-                 {"after 500", 1},
-                 {"after 1000", 1}},
-                {},
-                "Private bytes are those of the whole process; on a software adapter the tensors are among them."};
+void CountMemory(const Session& session, Table& table) {
+    constexpr double kMebibyte = 1048576.0;
     const FrameSize size = session.options.isCard ? FrameSize{1280, 720} : FrameSize{64, 36};
     const NetworkNumbers network{8, 1};
     const auto ours = session.StartOurs();
-    ours->Ask(session.OpenCommand(size, network));
-    std::vector<Cell> row{network.Name(), SizeName(size), PlannedBytes(size, network) / kMebibyte};
-    row.emplace_back(ours->Ask("logged").front() / kMebibyte);
-    row.emplace_back(ours->Ask("memory").front() / kMebibyte);
-    for (const int frames : {10, 490, 500}) {
-        ours->Ask("frames " + std::to_string(session.options.isShort ? std::min(frames, 5) : frames));
-        row.emplace_back(ours->Ask("memory").front() / kMebibyte);
+    const auto mebibytes = [&](const char* command) { return ours->Ask(command).front() / kMebibyte; };
+    ours->Ask("open " + session.Open(size, network));
+    Row& row = table.rows.emplace_back(Row{{"network", network.Name()},
+                                           {"size", SizeName(size)},
+                                           {"tensors as planned", PlannedBytes(size, network) / kMebibyte},
+                                           {"as the library logs", mebibytes("logged")},
+                                           {"private, open", mebibytes("memory")}});
+    int frames = 0;
+    for (const int more : {10, 490, 500}) {
+        frames += session.options.isShort ? 5 : more;
+        ours->Ask("frames " + std::to_string(session.options.isShort ? 5 : more));
+        row["after " + std::to_string(frames)] = mebibytes("memory");
     }
-    table.rows.push_back(row);
-    if (session.options.isShort) {
-        table.note += " Short: 5, 10 and 15 frames.";
-    }
-    session.Add(table);
 }
 
-// Counted over several frames, because the list of frame times grows now and then.
-void CountCalls(Session& session) {
-    constexpr int kFrames = 32;
+// Over several frames, because the list of frame times grows now and then.
+void CountCalls(const Session& session, Table& table) {
     const auto ours = session.StartOurs();
-    ours->Ask(session.OpenCommand({64, 36}, {8, 2}));
+    ours->Ask("open " + session.Open({64, 36}, {8, 2}));
     ours->Ask("frames 2");
+    ours->Ask("watch");
     std::vector<std::vector<double>> counts(kCounterNames.size());
-    for (int i = 0; i < kFrames; ++i) {
-        const std::vector<double> frame = ours->Ask("count");
-        for (size_t k = 0; k < counts.size(); ++k) {
-            counts[k].push_back(frame.at(k));
+    for (int frame = 0; frame < 32; ++frame) {
+        const std::vector<double> calls = ours->Ask("count");
+        for (size_t i = 0; i < counts.size(); ++i) {
+            counts[i].push_back(calls.at(i));
         }
     }
-    Table table{"Calls of one frame, four layers", {{"to"}, {"least"}, {"most"}}, {}, {}};
-    for (size_t k = 0; k < counts.size(); ++k) {
-        table.rows.push_back({std::string(kCounterNames[k]), Quantile(counts[k], 0.0), Quantile(counts[k], 1.0)});
+    for (size_t i = 0; i < counts.size(); ++i) {
+        table.rows.push_back(
+            {{"to", kCounterNames.at(i)}, {"least", Least(counts[i])}, {"most", Quantile(counts[i], 1.0)}});
     }
-    table.note = "Of " + std::to_string(kFrames) + " frames, each counted by itself.";
-    session.Add(table);
 }
 
 struct Point {
     FrameSize size;
     NetworkNumbers network;
-    double x = 0.0;
+    double x;
     double least = INFINITY;
 };
 
 struct Growth {
-    std::string name;
-    std::string unit;  // of x
+    const char* name;
+    const char* unit;  // of x
     std::vector<Point> points;
 };
 
@@ -106,44 +91,50 @@ std::vector<Growth> Growths(const Options& options) {
     return {pixels, channels, layers};
 }
 
+void Fit(const Session& session, Growth growth, Table& table) {
+    const auto ours = session.StartOurs();
+    for (int round = 0; round < (session.options.isShort ? 1 : 3); ++round) {
+        for (Point& point : growth.points) {
+            ours->Ask("open " + session.Open(point.size, point.network));
+            ours->Ask("frames 1");
+            point.least = std::min(point.least, Least(ours->Ask(session.options.isShort ? "frames 1" : "frames 4")));
+            ours->Ask("close");
+        }
+    }
+    std::vector<double> x;
+    std::vector<double> y;
+    Row& row = table.rows.emplace_back(Row{{"with", growth.name}, {"unit", growth.unit}});
+    for (const Point& point : growth.points) {
+        x.push_back(point.x);
+        y.push_back(point.least);
+        const std::string number = "point " + std::to_string(x.size());
+        row[number] = point.x;
+        row[number + ", ms"] = point.least;
+    }
+    const Line line = FitLine(x, y);
+    row["ms a unit"] = line.slope;
+    row["ms at none"] = line.intercept;
+    row["explained"] = line.explained;
+}
+
 }  // namespace
 
 void CountMemoryAndCalls(Session& session) {
-    CountMemory(session);
-    CountCalls(session);
+    Table& memory = session.AddTable(
+        "Memory, MiB",
+        "Private bytes are those of the whole process; on a software adapter the tensors are among them.");
+    Table& calls = session.AddTable("Calls of one frame, four layers", "Of 32 frames, each counted by itself.");
+    session.Try("memory", [&] { CountMemory(session, memory); });
+    session.Try("calls", [&] { CountCalls(session, calls); });
 }
 
 void FitGrowth(Session& session) {
-    Table table{
-        "Growth of a frame's time",
-        {{"with"}, {"from"}, {"to"}, {"unit"}, {"ms a unit", 4}, {"ms at none", 3}, {"explained", 4}},
-        {},
-        "Straight lines of least squares through the least times of four networks or sizes each. Time grows with "
-        "the operations, which go with the square of the channels between the layers."};
-    Table points{"Growth, the points", {{"with"}, {"size"}, {"network"}, {"x", 3}, {"least, ms", 3}}, {}, {}};
-    const auto ours = session.StartOurs();
-    for (Growth& growth : [&] { return Growths(session.options); }()) {
-        for (int round = 0; round < (session.options.isShort ? 1 : 3); ++round) {
-            for (Point& point : growth.points) {
-                ours->Ask(session.OpenCommand(point.size, point.network));
-                const std::vector<double> times = ours->Ask(session.options.isShort ? "frames 2" : "frames 5");
-                point.least = std::min(point.least, Quantile({times.begin() + 1, times.end()}, 0.0));
-                ours->Ask("close");
-            }
-        }
-        std::vector<double> x;
-        std::vector<double> y;
-        for (const Point& point : growth.points) {
-            x.push_back(point.x);
-            y.push_back(point.least);
-            points.rows.push_back({growth.name, SizeName(point.size), point.network.Name(), point.x, point.least});
-        }
-        const Line line = FitLine(x, y);
-        table.rows.push_back(
-            {growth.name, x.front(), x.back(), growth.unit, line.slope, line.intercept, line.explained});
+    Table& table = session.AddTable("Growth of a frame's time",
+                                    "Straight lines of least squares through the least times of four networks or sizes "
+                                    "each. Operations go with the square of the channels between the layers.");
+    for (const Growth& growth : Growths(session.options)) {
+        session.Try(std::string("growth with ") + growth.name, [&] { Fit(session, growth, table); });
     }
-    session.Add(table);
-    session.Add(points);
 }
 
 }  // namespace orvane::bench

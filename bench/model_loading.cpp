@@ -6,6 +6,7 @@
 
 #include "apps/model_tool/encipher.h"
 #include "bench/session.h"
+#include "bench/statistics.h"
 #include "bench/worker.h"
 #include "model/keys.h"
 #include "model/model_stream.h"
@@ -55,73 +56,82 @@ double TimeOnCore(double patience, const Work& work) {
     return least < kLong ? least : used / runs;
 }
 
-// The file at `path` is the container, enciphered `layers` times, or a plain file.
-void AddRow(Table& table, NetworkNumbers network, size_t plainBytes, const std::filesystem::path& path,
-            const std::vector<uint8_t>& container, int layers, double patience) {
-    const double megabytes = static_cast<double>(plainBytes) / 1e6;
-    const auto speed = [&](double milliseconds) { return megabytes / milliseconds * 1e3; };
-    std::vector<Cell>& row = table.rows.emplace_back();
-    row = {static_cast<double>(plainBytes), static_cast<double>(layers)};
-    if (layers == 0) {
-        row.insert(row.end(), 5, "");
-    } else {
-        std::vector<uint8_t> output(container.size());
-        const double once = TimeOnCore(patience, [&] {
-            auto length = static_cast<int32_t>(output.size());
-            TeaDecryptBuffer(container.data(), static_cast<int32_t>(container.size()), output.data(), length,
-                             layers == 2 ? kOuterKey : kFileKey);
-        });
-        const double read = TimeOnCore(patience, [&] {
+struct ModelFile {
+    NetworkNumbers network;
+    std::string path;
+    size_t plainBytes;
+    int layers;                      // how often it is enciphered
+    std::vector<uint8_t> container;  // what is deciphered of it: once, of the outermost cipher
+};
+
+void AddRow(Table& table, const ModelFile& file, double patience) {
+    const auto speed = [&](double milliseconds) {
+        return static_cast<double>(file.plainBytes) / 1e3 / milliseconds;  // MB/s
+    };
+    double deciphered = kNone;
+    double read = kNone;
+    const double limit = file.layers > 0 ? 8e3 / (kStepsPerBlock * StepNanoseconds()) / file.layers : kNone;
+    if (file.layers > 0) {
+        std::vector<uint8_t> output(file.container.size());
+        deciphered =
+            speed(TimeOnCore(patience,
+                             [&] {
+                                 auto length = static_cast<int32_t>(output.size());
+                                 TeaDecryptBuffer(file.container.data(), static_cast<int32_t>(file.container.size()),
+                                                  output.data(), length, file.layers == 2 ? kOuterKey : kFileKey);
+                             })) /
+            file.layers;
+        read = speed(TimeOnCore(patience, [&] {
             std::stringstream stream;
-            Require(OpenModelStream(path.string(), stream), "a model cannot be read");
-        });
-        const double limit = 8e3 / (kStepsPerBlock * StepNanoseconds()) / layers;
-        const double deciphered = speed(once) / layers;
-        row.insert(row.end(), {deciphered, limit, deciphered / limit, speed(read), speed(read) / limit});
+            Require(OpenModelStream(file.path, stream), "a model cannot be read");
+        }));
     }
-    row.emplace_back(speed(TimeOnCore(patience, [&] {
+    const double loaded = speed(TimeOnCore(patience, [&] {
         WeightLoader loader;
         WeightMap weights;
-        Require(loader.LoadWeights(path.string(), MakeNetworkConfig(network.channels, network.depth), weights) == 0,
-                "a model cannot be loaded");
-    })));
+        const NetworkConfig config = MakeNetworkConfig(file.network.channels, file.network.depth);
+        Require(loader.LoadWeights(file.path, config, weights) == 0, "a model cannot be loaded");
+    }));
+    table.rows.push_back({{"bytes", file.plainBytes},
+                          {"enciphered", file.layers},
+                          {"deciphered, MB/s", deciphered},
+                          {"limit, MB/s", limit},
+                          {"share", deciphered / limit},
+                          {"read and deciphered, MB/s", read},
+                          {"share of both", read / limit},
+                          {"loaded, MB/s", loaded}});
+}
+
+void TimeNetwork(const Session& session, NetworkNumbers network, Table& table) {
+    std::mt19937 random(3);
+    const std::filesystem::path path = session.ModelFile(network);
+    const std::vector<uint8_t> plain = LoadBytes(path);
+    std::vector<uint8_t> bytes = plain;
+    for (const int layers : {0, 1, 2}) {
+        ModelFile file{network, path.string(), plain.size(), layers, {}};
+        if (layers > 0) {
+            bytes = tool::EncipherContainer(bytes, layers == 1 ? kFileKey : kOuterKey, random);
+            file.path = (session.options.folder / "models" / (layers == 1 ? "model.en" : "model.en2")).string();
+            file.container = bytes;
+            SaveBytes(file.path, bytes);
+        }
+        AddRow(table, file, session.Patience(500.0));
+    }
 }
 
 }  // namespace
 
 void TimeModelLoading(Session& session) {
-    Table table{
+    Table& table = session.AddTable(
         "Model files",
-        {{"bytes"},
-         {"enciphered"},
-         {"deciphered, MB/s", 1},
-         {"limit, MB/s", 1},
-         {"share", 3},
-         {"read and deciphered, MB/s", 1},
-         {"share of both", 3},
-         {"loaded, MB/s", 1}},
-        {},
-        "Megabytes of the plain file a second on one core. The limit is the serial chain of one core: 161 "
-        "operations that wait for each other for every 8 bytes, once or twice. Loaded is everything from the file "
-        "to the weights by name."};
-    const double patience = session.Patience(500.0);
+        "Megabytes of the plain file a second on one core. The limit is the serial chain of one core: 161 operations "
+        "that wait for each other for every 8 bytes, once or twice. Loaded is everything from the file to the weights "
+        "by name.");
     std::vector<NetworkNumbers> networks{{32, 2}, {128, 3}, {528, 4}};
-    if (session.options.isShort) {
-        networks.resize(1);
-    }
-    std::mt19937 random(3);
+    networks.resize(session.options.isShort ? 1 : networks.size());
     for (const NetworkNumbers network : networks) {
-        const std::vector<uint8_t> plain = LoadBytes(session.ModelFile(network));
-        const std::vector<uint8_t> once = tool::EncipherContainer(plain, kFileKey, random);
-        const std::vector<uint8_t> twice = tool::EncipherContainer(once, kOuterKey, random);
-        AddRow(table, network, plain.size(), session.ModelFile(network), {}, 0, patience);
-        for (const int layers : {1, 2}) {
-            const auto path = session.options.folder / "models" / (layers == 1 ? "model.en" : "model.en2");
-            SaveBytes(path, layers == 1 ? once : twice);
-            AddRow(table, network, plain.size(), path, layers == 1 ? once : twice, layers, patience);
-        }
+        session.Try("model files of " + network.Name(), [&] { TimeNetwork(session, network, table); });
     }
-    session.Add(table);
 }
 
 }  // namespace orvane::bench

@@ -1,29 +1,30 @@
 #include "bench/onnx_graph.h"
 
-#include <stdexcept>
+#include "bench/worker.h"
 
 namespace orvane::bench {
 namespace {
 
 // Enumerators of onnx.proto.
-enum AttributeType : uint64_t { kInt = 2, kString = 3, kInts = 7 };
-constexpr uint64_t kFloat16 = 10;  // TensorProto.DataType
+constexpr uint64_t kIntAttribute = 2;
+constexpr uint64_t kStringAttribute = 3;
+constexpr uint64_t kFloat16 = 10;
 
 // One message of the protobuf wire format. Field numbers are those of onnx.proto.
 class Message {
 public:
-    Message& Int(uint32_t field, uint64_t value) {
+    Message& Add(uint32_t field, uint64_t value) {
         Varint(uint64_t{field} << 3);
         Varint(value);
         return *this;
     }
-    Message& Bytes(uint32_t field, const std::string& value) {
+    Message& Add(uint32_t field, const std::string& bytes) {
         Varint(uint64_t{field} << 3 | 2);
-        Varint(value.size());
-        m_bytes += value;
+        Varint(bytes.size());
+        m_bytes += bytes;
         return *this;
     }
-    Message& Sub(uint32_t field, const Message& message) { return Bytes(field, message.m_bytes); }
+    Message& Add(uint32_t field, const Message& message) { return Add(field, message.m_bytes); }
 
     const std::string& Serialised() const { return m_bytes; }
 
@@ -39,49 +40,35 @@ private:
 };
 
 Message Attribute(const std::string& name, uint64_t value) {
-    return Message().Bytes(1, name).Int(3, value).Int(20, kInt);
+    return Message().Add(1, name).Add(3, value).Add(20, kIntAttribute);
 }
 
 Message Attribute(const std::string& name, const std::string& value) {
-    return Message().Bytes(1, name).Bytes(4, value).Int(20, kString);
+    return Message().Add(1, name).Add(4, value).Add(20, kStringAttribute);
 }
 
-Message Attribute(const std::string& name, const std::vector<uint64_t>& values) {
-    Message attribute;
-    attribute.Bytes(1, name);
-    for (const uint64_t value : values) {
-        attribute.Int(8, value);
-    }
-    return attribute.Int(20, kInts);
-}
-
-Message Node(const std::string& type, const std::vector<std::string>& inputs, const std::string& output,
-             const std::vector<Message>& attributes) {
+Message Node(const std::string& type, const std::vector<std::string>& inputs, const std::string& output) {
     Message node;
     for (const std::string& input : inputs) {
-        node.Bytes(1, input);
+        node.Add(1, input);
     }
-    node.Bytes(2, output).Bytes(4, type);
-    for (const Message& attribute : attributes) {
-        node.Sub(5, attribute);
-    }
-    return node;
+    return node.Add(2, output).Add(4, type);
 }
 
 Message Tensor(const std::string& name, const std::vector<uint64_t>& shape, const std::string& halves) {
     Message tensor;
     for (const uint64_t size : shape) {
-        tensor.Int(1, size);
+        tensor.Add(1, size);
     }
-    return tensor.Int(2, kFloat16).Bytes(8, name).Bytes(9, halves);
+    return tensor.Add(2, kFloat16).Add(8, name).Add(9, halves);
 }
 
-Message Value(const std::string& name, const std::vector<uint64_t>& shape) {
-    Message sizes;
-    for (const uint64_t size : shape) {
-        sizes.Sub(1, Message().Int(1, size));
+Message Picture(const std::string& name, FrameSize size) {
+    Message shape;
+    for (const uint64_t length : {uint64_t{1}, uint64_t{3}, uint64_t{size.height}, uint64_t{size.width}}) {
+        shape.Add(1, Message().Add(1, length));
     }
-    return Message().Bytes(1, name).Sub(2, Message().Sub(1, Message().Int(1, kFloat16).Sub(2, sizes)));
+    return Message().Add(1, name).Add(2, Message().Add(1, Message().Add(1, kFloat16).Add(2, shape)));
 }
 
 }  // namespace
@@ -89,14 +76,12 @@ Message Value(const std::string& name, const std::vector<uint64_t>& shape) {
 std::string MakeOnnxModel(const std::vector<LayerShape>& layers, const std::vector<uint8_t>& modelFile,
                           FrameSize size) {
     using namespace std::string_literals;
-    size_t position = 0;
-    const auto take = [&](size_t valueCount) {
-        if (position + 2 * valueCount > modelFile.size()) {
-            throw std::runtime_error("the model file is too short");
-        }
-        const auto first = modelFile.begin() + static_cast<std::ptrdiff_t>(position);
-        position += 2 * valueCount;
-        return std::string(first, modelFile.begin() + static_cast<std::ptrdiff_t>(position));
+    std::string rest(modelFile.begin(), modelFile.end());
+    const auto take = [&rest](size_t halves) {
+        Require(rest.size() >= 2 * halves, "the model file is too short");
+        const std::string taken = rest.substr(0, 2 * halves);
+        rest.erase(0, 2 * halves);
+        return taken;
     };
 
     Message graph;
@@ -104,21 +89,20 @@ std::string MakeOnnxModel(const std::vector<LayerShape>& layers, const std::vect
     for (const LayerShape& layer : layers) {
         const std::string name = tensor + "_";
         const uint64_t kernel = layer.kernelSize;
-        graph.Sub(1, Node("Conv", {tensor, name + "filter", name + "bias"}, name + "sum",
-                          {Attribute("kernel_shape", std::vector{kernel, kernel}),
-                           Attribute("pads", std::vector<uint64_t>{1, 1, 1, 1})}));
-        graph.Sub(1, Node("Clip", {name + "sum", "zero", "one"}, name, {}));
-        graph.Sub(5, Tensor(name + "filter", {layer.outChannels, layer.inChannels, kernel, kernel},
+        graph.Add(1, Node("Conv", {tensor, name + "filter", name + "bias"}, name + "sum")
+                         .Add(5, Attribute("auto_pad", "SAME_UPPER"s)));
+        graph.Add(1, Node("Clip", {name + "sum", "zero", "one"}, name));
+        graph.Add(5, Tensor(name + "filter", {layer.outChannels, layer.inChannels, kernel, kernel},
                             take(size_t{layer.outChannels} * layer.inChannels * kernel * kernel)));
-        graph.Sub(5, Tensor(name + "bias", {layer.outChannels}, take(layer.outChannels)));
+        graph.Add(5, Tensor(name + "bias", {layer.outChannels}, take(layer.outChannels)));
         tensor = name;
     }
-    graph.Sub(5, Tensor("zero", {}, "\x00\x00"s)).Sub(5, Tensor("one", {}, "\x00\x3C"s));
-    graph.Sub(1, Node("DepthToSpace", {tensor}, "y", {Attribute("blocksize", kScale), Attribute("mode", "CRD"s)}));
-    graph.Bytes(2, "network");
-    graph.Sub(11, Value("x", {1, 3, size.height, size.width}));
-    graph.Sub(12, Value("y", {1, 3, Doubled(size).height, Doubled(size).width}));
-    return Message().Int(1, 8).Sub(7, graph).Sub(8, Message().Int(2, 17)).Serialised();
+    graph.Add(5, Tensor("zero", {}, "\x00\x00"s)).Add(5, Tensor("one", {}, "\x00\x3C"s));
+    graph.Add(
+        1,
+        Node("DepthToSpace", {tensor}, "y").Add(5, Attribute("blocksize", kScale)).Add(5, Attribute("mode", "CRD"s)));
+    graph.Add(2, "network"s).Add(11, Picture("x", size)).Add(12, Picture("y", Doubled(size)));
+    return Message().Add(1, 8).Add(7, graph).Add(8, Message().Add(2, 17)).Serialised();
 }
 
 }  // namespace orvane::bench

@@ -7,31 +7,50 @@ namespace {
 
 constexpr NetworkNumbers kNetwork{32, 2};
 
-// One list for each column.
-using Lists = std::vector<std::vector<double>>;
+struct Times {
+    std::vector<double> open;
+    std::vector<double> firstFrame;
+    std::vector<double> secondOpen;
+};
 
-// First open, first frame, second open, and what the first frame of another size takes beyond a later one.
-void OpenOurs(const Session& session, FrameSize size, Lists& lists) {
-    const std::string open = session.OpenCommand(size, kNetwork);
-    const auto ours = session.StartOurs();
-    lists[0].push_back(ours->Ask(open).front());
-    lists[1].push_back(ours->Ask("frames 1").front());
-    ours->Ask("close");
-    lists[2].push_back(ours->Ask(open).front());
-    ours->Ask("resize " + std::to_string(size.width - 8) + " " + std::to_string(size.height));
-    const std::vector<double> frames = ours->Ask("frames 3");
-    lists[3].push_back(frames.front() - frames.back());
+void OpenTwice(WorkerProcess& worker, const std::string& open, Times& times) {
+    times.open.push_back(worker.Ask(open).front());
+    times.firstFrame.push_back(worker.Ask("frames 1").front());
+    worker.Ask("close");
+    times.secondOpen.push_back(worker.Ask(open).front());
 }
 
-// First session, first frame, second session; and our first open with the heaps that suit the peer.
-void OpenPeer(const Session& session, FrameSize size, Lists& lists) {
-    const std::string open = session.OpenCommand(size, kNetwork);
-    const auto peer = session.StartPeer();
-    lists[4].push_back(peer->Ask(open).front());
-    lists[5].push_back(peer->Ask("frames 1").front());
-    peer->Ask("close");
-    lists[6].push_back(peer->Ask(open).front());
-    lists[7].push_back(session.StartOurs(Heaps::kPlain)->Ask(open).front());
+// What the first frame of another size takes beyond a later one.
+double NewSize(WorkerProcess& ours, FrameSize size) {
+    ours.Ask("resize " + std::to_string(size.width - 8) + " " + std::to_string(size.height));
+    const std::vector<double> frames = ours.Ask("frames 3");
+    return frames.front() - frames.back();
+}
+
+void TimeSize(const Session& session, FrameSize size, Table& table) {
+    const std::string open = "open " + session.Open(size, kNetwork);
+    Times ours;
+    Times peers;
+    std::vector<double> newSize;
+    for (int round = 0; round < (session.options.isShort ? 1 : 3); ++round) {
+        const auto library = session.StartOurs();
+        OpenTwice(*library, open, ours);
+        newSize.push_back(NewSize(*library, size));
+        if (const auto peer = session.StartPeer()) {
+            OpenTwice(*peer, open, peers);
+        }
+    }
+    Row& row = table.rows.emplace_back(Row{{"size", SizeName(size)},
+                                           {"first open", Median(ours.open)},
+                                           {"its first frame", Median(ours.firstFrame)},
+                                           {"second open", Median(ours.secondOpen)},
+                                           {"new size", Median(newSize)}});
+    row["other heaps"] = session.StartOurs(session.OtherHeaps())->Ask(open).front();
+    row["peer's session"] = Median(peers.open);
+    row["its first frame "] = Median(peers.firstFrame);
+    row["second session"] = Median(peers.secondOpen);
+    row["ratio of the first"] = Median(ours.open) / Median(peers.open);
+    row["ratio of the second"] = Median(ours.secondOpen) / Median(peers.secondOpen);
 }
 
 std::vector<FrameSize> Sizes(const Options& options) {
@@ -45,38 +64,13 @@ std::vector<FrameSize> Sizes(const Options& options) {
 }  // namespace
 
 void TimeOpening(Session& session) {
-    Table table{"Opening, milliseconds",
-                {{"size"}, {"first open"}, {"its first frame"}, {"second open"}, {"new size"}},
-                {},
-                "32 channels, depth 2; medians of processes started in turn. A new size is what the first frame of "
-                "that size takes beyond a later one."};
-    if (Session::HasPeer()) {
-        table.columns.insert(table.columns.end(), {{"peer first session"},
-                                                   {"peer first frame"},
-                                                   {"peer second session"},
-                                                   {"first open, peer's heaps"},
-                                                   {"ratio of the first", 3},
-                                                   {"ratio of the second", 3}});
-    }
+    Table& table = session.AddTable(
+        "Opening, milliseconds",
+        "32 channels, depth 2; medians of processes started in turn. A new size is what the first frame of that size "
+        "takes beyond a later one. Other heaps: the first open with plain heaps, or on a card with virtual ones.");
     for (const FrameSize size : Sizes(session.options)) {
-        Lists lists(Session::HasPeer() ? 8 : 4);
-        for (int round = 0; round < (session.options.isShort ? 1 : 3); ++round) {
-            OpenOurs(session, size, lists);
-            if (Session::HasPeer()) {
-                OpenPeer(session, size, lists);
-            }
-        }
-        std::vector<Cell> row{SizeName(size)};
-        for (const auto& list : lists) {
-            row.emplace_back(Median(list));
-        }
-        if (Session::HasPeer()) {
-            row.emplace_back(Median(lists[0]) / Median(lists[4]));
-            row.emplace_back(Median(lists[2]) / Median(lists[6]));
-        }
-        table.rows.push_back(row);
+        session.Try("opening at " + SizeName(size), [&] { TimeSize(session, size, table); });
     }
-    session.Add(table);
 }
 
 }  // namespace orvane::bench

@@ -1,11 +1,9 @@
 // Worker: the library as a host uses it.
 #include <cstdio>
-#include <cstring>
-#include <memory>
 
 #include "api/orvane.h"
 #include "bench/call_counter.h"
-#include "bench/worker.h"
+#include "bench/host_side.h"
 
 namespace orvane::bench {
 namespace {
@@ -22,23 +20,9 @@ void ReceiveLog(void* /*userData*/, int32_t level, const char* format, va_list a
     }
 }
 
-class Library {
+class Library final : public HostSide {
 public:
-    ~Library() { Close(); }
-
-    Numbers Open(std::istream& arguments) {
-        const OpenArguments open = ReadOpenArguments(arguments);
-        orvane_open_param param{};
-        param.inputWidth = open.size.width;
-        param.inputHeight = open.size.height;
-        param.modelChannels = open.network.channels;
-        param.modelDepth = open.network.depth;
-        std::strncpy(param.modelPath, open.modelPath.c_str(), sizeof(param.modelPath) - 1);
-        SetSize(open.size);
-        const double time = Measure([&] { m_handle = orvane_open(&param); });
-        Require(m_handle != nullptr, "orvane_open failed");
-        return {time};
-    }
+    ~Library() override { orvane_close(m_handle); }
 
     // The next frame is of this size, for which the instance is built again.
     Numbers Resize(std::istream& arguments) {
@@ -48,38 +32,16 @@ public:
         return {};
     }
 
-    Numbers Frames(std::istream& arguments) {
-        return MeasureAll(arguments, [this] { ProcessOne(); });
-    }
-
-    Numbers Save(std::istream& arguments) {
-        SaveBytes(std::filesystem::path(ReadPath(arguments)), m_output);
-        return {};
-    }
-
-    Numbers Close() {
-        const double time = Measure([this] { orvane_close(m_handle); });
-        m_handle = nullptr;
-        return {time};
-    }
-
-    // The bytes of GPU memory as the last open logged them.
-    static Numbers LoggedMemory() { return {g_loggedMegabytes * (1 << 20)}; }
-
-    // What one frame does: allocations on the heap, then calls by the interfaces of CallCounter.
+    // What one frame calls, by kCounterNames.
     Numbers Count() {
-        if (!m_counter) {
-            m_counter = std::make_unique<CallCounter>();
-        }
-        m_counter->Start();
+        TakeCounts();
         ProcessOne();
-        return m_counter->Stop();
+        return TakeCounts();
     }
 
 private:
-    void SetSize(FrameSize size) {
-        m_input = MakePicture(size);
-        m_output.assign(m_input.size() * kScale * kScale, 0);
+    void SetSize(FrameSize size) override {
+        HostSide::SetSize(size);
         m_inputFrame.width = static_cast<int32_t>(size.width);
         m_inputFrame.height = static_cast<int32_t>(size.height);
         m_inputFrame.stride = m_inputFrame.width * static_cast<int32_t>(kBytesPerPixel);
@@ -88,33 +50,51 @@ private:
         m_outputFrame.data = m_output.data();
     }
 
-    void ProcessOne() {
+    void Prepare(const OpenArguments& open) override {
+        m_param.inputWidth = open.size.width;
+        m_param.inputHeight = open.size.height;
+        m_param.modelChannels = open.network.channels;
+        m_param.modelDepth = open.network.depth;
+        std::snprintf(m_param.modelPath, sizeof(m_param.modelPath), "%s", open.modelPath.c_str());
+    }
+
+    void Open() override {
+        m_handle = orvane_open(&m_param);
+        Require(m_handle != nullptr, "orvane_open failed");
+    }
+
+    void Close() override {
+        orvane_close(m_handle);
+        m_handle = nullptr;
+    }
+
+    void ProcessOne() override {
         Require(orvane_process(m_handle, &m_outputFrame, &m_inputFrame) == ORVANE_OK, "orvane_process failed");
     }
 
+    orvane_open_param m_param{};
     orvane_handle m_handle = nullptr;
-    std::vector<uint8_t> m_input;
-    std::vector<uint8_t> m_output;
     orvane_frame m_inputFrame{};
     orvane_frame m_outputFrame{};
-    std::unique_ptr<CallCounter> m_counter;
 };
 
 }  // namespace
 }  // namespace orvane::bench
 
 int main() {
-    using orvane::bench::Library;
-    const orvane_init_param log{ORVANE_LOG_INFO, &orvane::bench::ReceiveLog, nullptr};
+    using namespace orvane::bench;
+    const orvane_init_param log{ORVANE_LOG_INFO, &ReceiveLog, nullptr};
     orvane_init(&log);
     Library library;
-    return orvane::bench::RunWorker({
-        {"open", [&](std::istream& arguments) { return library.Open(arguments); }},
+    return library.Run({
         {"resize", [&](std::istream& arguments) { return library.Resize(arguments); }},
-        {"frames", [&](std::istream& arguments) { return library.Frames(arguments); }},
-        {"save", [&](std::istream& arguments) { return library.Save(arguments); }},
-        {"close", [&](std::istream&) { return library.Close(); }},
-        {"logged", [&](std::istream&) { return Library::LoggedMemory(); }},
+        // The bytes of GPU memory as the last open logged them.
+        {"logged", [](std::istream&) { return Numbers{g_loggedMegabytes * (1 << 20)}; }},
+        {"watch",
+         [](std::istream&) {
+             StartCounting();
+             return Numbers{};
+         }},
         {"count", [&](std::istream&) { return library.Count(); }},
     });
 }

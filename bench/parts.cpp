@@ -2,38 +2,38 @@
 #include <memory>
 
 #include "bench/engine_frame.h"
-#include "bench/operator_experiment.h"
 #include "bench/worker.h"
 
 int main() {
     using namespace orvane::bench;
-    std::unique_ptr<EngineFrame> frame;
-    std::unique_ptr<OperatorExperiment> experiment;
+    std::vector<std::unique_ptr<EngineFrame>> frames;
     return RunWorker({
         {"open",
          [&](std::istream& arguments) {
-             const OpenArguments open = ReadOpenArguments(arguments);
-             frame.reset();
-             frame = std::make_unique<EngineFrame>(open.size, open.network, open.modelPath);
-             return Numbers{};
+             Numbers times;
+             frames.push_back(std::make_unique<EngineFrame>(ReadOpenArguments(arguments), std::nullopt, times));
+             return times;
          }},
-        {"whole", [&](std::istream& arguments) { return MeasureAll(arguments, [&] { frame->RunWhole(); }); }},
-        {"convolutions",
-         [&](std::istream& arguments) { return MeasureAll(arguments, [&] { frame->RunConvolutions(); }); }},
-        {"apart", [&](std::istream&) { return frame->RunApart(); }},
-        // Answers with a 1 for each variant that DirectML accepts.
-        {"compile",
-         [&](std::istream& arguments) {
-             const OpenArguments open = ReadOpenArguments(arguments);
-             experiment = std::make_unique<OperatorExperiment>(open.size, open.network, open.modelPath);
-             return experiment->Accepted();
-         }},
-        // The variant's number, then how often.
+        // Operators that are compiled in another way. Answers with their number.
         {"variant",
          [&](std::istream& arguments) {
-             size_t variant = 0;
-             arguments >> variant;
-             return MeasureAll(arguments, [&] { experiment->Run(variant); });
+             int layout = 0;
+             int flags = 0;
+             OperatorVariant variant;
+             arguments >> layout >> variant.isOwned >> flags;
+             variant.layout = static_cast<orvane::TensorLayout>(layout);
+             variant.flags = static_cast<DML_EXECUTION_FLAGS>(flags);
+             Numbers times;
+             frames.push_back(std::make_unique<EngineFrame>(ReadOpenArguments(arguments), variant, times));
+             return Numbers{static_cast<double>(frames.size() - 1)};
+         }},
+        {"whole", [&](std::istream& arguments) { return MeasureAll(arguments, [&] { frames.at(0)->RunWhole(); }); }},
+        {"apart", [&](std::istream&) { return frames.at(0)->RunApart(); }},
+        {"convolutions",
+         [&](std::istream& arguments) {
+             size_t number = 0;
+             arguments >> number;
+             return MeasureAll(arguments, [&] { frames.at(number)->RunConvolutions(); });
          }},
     });
 }

@@ -1,6 +1,7 @@
 // Inside a frame: what lies around the convolutions, what each step takes, and what the choices about them are worth.
+#include <algorithm>
+#include <array>
 
-#include "bench/operator_experiment.h"
 #include "bench/session.h"
 #include "bench/statistics.h"
 #include "bench/turns.h"
@@ -15,26 +16,30 @@ std::vector<FrameSize> Sizes(const Options& options) {
     if (options.isShort) {
         return {{64, 36}};
     }
-    return options.isCard ? std::vector<FrameSize>{{640, 360}, {1920, 1080}, {2560, 1440}}
+    return options.isCard ? std::vector<FrameSize>{{64, 36}, {640, 360}, {1920, 1080}}
                           : std::vector<FrameSize>{{64, 36}, {160, 90}, {320, 180}};
 }
 
-std::vector<Cell> OverheadRow(const Session& session, WorkerProcess& parts, FrameSize size) {
-    parts.Ask("convolutions 1");
-    const std::string convolutions = FramesOfTurn(parts, "convolutions", session.Patience(500.0));
-    std::vector<Side> sides{{parts, "whole" + convolutions.substr(convolutions.find(' '))}, {parts, convolutions}};
-    TakeTurns(sides, session.Patience(30'000.0), session.LeastTurns(4));
-    const Side& whole = sides[0];
-    const Side& bare = sides[1];
-    const Ratio ratio = Compare(whole, bare);
-    return {SizeName(size),       static_cast<double>(whole.frames.size()),
-            Median(whole.frames), Median(bare.frames),
-            ratio.median,         ratio.low,
-            ratio.high,           ratio.least,
-            ratio.processor};
+void CompareWithConvolutions(const Session& session, WorkerProcess& parts, FrameSize size, Table& table) {
+    parts.Ask("convolutions 0 1");
+    const std::string frames = FramesOfTurn(parts, "convolutions 0", session.Patience(500.0));
+    std::vector<Side> sides{{parts, "whole " + frames}, {parts, "convolutions 0 " + frames}};
+    TakeTurns(sides, session.Patience(20'000.0), session.LeastTurns(4));
+    const Ratio ratio = Compare(sides[0], sides[1]);
+    const std::vector<double>& whole = sides[0].frames;
+    const std::vector<double>& bare = sides[1].frames;
+    table.rows.push_back({{"size", SizeName(size)},
+                          {"frames", whole.size()},
+                          {"frame, ms", Median(whole)},
+                          {"convolutions, ms", Median(bare)},
+                          {"ratio", ratio.median},
+                          {"25 %", ratio.low},
+                          {"75 %", ratio.high},
+                          {"of the least", Least(whole) / Least(bare)},
+                          {"of processor time", ratio.processor}});
 }
 
-std::vector<std::string> StepNames() {
+std::vector<std::string> FrameSteps() {
     std::vector<std::string> names{"recording, upload heap filled", "upload", "image2tensor"};
     for (size_t i = 1; i <= LayersOf(kNetwork).size(); ++i) {
         names.push_back("layer " + std::to_string(i));
@@ -43,9 +48,15 @@ std::vector<std::string> StepNames() {
     return names;
 }
 
-// One list for each step.
-std::vector<std::vector<double>> StepTimes(const Session& session, WorkerProcess& parts) {
-    std::vector<std::vector<double>> lists(StepNames().size());
+// The times of all steps, by size.
+void AddSteps(Table& table, FrameSize size, const std::vector<double>& times) {
+    for (size_t i = 0; i < table.rows.size(); ++i) {
+        table.rows[i][SizeName(size)] = times.at(i);
+    }
+}
+
+std::vector<double> TimeFrameSteps(const Session& session, WorkerProcess& parts) {
+    std::vector<std::vector<double>> lists(FrameSteps().size());
     const double start = NowMilliseconds();
     for (size_t frame = 0; frame < session.LeastTurns(4) || NowMilliseconds() - start < session.Patience(5'000.0);
          ++frame) {
@@ -54,82 +65,98 @@ std::vector<std::vector<double>> StepTimes(const Session& session, WorkerProcess
             lists[i].push_back(steps.at(i));
         }
     }
-    return lists;
+    std::vector<double> medians(lists.size());
+    std::transform(lists.begin(), lists.end(), medians.begin(), Median);
+    return medians;
+}
+
+// Layout (1: NHWC), whether DirectML owns the weights, and DML_EXECUTION_FLAGS.
+struct Variant {
+    const char* name;
+    const char* setting;
+};
+constexpr std::array kVariants{
+    Variant{"NCHW", "0 0 0"},
+    Variant{"NCHW, owned", "0 1 0"},
+    Variant{"NCHW, half precision", "0 0 1"},
+    Variant{"NCHW, no metacommands", "0 0 2"},
+    Variant{"NCHW, volatile descriptors", "0 0 4"},
+    Variant{"NHWC", "1 0 0"},
+    Variant{"NHWC, owned", "1 1 0"},
+    Variant{"NHWC, half precision", "1 0 1"},
+    Variant{"NHWC, half precision, owned", "1 1 1"},
+};
+
+void CompareVariants(Session& session, FrameSize size, Table& table) {
+    const auto parts = session.StartParts();
+    std::vector<Side> sides;
+    std::vector<const char*> names;
+    for (const auto& [name, setting] : kVariants) {
+        session.Try(std::string("operators compiled as ").append(name), [&, name = name, setting = setting] {
+            const std::string arguments = session.Open(size, kNetwork);
+            const auto number =
+                static_cast<int>(parts->Ask(std::string("variant ") + setting + " " + arguments).front());
+            const std::string command = "convolutions " + std::to_string(number);
+            parts->Ask(command + " 1");
+            sides.emplace_back(*parts, command + " " + FramesOfTurn(*parts, command, session.Patience(200.0)));
+            names.push_back(name);
+        });
+    }
+    TakeTurns(sides, session.Patience(40'000.0), session.LeastTurns(4));
+    for (size_t i = 0; i < sides.size(); ++i) {
+        const Ratio ratio = Compare(sides[i], sides.front());
+        table.rows.push_back({{"size", SizeName(size)},
+                              {"variant", names[i]},
+                              {"frames", sides[i].frames.size()},
+                              {"least, ms", Least(sides[i].frames)},
+                              {"median, ms", Median(sides[i].frames)},
+                              {"ratio", ratio.median},
+                              {"25 %", ratio.low},
+                              {"75 %", ratio.high},
+                              {"of processor time", ratio.processor}});
+    }
 }
 
 }  // namespace
 
 void TakeFramesApart(Session& session) {
-    Table overhead{"Whole frames against their convolutions alone",
-                   {{"size"},
-                    {"frames"},
-                    {"frame median, ms", 2},
-                    {"convolutions median, ms", 2},
-                    {"ratio", 4},
-                    {"ratio 25 %", 4},
-                    {"ratio 75 %", 4},
-                    {"ratio of the least", 4},
-                    {"of processor time", 4}},
-                   {},
-                   "32 channels, depth 2. The same operators, in one process, take turns with and without the rest of "
-                   "the frame."};
-    const std::vector<std::string> names = StepNames();
-    Table apart{"A frame taken apart, milliseconds", {{"step"}}, {}, {}};
-    for (const std::string& name : names) {
-        apart.rows.push_back({name});
-    }
-    apart.note =
-        "Medians. Recording, submission and rows are by the processor's clock; the steps between them are stamped by "
-        "the queue (0: it has no stamps) and lie within the submission.";
-    for (const FrameSize size : Sizes(session.options)) {
-        const auto parts = session.StartParts();
-        parts->Ask(session.OpenCommand(size, kNetwork));
-        overhead.rows.push_back(OverheadRow(session, *parts, size));
-        apart.columns.push_back({SizeName(size), 3});
-        const auto steps = StepTimes(session, *parts);
-        for (size_t i = 0; i < names.size(); ++i) {
-            apart.rows[i].emplace_back(Median(steps[i]));
+    Table& overhead = session.AddTable("Whole frames against their convolutions alone",
+                                       "32 channels, depth 2; medians. The same operators, in one process, take turns "
+                                       "with and without the rest of the frame.");
+    const auto addSteps = [&](const char* title, const char* note, const std::vector<std::string>& names) -> Table& {
+        Table& table = session.AddTable(title, note);
+        for (const std::string& name : names) {
+            table.rows.push_back({{"step", name}});
         }
+        return table;
+    };
+    Table& frame = addSteps("A frame taken apart, milliseconds",
+                            "Medians. Recording, submission and rows are by the processor's clock; the steps between "
+                            "them are stamped by the queue and lie within the submission.",
+                            FrameSteps());
+    Table& open = addSteps("An open taken apart, milliseconds", "Once each, in a new process.",
+                           {"Direct3D's device", "DirectML's device", "shaders", "weights, operators, buffers",
+                            "initialisation of the operators", "textures"});
+    for (const FrameSize size : Sizes(session.options)) {
+        session.Try("parts of a frame at " + SizeName(size), [&] {
+            const auto parts = session.StartParts();
+            AddSteps(open, size, parts->Ask("open " + session.Open(size, kNetwork)));
+            CompareWithConvolutions(session, *parts, size, overhead);
+            AddSteps(frame, size, TimeFrameSteps(session, *parts));
+        });
     }
-    session.Add(overhead);
-    session.Add(apart);
 }
 
 void CompareOperators(Session& session) {
-    Table table{"The bare operators, by how they are compiled",
-                {{"size"},
-                 {"variant"},
-                 {"frames"},
-                 {"least, ms", 2},
-                 {"median, ms", 2},
-                 {"ratio", 3},
-                 {"ratio of the least", 3},
-                 {"of processor time", 3}},
-                {},
-                "32 channels, depth 2, one submission of all layers. The variants take turns; ratios are to the first. "
-                "The library compiles the first, or on NVIDIA's adapters \"NHWC, half precision\"."};
+    Table& table = session.AddTable(
+        "The bare operators, by how they are compiled",
+        "32 channels, depth 2, one submission of all layers. The variants take turns; ratios are to the first. Owned "
+        "are "
+        "weights that DirectML takes over when the operators are initialised. The library compiles the first, or on "
+        "NVIDIA's adapters \"NHWC, half precision\".");
     for (const FrameSize size : session.options.isCard ? Sizes(session.options) : std::vector<FrameSize>{{64, 36}}) {
-        const auto parts = session.StartParts();
-        const std::vector<double> accepted = parts->Ask("compile" + session.OpenCommand(size, kNetwork).substr(4));
-        std::vector<Side> sides;
-        std::vector<std::string> names;
-        for (size_t i = 0; i < kOperatorVariantNames.size(); ++i) {
-            const std::string variant = "variant " + std::to_string(i);
-            if (accepted.at(i) != 0.0) {
-                parts->Ask(variant + " 1");
-                sides.emplace_back(*parts, FramesOfTurn(*parts, variant, session.Patience(200.0)));
-                names.emplace_back(kOperatorVariantNames[i]);
-            }
-        }
-        TakeTurns(sides, session.Patience(60'000.0), session.LeastTurns(4));
-        for (size_t i = 0; i < sides.size(); ++i) {
-            const Ratio ratio = Compare(sides[i], sides.front());
-            table.rows.push_back({SizeName(size), names[i], static_cast<double>(sides[i].frames.size()),
-                                  Quantile(sides[i].frames, 0.0), Median(sides[i].frames), ratio.median, ratio.least,
-                                  ratio.processor});
-        }
+        session.Try("operators at " + SizeName(size), [&] { CompareVariants(session, size, table); });
     }
-    session.Add(table);
 }
 
 }  // namespace orvane::bench

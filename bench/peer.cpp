@@ -16,8 +16,8 @@
 #include <onnxruntime_cxx_api.h>
 
 #include "apps/model_tool/half.h"
+#include "bench/host_side.h"
 #include "bench/onnx_graph.h"
-#include "bench/worker.h"
 #include "gpu/adapter_selection.h"
 #include "gpu/system_library.h"
 
@@ -73,37 +73,26 @@ struct Conversions {
     }
 };
 
-class Peer {
+class Peer final : public HostSide {
 public:
-    Numbers Open(std::istream& arguments) {
-        if (m_appendDirectML == nullptr) {
-            Load();
-        }
-        const OpenArguments open = ReadOpenArguments(arguments);
-        const std::string model = MakeOnnxModel(LayersOf(open.network), LoadBytes(open.modelPath), open.size);
-        m_input = MakePicture(open.size);
-        m_output.assign(m_input.size() * kScale * kScale, 0);
-        const size_t pixels = m_input.size() / kBytesPerPixel;
-        m_inputHalves.resize(3 * pixels);
-        m_outputHalves.resize(3 * pixels * kScale * kScale);
-        m_size = open.size;
-        return {Measure([&] { CreateSession(model); })};
-    }
-
-    Numbers Frames(std::istream& arguments) {
-        return MeasureAll(arguments, [this] { ProcessOne(); });
-    }
-
-    Numbers Save(std::istream& arguments) {
-        SaveBytes(std::filesystem::path(ReadPath(arguments)), m_output);
-        return {};
-    }
-
-    Numbers Close() {
-        return {Measure([this] { m_session.reset(); })};
+    // A frame without the conversions of its pictures.
+    void RunSession() {
+        const std::array input{"x"};
+        const std::array output{"y"};
+        m_session->Run(Ort::RunOptions{nullptr}, input.data(), &m_inputTensor, 1, output.data(), &m_outputTensor, 1);
     }
 
 private:
+    void Prepare(const OpenArguments& open) override {
+        if (m_appendDirectML == nullptr) {
+            Load();
+        }
+        m_size = open.size;
+        m_model = MakeOnnxModel(LayersOf(open.network), LoadBytes(open.modelPath), open.size);
+        m_inputHalves.resize(m_input.size() / kBytesPerPixel * 3);
+        m_outputHalves.resize(m_output.size() / kBytesPerPixel * 3);
+    }
+
     void Load() {
         const HMODULE module = LoadPeer();
         using GetApiBase = const OrtApiBase*(ORT_API_CALL*)();
@@ -116,7 +105,7 @@ private:
         m_memory = Ort::MemoryInfo::CreateCpu(OrtDeviceAllocator, OrtMemTypeDefault);
     }
 
-    void CreateSession(const std::string& model) {
+    void Open() override {
         if (!m_environment) {
             m_environment.emplace(ORT_LOGGING_LEVEL_ERROR, "bench");
         }
@@ -127,7 +116,7 @@ private:
         // All of the network on the adapter, or nothing.
         options.AddConfigEntry("session.disable_cpu_ep_fallback", "1");
         Ort::ThrowOnError(m_appendDirectML(options, m_adapter));
-        m_session.emplace(*m_environment, model.data(), model.size(), options);
+        m_session.emplace(*m_environment, m_model.data(), m_model.size(), options);
 
         const std::array<int64_t, 4> inputShape{1, 3, m_size.height, m_size.width};
         const std::array<int64_t, 4> outputShape{1, 3, Doubled(m_size).height, Doubled(m_size).width};
@@ -135,21 +124,21 @@ private:
         m_outputTensor = MakeTensor(m_outputHalves, outputShape);
     }
 
+    void Close() override { m_session.reset(); }
+
     Ort::Value MakeTensor(std::vector<uint16_t>& halves, std::span<const int64_t> shape) const {
         return Ort::Value::CreateTensor(m_memory, halves.data(), halves.size() * sizeof(uint16_t), shape.data(),
                                         shape.size(), ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT16);
     }
 
-    void ProcessOne() {
-        const std::array input{"x"};
-        const std::array output{"y"};
+    void ProcessOne() override {
         const size_t inputPixels = m_inputHalves.size() / 3;
         for (size_t i = 0; i < inputPixels; ++i) {
             for (size_t colour = 0; colour < 3; ++colour) {  // blue first
                 m_inputHalves[colour * inputPixels + i] = m_conversions.halfOfByte[m_input[4 * i + 2 - colour]];
             }
         }
-        m_session->Run(Ort::RunOptions{nullptr}, input.data(), &m_inputTensor, 1, output.data(), &m_outputTensor, 1);
+        RunSession();
         const size_t outputPixels = m_outputHalves.size() / 3;
         for (size_t i = 0; i < outputPixels; ++i) {
             for (size_t colour = 0; colour < 3; ++colour) {
@@ -165,8 +154,7 @@ private:
     int m_adapter = 0;
     Conversions m_conversions;
     FrameSize m_size;
-    std::vector<uint8_t> m_input;
-    std::vector<uint8_t> m_output;
+    std::string m_model;
     std::vector<uint16_t> m_inputHalves;
     std::vector<uint16_t> m_outputHalves;
     Ort::MemoryInfo m_memory{nullptr};
@@ -180,12 +168,8 @@ private:
 }  // namespace orvane::bench
 
 int main() {
-    using orvane::bench::Peer;
+    using namespace orvane::bench;
     Peer peer;
-    return orvane::bench::RunWorker({
-        {"open", [&](std::istream& arguments) { return peer.Open(arguments); }},
-        {"frames", [&](std::istream& arguments) { return peer.Frames(arguments); }},
-        {"save", [&](std::istream& arguments) { return peer.Save(arguments); }},
-        {"close", [&](std::istream&) { return peer.Close(); }},
-    });
+    return peer.Run(
+        {{"sessions", [&](std::istream& arguments) { return MeasureAll(arguments, [&] { peer.RunSession(); }); }}});
 }

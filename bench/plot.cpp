@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
-#include <limits>
 #include <sstream>
 
 namespace orvane::bench {
@@ -14,92 +12,88 @@ constexpr double kLeft = 80.0;
 constexpr double kTop = 40.0;
 constexpr double kWidth = 480.0;
 constexpr double kHeight = 320.0;
-constexpr std::array kColours{"#1f77b4", "#d62728", "#2ca02c", "#ff7f0e", "#9467bd", "#8c564b"};
+constexpr std::array kColours{"#1f77b4", "#d62728", "#2ca02c", "#ff7f0e"};
 
-// A logarithmic axis from one power of ten to another.
-class Axis {
-public:
+// A logarithmic axis from one power of ten to another, drawn from `start` to `end`.
+struct Axis {
+    double start;
+    double end;
+    int low = 9;
+    int high = -9;
+
     void Cover(double value) {
-        m_low = std::min(m_low, std::floor(std::log10(value)));
-        m_high = std::max(m_high, std::ceil(std::log10(value)));
+        low = std::min(low, static_cast<int>(std::floor(std::log10(value))));
+        high = std::max({high, static_cast<int>(std::ceil(std::log10(value))), low + 1});
     }
-    int Low() const { return static_cast<int>(m_low); }
-    int High() const { return static_cast<int>(std::max(m_high, m_low + 1)); }
-    double Share(double value) const { return (std::log10(value) - Low()) / (High() - Low()); }
-
-private:
-    double m_low = std::numeric_limits<double>::max();
-    double m_high = std::numeric_limits<double>::lowest();
+    std::vector<double> Powers() const {
+        std::vector<double> powers;
+        for (int exponent = low; exponent <= high; ++exponent) {
+            powers.push_back(std::pow(10.0, exponent));
+        }
+        return powers;
+    }
+    double Position(double value) const { return std::lerp(start, end, (std::log10(value) - low) / (high - low)); }
 };
 
 class Drawing {
 public:
-    Drawing() {
-        m_svg.precision(5);
-        m_svg << R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 840 420" font-family="sans-serif" )"
-              << R"(font-size="12"><rect width="840" height="420" fill="white"/>)" << '\n';
-    }
-
     void Line(double x1, double y1, double x2, double y2, const char* colour) {
-        m_svg << R"(<path d="M)" << x1 << ' ' << y1 << 'L' << x2 << ' ' << y2 << R"(" stroke=")" << colour << R"("/>)"
-              << '\n';
+        m_svg << "<path d='M" << x1 << ' ' << y1 << 'L' << x2 << ' ' << y2 << "' stroke='" << colour << "'/>\n";
     }
-    void Text(double x, double y, const char* anchor, const std::string& text) {
-        m_svg << R"(<text x=")" << x << R"(" y=")" << y << R"(" text-anchor=")" << anchor << R"(">)" << text
-              << "</text>\n";
+    template <typename Value>
+    void Text(double x, double y, const char* anchor, const Value& value) {
+        m_svg << "<text x='" << x << "' y='" << y << "' text-anchor='" << anchor << "'>" << value << "</text>\n";
     }
     void Dot(double x, double y, const char* colour) {
-        m_svg << R"(<circle cx=")" << x << R"(" cy=")" << y << R"(" r="3" fill=")" << colour << R"("/>)" << '\n';
+        m_svg << "<circle cx='" << x << "' cy='" << y << "' r='3' fill='" << colour << "'/>\n";
     }
-    std::string Finish() { return m_svg.str() + "</svg>\n"; }
+    std::string Finish() const {
+        return "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 840 420' font-family='sans-serif' "
+               "font-size='12'>\n"
+               "<rect width='840' height='420' fill='white'/>\n" +
+               m_svg.str() + "</svg>\n";
+    }
 
 private:
     std::ostringstream m_svg;
 };
 
-std::string PowerOfTen(int exponent) {
-    std::ostringstream text;
-    text << std::pow(10.0, exponent);
-    return text.str();
-}
-
 }  // namespace
 
 std::string MakePlot(const std::string& title, const std::string& xAxis, const std::string& yAxis,
                      const std::vector<Series>& series) {
-    Axis horizontal;
-    Axis vertical;
+    Axis horizontal{kLeft, kLeft + kWidth};
+    Axis vertical{kTop + kHeight, kTop};
     for (const Series& one : series) {
         for (const auto& [x, y] : one.points) {
             horizontal.Cover(x);
             vertical.Cover(y);
         }
     }
-    const auto toX = [&](double value) { return kLeft + kWidth * horizontal.Share(value); };
-    const auto toY = [&](double value) { return kTop + kHeight * (1.0 - vertical.Share(value)); };
-
     Drawing drawing;
     drawing.Text(kLeft, kTop - 16, "start", title);
     drawing.Text(kLeft + kWidth / 2, kTop + kHeight + 42, "middle", xAxis);
     drawing.Text(kLeft - 68, kTop - 16, "start", yAxis);
-    for (int exponent = horizontal.Low(); exponent <= horizontal.High(); ++exponent) {
-        const double x = toX(std::pow(10.0, exponent));
+    for (const double power : horizontal.Powers()) {
+        const double x = horizontal.Position(power);
         drawing.Line(x, kTop, x, kTop + kHeight, "#cccccc");
-        drawing.Text(x, kTop + kHeight + 18, "middle", PowerOfTen(exponent));
+        drawing.Text(x, kTop + kHeight + 18, "middle", power);
     }
-    for (int exponent = vertical.Low(); exponent <= vertical.High(); ++exponent) {
-        const double y = toY(std::pow(10.0, exponent));
+    for (const double power : vertical.Powers()) {
+        const double y = vertical.Position(power);
         drawing.Line(kLeft, y, kLeft + kWidth, y, "#cccccc");
-        drawing.Text(kLeft - 8, y + 4, "end", PowerOfTen(exponent));
+        drawing.Text(kLeft - 8, y + 4, "end", power);
     }
     for (size_t i = 0; i < series.size(); ++i) {
-        const char* const colour = kColours[i % kColours.size()];
+        const char* const colour = kColours.at(i % kColours.size());
         const auto& points = series[i].points;
         for (size_t k = 0; k < points.size(); ++k) {
-            drawing.Dot(toX(points[k].first), toY(points[k].second), colour);
+            const double x = horizontal.Position(points[k].first);
+            const double y = vertical.Position(points[k].second);
+            drawing.Dot(x, y, colour);
             if (k > 0) {
-                drawing.Line(toX(points[k - 1].first), toY(points[k - 1].second), toX(points[k].first),
-                             toY(points[k].second), colour);
+                drawing.Line(horizontal.Position(points[k - 1].first), vertical.Position(points[k - 1].second), x, y,
+                             colour);
             }
         }
         const double y = kTop + 12 + 20 * static_cast<double>(i);

@@ -1,31 +1,29 @@
 // The results: tables for the screen, and the same as JSON.
 #pragma once
 
+#include <deque>
+#include <nlohmann/json.hpp>
 #include <string>
-#include <utility>
-#include <variant>
-#include <vector>
 
 namespace orvane::bench {
 
-using Cell = std::variant<std::string, double>;
-
-struct Column {
-    std::string name;
-    int decimals = 0;  // of numbers, on the screen
-};
+using Row = nlohmann::ordered_json;  // an object: values by the names of their columns, NaN where nothing was measured
 
 struct Table {
     std::string title;
-    std::vector<Column> columns;
-    std::vector<std::vector<Cell>> rows;
     std::string note;  // below the table; may be empty
+    std::vector<Row> rows;
 
     // As Markdown, in columns of even width.
     std::string Text() const;
 };
 
-// Every table as an object with its title, its note and its rows, an object each. `facts` are pairs of name and value.
-std::string MakeJson(const std::vector<std::pair<std::string, std::string>>& facts, const std::vector<Table>& tables);
+struct Report {
+    Row facts;                          // of the machine
+    std::vector<std::string> failures;  // parts of the work that failed, and why
+    std::deque<Table> tables;           // do not move as more are added
+
+    std::string Json() const;
+};
 
 }  // namespace orvane::bench

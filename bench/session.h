@@ -2,8 +2,10 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/inputs.h"
@@ -15,15 +17,13 @@ namespace orvane::bench {
 
 struct Options {
     bool isShort = false;  // a little of everything, to see that it works
-    bool isCard = false;   // sizes and sections for a graphics card
+    bool isCard = false;   // sizes for a graphics card
     std::filesystem::path folder = "bench-results";
-    double peakTeraflops = 0.0;     // of the adapter in half precision, 0 when not known
-    double peakGigabytes = 0.0;     // of its memory, a second, 0 when not known
     std::vector<std::string> only;  // names of sections; empty for all
 };
 
-// Under Wine, how Direct3D keeps its descriptors: virtual heaps spare the library seconds at an open, and slow the peer
-// down. Elsewhere it means nothing.
+// Under Wine, how Direct3D keeps its descriptors. On a software adapter virtual heaps spare the library seconds at an
+// open, and slow the peer down. Outside Wine it means nothing.
 enum class Heaps { kPlain, kVirtual };
 
 class Session {
@@ -31,32 +31,35 @@ public:
     explicit Session(Options chosen);
 
     // How long a comparison takes, and the least number of its turns: nearly nothing in a short run.
-    double Patience(double milliseconds) const { return options.isShort ? 0.0 : milliseconds; }
+    double Patience(double milliseconds) const;
     size_t LeastTurns(size_t count) const { return options.isShort ? 2 : count; }
 
-    // Prints the table and keeps it for the results.
-    void Add(Table table);
-    void Say(const std::string& text) const;
+    // A table of the report, to be filled by Try's work.
+    Table& AddTable(const char* title, const char* note) { return report.tables.emplace_back(Table{title, note, {}}); }
+    // Does one part of the work and writes the report. When it fails, that is all: the report says so.
+    void Try(const std::string& what, const std::function<void()>& work);
 
     // The file of the network's model, made when it is first asked for.
     std::filesystem::path ModelFile(NetworkNumbers network) const;
     // What the command "open" is followed by.
-    std::string OpenCommand(FrameSize size, NetworkNumbers network) const;
+    std::string Open(FrameSize size, NetworkNumbers network) const;
 
-    std::unique_ptr<WorkerProcess> StartOurs(Heaps heaps = Heaps::kVirtual) const;
-    std::unique_ptr<WorkerProcess> StartParts() const;
+    // The heaps that suit the library on this adapter, and the others.
+    Heaps OwnHeaps() const { return options.isCard ? Heaps::kPlain : Heaps::kVirtual; }
+    Heaps OtherHeaps() const { return options.isCard ? Heaps::kVirtual : Heaps::kPlain; }
+    std::unique_ptr<WorkerProcess> StartOurs(Heaps heaps) const { return Start("bench_ours", heaps); }
+    std::unique_ptr<WorkerProcess> StartOurs() const { return StartOurs(OwnHeaps()); }
+    std::unique_ptr<WorkerProcess> StartParts() const { return Start("bench_parts", OwnHeaps()); }
+    // Null where there is none.
     std::unique_ptr<WorkerProcess> StartPeer() const;
-    // Without the peer, its columns are left out.
-    static bool HasPeer() { return HasProgram("bench_peer"); }
 
     Options options;
+    Report report;
     std::vector<Series> plot;  // frame times by pixels
 
-    // Writes results.json and frames.svg.
-    void Write(const std::vector<std::pair<std::string, std::string>>& facts) const;
-
 private:
-    std::vector<Table> m_tables;
+    std::unique_ptr<WorkerProcess> Start(const char* program, Heaps heaps) const;
+    void Write() const;
 };
 
 std::string SizeName(FrameSize size);

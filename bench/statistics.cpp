@@ -8,7 +8,7 @@ namespace orvane::bench {
 
 double Quantile(std::vector<double> values, double quantile) {
     if (values.empty()) {
-        return 0.0;
+        return kNone;
     }
     std::sort(values.begin(), values.end());
     const double position = quantile * static_cast<double>(values.size() - 1);

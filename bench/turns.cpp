@@ -29,10 +29,8 @@ void TakeTurns(std::vector<Side>& sides, double milliseconds, size_t leastTurns)
 }
 
 std::string FramesOfTurn(WorkerProcess& worker, const std::string& command, double milliseconds) {
-    constexpr double kMost = 50.0;
     const double frame = worker.Ask(command + " 1").front();
-    const double count = std::clamp(milliseconds / frame, 1.0, kMost);
-    return command + " " + std::to_string(static_cast<int>(count));
+    return std::to_string(static_cast<int>(std::clamp(milliseconds / frame, 1.0, 50.0)));
 }
 
 Ratio Compare(const Side& side, const Side& other) {
@@ -40,7 +38,6 @@ Ratio Compare(const Side& side, const Side& other) {
     std::transform(side.turnMedians.begin(), side.turnMedians.end(), other.turnMedians.begin(), ratios.begin(),
                    std::divides<>());
     return {Median(ratios), Quantile(ratios, 0.25), Quantile(ratios, 0.75),
-            Quantile(side.frames, 0.0) / Quantile(other.frames, 0.0),
             side.ProcessorPerFrame() / other.ProcessorPerFrame()};
 }
 

@@ -28,7 +28,7 @@ struct Side {
 // `leastTurns`.
 void TakeTurns(std::vector<Side>& sides, double milliseconds, size_t leastTurns);
 
-// How often a command of some frames is to run them so that a turn lasts about `milliseconds`: runs one to see.
+// How many frames `command` runs in about `milliseconds`: runs one to see.
 std::string FramesOfTurn(WorkerProcess& worker, const std::string& command, double milliseconds);
 
 // What one side takes in relation to another.
@@ -36,7 +36,6 @@ struct Ratio {
     double median = 0.0;  // of the turns' ratios
     double low = 0.0;     // a quarter of the turns lies below
     double high = 0.0;    // a quarter above
-    double least = 0.0;   // of the least times
     double processor = 0.0;
 };
 Ratio Compare(const Side& side, const Side& other);

@@ -15,22 +15,6 @@ std::filesystem::path ProgramPath(const std::string& program) {
     return std::filesystem::path(self.data()).replace_filename(program + ".exe");
 }
 
-// This process's environment with one variable replaced, as CreateProcess takes it.
-std::wstring Environment(const std::wstring& variable, const std::wstring& value) {
-    std::wstring block;
-    wchar_t* const strings = GetEnvironmentStringsW();
-    for (const wchar_t* text = strings; *text != 0; text += std::wcslen(text) + 1) {
-        if (!std::wstring(text).starts_with(variable + L"=")) {
-            block.append(text).push_back(L'\0');
-        }
-    }
-    FreeEnvironmentStringsW(strings);
-    if (!value.empty()) {
-        block.append(variable).append(L"=").append(value).push_back(L'\0');
-    }
-    return block;
-}
-
 // A pipe whose one end is handed down to the worker.
 struct Pipe {
     HANDLE read = nullptr;
@@ -45,8 +29,8 @@ struct Pipe {
 
 }  // namespace
 
-WorkerProcess::WorkerProcess(const std::string& program, const std::wstring& variable, const std::wstring& value)
-    : m_program(program) {
+WorkerProcess::WorkerProcess(const std::string& program, uint32_t secondsPerAnswer)
+    : m_program(program), m_secondsPerAnswer(secondsPerAnswer) {
     const Pipe commands(true);
     const Pipe answers(false);
     m_commands = commands.write;
@@ -59,10 +43,9 @@ WorkerProcess::WorkerProcess(const std::string& program, const std::wstring& var
     startup.hStdOutput = answers.write;
     startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
     std::wstring commandLine = L'"' + ProgramPath(program).wstring() + L'"';
-    std::wstring environment = Environment(variable, value);
     PROCESS_INFORMATION process{};
-    const BOOL isStarted = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE,
-                                          CREATE_UNICODE_ENVIRONMENT, environment.data(), nullptr, &startup, &process);
+    const BOOL isStarted =
+        CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
     CloseHandle(commands.read);
     CloseHandle(answers.write);
     Require(isStarted != 0, program + " cannot be started");
@@ -84,7 +67,12 @@ std::vector<double> WorkerProcess::Ask(const std::string& command) {
     const std::string line = command + "\n";
     DWORD written = 0;
     WriteFile(m_commands, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    HANDLE timer = nullptr;
+    CreateTimerQueueTimer(
+        &timer, nullptr, [](void* process, BOOLEAN) { TerminateProcess(process, 1); }, m_process,
+        m_secondsPerAnswer * 1000, 0, WT_EXECUTEONLYONCE);
     const std::string answer = ReadLine();
+    DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE);
     Require(!answer.empty() && answer.front() == kAnswerMark, m_program + ", " + command + ": " + answer);
     std::istringstream numbers(answer.substr(1));
     std::vector<double> values;
@@ -94,14 +82,15 @@ std::vector<double> WorkerProcess::Ask(const std::string& command) {
     return values;
 }
 
+// Up to the end of a line, or of the worker.
 std::string WorkerProcess::ReadLine() {
     size_t end = 0;
     while ((end = m_unread.find('\n')) == std::string::npos) {
         std::array<char, 4096> buffer{};
         DWORD count = 0;
-        Require(
-            ReadFile(m_answers, buffer.data(), static_cast<DWORD>(buffer.size()), &count, nullptr) != 0 && count != 0,
-            m_program + " has ended unexpectedly");
+        if (ReadFile(m_answers, buffer.data(), static_cast<DWORD>(buffer.size()), &count, nullptr) == 0 || count == 0) {
+            return "the worker has ended or did not answer in time";
+        }
         m_unread.append(buffer.data(), count);
     }
     std::string line = m_unread.substr(0, end);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 #include <windows.h>
 
@@ -11,6 +12,9 @@ namespace orvane::test {
 // Puts `hook` into an entry of a table. What stood there first is Original's answer.
 void ReplaceEntry(void** entry, void* hook);
 void* Original(void** entry);
+
+// Calls `use` with every function that a module imports by name, and the entry that holds its address.
+void ForEachImport(HMODULE module, const std::function<void(const char* name, void** entry)>& use);
 
 // The original method of an object whose table has been changed.
 template <typename Function>

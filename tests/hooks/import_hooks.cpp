@@ -1,5 +1,4 @@
 // The functions that liborvane.dll imports.
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -153,25 +152,12 @@ const std::map<std::string, void*>& Imports() {
 }  // namespace
 
 void HookImports() {
-    auto* const base = reinterpret_cast<uint8_t*>(GetModuleHandleW(L"liborvane.dll"));
-    const auto& header =
-        *reinterpret_cast<const IMAGE_NT_HEADERS*>(base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
-    const DWORD start = header.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-    const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + start);
-    for (; library->Name != 0; ++library) {
-        const auto* name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
-        auto* address = reinterpret_cast<void**>(base + library->FirstThunk);
-        for (; name->u1.AddressOfData != 0; ++name, ++address) {
-            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
-                continue;
-            }
-            const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-            const auto found = Imports().find(reinterpret_cast<const char*>(import->Name));
-            if (found != Imports().end()) {
-                ReplaceEntry(address, found->second);
-            }
+    ForEachImport(GetModuleHandleW(L"liborvane.dll"), [](const char* name, void** entry) {
+        const auto found = Imports().find(name);
+        if (found != Imports().end()) {
+            ReplaceEntry(entry, found->second);
         }
-    }
+    });
 }
 
 }  // namespace orvane::test
