@@ -226,6 +226,59 @@ TEST_F(Exports, InitialisesComFromTheFirstInstanceToTheLast) {
     EXPECT_NE(third.Handle(), nullptr);
 }
 
+// A callback that asks for what is always allowed, and that silences the log at some line.
+struct CuriousHost {
+    int lines = 0;
+    int silencedAt = 0;
+
+    static void Receive(void* userData, int32_t /*level*/, const char* /*format*/, va_list /*arguments*/) {
+        auto& host = *static_cast<CuriousHost*>(userData);
+        EXPECT_STREQ(orvane_get_version(), ORVANE_VERSION);
+        EXPECT_GT(orvane_getickcount(), 0);
+        EXPECT_EQ(orvane_uninit(nullptr), ORVANE_OK);
+        if (++host.lines == host.silencedAt) {
+            const orvane_init_param silence{-1, nullptr, nullptr};
+            EXPECT_EQ(orvane_init(&silence), ORVANE_OK);
+        }
+    }
+};
+
+TEST_F(Exports, CanBeAskedAndSilencedFromTheLogCallback) {
+    for (const int silencedAt : {0, 1, 4}) {
+        CuriousHost host{0, silencedAt};
+        const orvane_init_param param{ORVANE_LOG_DEBUG, &CuriousHost::Receive, &host};
+        EXPECT_EQ(orvane_init(&param), ORVANE_OK);
+        const Instance instance(Param(8, 8));
+        ExpectDoubled(instance.Handle(), m_network, MakeRandomPicture(5, 3, 1));  // logged under the lock
+        EXPECT_TRUE(silencedAt == 0 ? host.lines > 4 : host.lines == silencedAt) << host.lines;
+    }
+}
+
+// What the header calls "not read" may hold anything.
+TEST_F(Exports, FieldsThatAreNotReadDoNotMatter) {
+    orvane_open_param param = Param(8, 8);
+    const size_t length = std::strlen(param.modelPath);
+    std::memset(param.modelPath + length + 1, 0xFF, sizeof(param.modelPath) - length - 1);
+    param.outputWidth = param.outputHeight = param.reserved0 = param.reserved1 = 0xFFFFFFFF;
+    const Instance instance(param);
+    std::memset(&param, 0xFF, sizeof(param));  // the library has a copy
+    const Picture picture = MakeRandomPicture(8, 8, 3);
+    Picture doubled(16, 16);
+    orvane_frame input = InputFrame(picture);
+    input.width = INT_MIN;
+    std::memset(input.reserved, 0xFF, sizeof(input.reserved));
+    orvane_frame output;
+    std::memset(&output, 0xFF, sizeof(output));
+    output.stride = 64;
+    output.data = doubled.pixels.data();
+    ASSERT_EQ(orvane_process(instance.Handle(), &output, &input), ORVANE_OK);
+    EXPECT_EQ(Difference(doubled, DoublePicture(m_network, picture)), "");
+
+    orvane_check_class untouched{77, 88};
+    EXPECT_EQ(orvane_check_supported(nullptr, &untouched), ORVANE_ERROR_INVALID);
+    EXPECT_EQ(untouched.performanceClass * 100 + untouched.libraryConstant, 7788U);
+}
+
 // With sizes that differ now and then, so that it is rebuilt under the others' feet.
 TEST_F(Exports, SharesAnInstanceBetweenThreadsUntilItIsClosed) {
     constexpr int kFrames = 30;

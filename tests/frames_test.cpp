@@ -84,7 +84,9 @@ INSTANTIATE_TEST_SUITE_P(All, Frames,
                                          FrameCase{"Wide", 150, 2, 7, 0, "model.EN", 1200},
                                          FrameCase{"OneChannel", 9, 9, 1, 3, "model.weights", 100},
                                          FrameCase{"Deepest", 10, 12, 6, 14, "model.bin", 256},
-                                         FrameCase{"OneLayer", 20, 11, 12, -1, "model.bin", 160}),
+                                         FrameCase{"OneLayer", 20, 11, 12, -1, "model.bin", 160},
+                                         FrameCase{"Widest", 8192, 1, 4, 0, "model.bin", 65536},
+                                         FrameCase{"Tallest", 1, 8192, 4, 0, "model.bin", 8}),
                          [](const testing::TestParamInfo<FrameCase>& test) { return std::string(test.param.name); });
 
 }  // namespace

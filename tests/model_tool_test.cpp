@@ -125,6 +125,26 @@ TEST(ModelFile, ComesBackInAllFormsOrIsSaidToBeDamaged) {
     }
 }
 
+TEST(ModelFile, OneChangedBitOrAMissingEndShows) {
+    const TempFolder folder;
+    for (const size_t length : {0U, 13U}) {
+        for (const std::string ending : {"en", "en2"}) {
+            const std::filesystem::path path = folder.Path() / ("m." + ending);
+            WriteModelFile(path, std::vector<uint8_t>(length, 7));
+            const std::vector<uint8_t> whole = ReadWholeFile(path);
+            for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
+                std::vector<uint8_t> changed = whole;
+                changed[bit / 8] = static_cast<uint8_t>(changed[bit / 8] ^ (1U << bit % 8));
+                EXPECT_THROW(ReadModelFile(folder.Write("m." + ending, changed)), Failure) << ending << ", bit " << bit;
+            }
+            for (size_t size = 0; size < whole.size(); ++size) {
+                const std::vector<uint8_t> cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size));
+                EXPECT_THROW(ReadModelFile(folder.Write("m." + ending, cut)), Failure) << ending << ", " << size;
+            }
+        }
+    }
+}
+
 TEST(NetworkSize, EveryNetworkIsFoundByItsLengthAndFewOthers) {
     size_t mostFitting = 0;
     for (const int32_t depth : {-1, 0, 2, 14}) {

@@ -1,11 +1,14 @@
 // The parts of orvane upscale.
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 #include <vector>
 
+#include "apps/orvane/alpha.h"
 #include "apps/orvane/frame_size_choice.h"
 #include "apps/orvane/wic.h"
 #include "apps/utils/failure.h"
@@ -93,6 +96,117 @@ TEST(WritePicture, KeepsWhatTheFormatCan) {
             EXPECT_TRUE(test.format == PictureFormat::kJpeg || (hasAlpha && !test.keepsAlpha) ||
                         back.pixels == picture.pixels);
         }
+    }
+}
+
+// A disk that takes nothing, which Linux has.
+TEST(WritePicture, FailsOnAFullDiskWhateverTheFormat) {
+    const fs::path full = "Z:/dev/full";
+    if (!std::ofstream(full).is_open()) {
+        GTEST_SKIP() << "there is no such disk here";
+    }
+    Picture picture = RandomPicture(200, 100, 1);
+    picture.colourProfile = ColourProfile();
+    for (const PictureFormat format :
+         {PictureFormat::kPng, PictureFormat::kJpeg, PictureFormat::kTiff, PictureFormat::kBmp}) {
+        EXPECT_THROW(WritePicture(full, picture, {format}, IgnoreWarning), Failure) << NameOf(format);
+    }
+}
+
+Picture WithRandomAlpha(uint32_t width, uint32_t height) {
+    Picture picture = RandomPicture(width, height, 5);
+    const Picture alpha = RandomPicture(width, height, 6);
+    for (size_t i = 0; i < picture.pixels.size(); i += 4) {
+        picture.pixels[i + 3] = alpha.pixels[i] < 100 ? 0 : alpha.pixels[i];
+    }
+    picture.hasAlpha = true;
+    return picture;
+}
+
+// Catmull and Rom's kernel.
+double Cubic(double distance) {
+    const double d = std::abs(distance);
+    return d < 1 ? 1.5 * d * d * d - 2.5 * d * d + 1 : (d < 2 ? -0.5 * d * d * d + 2.5 * d * d - 4 * d + 2 : 0);
+}
+
+TEST(DoubleAlpha, IsCubicInBothDirections) {
+    for (const auto& [width, height] : {std::pair{9U, 7U}, {1U, 6U}, {5U, 1U}, {1U, 1U}}) {
+        const Picture input = WithRandomAlpha(width, height);
+        const Picture before = RandomPicture(2 * width, 2 * height, 7);
+        Picture output = before;
+        DoubleAlpha(input, output);
+        EXPECT_TRUE(output.hasAlpha);
+        for (uint32_t y = 0; y < output.height; ++y) {
+            for (uint32_t x = 0; x < output.width; ++x) {
+                const double centreX = (x + 0.5) / 2 - 0.5;
+                const double centreY = (y + 0.5) / 2 - 0.5;
+                double sum = 0;
+                for (int row = -2; row < static_cast<int>(height) + 2; ++row) {
+                    for (int column = -2; column < static_cast<int>(width) + 2; ++column) {
+                        const auto insideY =
+                            static_cast<uint32_t>(std::clamp<int>(row, 0, static_cast<int>(height) - 1));
+                        const auto insideX =
+                            static_cast<uint32_t>(std::clamp<int>(column, 0, static_cast<int>(width) - 1));
+                        sum += Cubic(row - centreY) * Cubic(column - centreX) * input.Row(insideY)[4 * insideX + 3];
+                    }
+                }
+                const uint8_t* pixel = output.Row(y) + 4 * x;
+                EXPECT_EQ(pixel[3], std::floor(std::clamp(sum, 0.0, 255.0) + 0.5)) << x << ", " << y;
+                EXPECT_TRUE(std::equal(pixel, pixel + 3, before.Row(y) + 4 * x));
+            }
+        }
+    }
+}
+
+// How many steps it is to the nearest pixel that shows, corners counting as one.
+int DistanceToVisible(const Picture& picture, int x, int y) {
+    int least = 1000;
+    for (int row = 0; row < static_cast<int>(picture.height); ++row) {
+        for (int column = 0; column < static_cast<int>(picture.width); ++column) {
+            if (picture.Row(static_cast<uint32_t>(row))[4 * column + 3] != 0) {
+                least = std::min(least, std::max(std::abs(row - y), std::abs(column - x)));
+            }
+        }
+    }
+    return least;
+}
+
+TEST(SpreadColours, ReachesAsFarAsToldAndStaysWithinTheColoursThere) {
+    Picture picture = RandomPicture(23, 15, 8);
+    for (size_t i = 0; i < picture.pixels.size(); i += 4) {
+        const bool isVisible = i == 4 * (3 * 23 + 4) || i == 4 * (9 * 23 + 22) || i == 4 * (14 * 23);
+        picture.pixels[i + 3] = isVisible ? 1 : 0;
+        picture.pixels[i] = isVisible ? 200 : 0;  // red
+    }
+    const Picture before = picture;
+    SpreadColours(picture, 3);
+    for (uint32_t y = 0; y < picture.height; ++y) {
+        for (uint32_t x = 0; x < picture.width; ++x) {
+            const int distance = DistanceToVisible(before, static_cast<int>(x), static_cast<int>(y));
+            const uint8_t* pixel = picture.Row(y) + 4 * x;
+            EXPECT_EQ(pixel[0], distance <= 3 ? 200 : 0) << x << ", " << y;
+            EXPECT_EQ(pixel[3], before.Row(y)[4 * x + 3]);
+            const bool isLeft = distance == 0 || distance > 3;
+            EXPECT_TRUE(!isLeft || std::equal(pixel, pixel + 4, before.Row(y) + 4 * x)) << x << ", " << y;
+        }
+    }
+    Picture invisible = RandomPicture(3, 3, 9);
+    for (size_t i = 3; i < invisible.pixels.size(); i += 4) {
+        invisible.pixels[i] = 0;
+    }
+    const std::vector<uint8_t> pixels = invisible.pixels;
+    SpreadColours(invisible, 3);  // from nowhere
+    EXPECT_EQ(invisible.pixels, pixels);
+}
+
+TEST(LayOnWhite, MixesByTheAlpha) {
+    Picture picture = WithRandomAlpha(20, 20);
+    const Picture before = picture;
+    LayOnWhite(picture);
+    EXPECT_FALSE(picture.hasAlpha);
+    for (size_t i = 0; i < picture.pixels.size(); ++i) {
+        const double share = before.pixels[i / 4 * 4 + 3] / 255.0;
+        EXPECT_EQ(picture.pixels[i], i % 4 == 3 ? 255 : std::lround(before.pixels[i] * share + 255 * (1 - share)));
     }
 }
 

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "apps/model_tool/model_file.h"
+#include "apps/utils/atomic_file.h"
 #include "tests/log_capture.h"
 #include "tests/temp_folder.h"
 
@@ -75,6 +77,30 @@ TEST_F(WeightLoaderTest, IsLeftEmptyByAFileThatItRefuses) {
         EXPECT_EQ(m_log.Take(), (LogEntries{{0, message}, {0, "Failed to ReadLayerWeights for layer " + layer}}));
         EXPECT_EQ(m_map, before);
         EXPECT_FALSE(m_loader.HoldsWeights());
+    }
+}
+
+TEST_F(WeightLoaderTest, RefusesAFileThatEndsAnywhereTooEarly) {
+    const NetworkConfig config{3, 1, 3, 1};
+    const std::vector<uint16_t> values = Values(3);
+    constexpr size_t kBytes = 2 * (27 + 1 + 9 + 1 + 108 + 12);
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(values.data());
+    for (const std::string name : {"m", "m.en", "m.en2"}) {
+        const std::filesystem::path path = PathOf(name);
+        tool::WriteModelFile(path, {bytes, kBytes});
+        const std::vector<uint8_t> whole = tool::ReadWholeFile(path);
+        // What is no whole number of blocks is as many zeros.
+        const size_t step = name == "m" ? 1 : 8;
+        for (size_t size = 0; size < whole.size(); size += step) {
+            m_folder.Write(name, {whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)});
+            EXPECT_EQ(m_loader.LoadWeights(PathOf(name), config, m_map), -1) << name << ", " << size;
+            EXPECT_FALSE(m_loader.HoldsWeights());
+        }
+        EXPECT_EQ(m_map.size(), 1U);
+        m_folder.Write(name, whole);
+        EXPECT_EQ(m_loader.LoadWeights(PathOf(name), config, m_map), 0) << name;
+        EXPECT_EQ(m_map, MapOf({27, 1, 9, 1, 108, 12}, 3));
+        m_map = {{"filter99", {1}}};
     }
 }
 
