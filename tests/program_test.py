@@ -6,6 +6,7 @@ import contextlib
 import ctypes
 import json
 import os
+import re
 import resource
 import shutil
 import signal
@@ -30,6 +31,12 @@ def windows_path(path):
 
 def noise(width, height, channels=3, seed=1):
     return np.random.default_rng(seed).integers(0, 256, (height, width, channels), dtype=np.uint8)
+
+
+# What the document says of the objects that --json gives: the members of each event.
+def documented_members():
+    rows = re.findall(r"^\| `(\w+)`(?:, `(\w+)`)? \| (`.*) \|$", (ROOT / "docs/program.md").read_text(), re.MULTILINE)
+    return {event: set(re.findall(r"`(\w+)`", members)) for *events, members in rows for event in events if event}
 
 
 def read(path):
@@ -79,6 +86,13 @@ class ProgramTest(unittest.TestCase):
         self.assertIn(words, said)
         return said
 
+    # The objects among the lines, which must be as documented.
+    def objects_in(self, said):
+        objects = [json.loads(line) for line in said.splitlines() if line.startswith("{")]
+        for members in objects:
+            self.assertEqual(set(members) - {"event"}, MEMBERS[members["event"]], members)
+        return objects
+
 
 class Interrupted(ProgramTest):
     # Presses Ctrl-C once it `has_begun`; returns the exit code and what was said.
@@ -104,7 +118,7 @@ class Interrupted(ProgramTest):
         self.assertLess(len(done), 24)
         for name in done:
             self.assertEqual(read(self.folder / "out" / name).size, (128, 128))
-        summary = json.loads(self.expect(0, "", *arguments).splitlines()[-1])
+        summary = self.objects_in(self.expect(0, "", *arguments))[-1]
         self.assertEqual((summary["skipped"], summary["done"]), (len(done), 24 - len(done)))
         self.assertEqual(names_in(self.folder / "out"), names_in(self.folder / "in"))
 
@@ -119,6 +133,20 @@ class Interrupted(ProgramTest):
         self.assertEqual(rest, 0)
         self.assertLess(frames, 300)
         self.assertIn(f"Stopped by Ctrl-C after {frames} frames", said)
+
+    def test_stream_that_nobody_reads_any_more(self):
+        (self.folder / "in.raw").write_bytes(noise(32, 24 * 300, 4).tobytes())
+        with open(self.folder / "in.raw", "rb") as source:
+            process = self.start(ORVANE, "stream", "--raw", "32x24", "--json", *MODEL, stdin=source, stdout=subprocess.PIPE,
+                                 stderr=subprocess.PIPE)
+        self.assertEqual(len(process.stdout.read(64 * 48 * 4)), 64 * 48 * 4)
+        process.stdout.close()
+        said = process.stderr.read().decode()
+        process.stderr.close()
+        self.assertEqual(process.wait(120), 0, said)
+        summary = json.loads(said.splitlines()[-1])
+        self.assertEqual(summary["event"], "summary")
+        self.assertTrue(1 <= summary["done"] < 300, said)
 
     def test_video(self):
         self.expect(0, "", "-v", "error", "-f", "lavfi", "-i", "testsrc=s=32x24:d=60", "in.mkv", program=FFMPEG)
@@ -163,14 +191,15 @@ class FullDisk(ProgramTest):
         self.save("0.png", np.zeros((64, 64, 3), np.uint8))
         for i in range(8):
             self.save(f"large-{i}.png", noise(64, 64, seed=i))
-        events = []
+        said = ""
         with self.start(ORVANE, "upscale", "in", "-o", "out", "--json", *MODEL, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                         restore_signals=False) as process:
             for line in process.stdout:
-                events.append(json.loads(line))
-                if events[-1]["event"] == "done":
+                said += line.decode()
+                if b'"event":"done"' in line:
                     resource.prlimit(windows_process(process), resource.RLIMIT_FSIZE, (self.LIMIT, self.LIMIT))
         self.assertEqual(process.returncode, 1)
+        events = self.objects_in(said)
         reasons = [event["reason"] for event in events if event["event"] == "failed"]
         self.assertTrue(reasons and all("the disk is full" in reason for reason in reasons), reasons)
         done = [PureWindowsPath(event["output"]).name for event in events if event["event"] == "done"]
@@ -260,4 +289,5 @@ if __name__ == "__main__":
         os.execv(ROOT / "cmake/wine-session", ["wine-session", sys.executable, *sys.argv])
     FFMPEG = Path(sys.argv.pop(2)).resolve()
     ORVANE = Path(sys.argv.pop(1)).resolve()
+    MEMBERS = documented_members()
     unittest.main(verbosity=2)

@@ -117,6 +117,14 @@ TEST(Upscale, FolderAgainstTheReferenceAndInTiles) {
     EXPECT_LE(fromReference.largest, 2);
     EXPECT_LE(Compare(Read(pictures.parent_path() / L"out/deep/\u00FC.png"), Expected(network, small)).largest, 2);
 
+    // Beyond the edges lies nothing then, as the library has it.
+    ASSERT_EQ(RunWithSlashes(pictures.parent_path(), command + L"raw --raw-edges").exitCode, 0);
+    test::Picture source(first.width, first.height);
+    source.pixels = first.pixels;
+    Picture expected = result;
+    expected.pixels = test::DoublePicture(network, source).pixels;
+    EXPECT_LE(Compare(Read(pictures.parent_path() / "raw/first.png"), expected).largest, 2);
+
     // Two by two tiles, whose seams lie in the middle.
     ASSERT_EQ(RunWithSlashes(pictures.parent_path(), command + L"tiled --tile 64").exitCode, 0);
     const Picture tiled = Read(pictures.parent_path() / "tiled/first.png");
