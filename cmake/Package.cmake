@@ -9,10 +9,11 @@ find_program(ORVANE_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-19 llvm-dlltool
              DOC "Makes the import library for Visual C++")
 set(exports ${PROJECT_SOURCE_DIR}/api/liborvane.def)
 file(MAKE_DIRECTORY ${folder})
+# By names without a folder, since dlltool makes symbols of them.
 add_custom_command(
   OUTPUT ${folder}/orvane.lib ${folder}/liborvane.dll.a
-  COMMAND ${ORVANE_LLVM_DLLTOOL} -m i386:x86-64 -d ${exports} -l ${folder}/orvane.lib
-  COMMAND ${CMAKE_DLLTOOL} --deterministic-libraries --temp-prefix liborvane -d ${exports} -l ${folder}/liborvane.dll.a
+  COMMAND ${ORVANE_LLVM_DLLTOOL} -m i386:x86-64 -d ${exports} -l orvane.lib
+  COMMAND ${CMAKE_DLLTOOL} --deterministic-libraries --temp-prefix liborvane -d ${exports} -l liborvane.dll.a
   WORKING_DIRECTORY ${folder}
   DEPENDS ${exports}
   VERBATIM)
