@@ -21,6 +21,7 @@ import numpy as np
 from PIL import Image, ImageCms
 
 ROOT = Path(__file__).resolve().parent.parent
+DOCUMENT = (ROOT / "docs/program.md").read_text()
 RUN = str(ROOT / "cmake/run-wine")
 MODEL = ("--model", "interpolating")  # what it makes of a picture is known
 
@@ -35,7 +36,7 @@ def noise(width, height, channels=3, seed=1):
 
 # What the document says of the objects that --json gives: the members of each event.
 def documented_members():
-    rows = re.findall(r"^\| `(\w+)`(?:, `(\w+)`)? \| (`.*) \|$", (ROOT / "docs/program.md").read_text(), re.MULTILINE)
+    rows = re.findall(r"^\| `(\w+)`(?:, `(\w+)`)? \| (`.*) \|$", DOCUMENT, re.MULTILINE)
     return {event: set(re.findall(r"`(\w+)`", members)) for *events, members in rows for event in events if event}
 
 
@@ -279,6 +280,10 @@ class PlantedFiles(ProgramTest):
         (self.folder / "in.mkv").touch()
         planted = {"program": program / "orvane.exe", "environment": {"WINEPATH": ".;" + windows_path(self.folder)}}
         self.expect(1, "DirectML.dll cannot be loaded", "check", **planted)
+        answer = json.loads(self.expect(1, '{"supported":false', "check", "--json", **planted).splitlines()[0])
+        self.assertIn("DirectML.dll", answer["reason"])
+        said = re.search(r"one object\nwith the members (`[^.]*)\.", DOCUMENT).group(1)
+        self.assertEqual(set(answer) | {"trial"}, set(re.findall(r"`(\w+)`", said)))
         relative = {"program": ORVANE, "environment": {"WINEPATH": "."}}
         self.expect(1, "There is no ffmpeg", "video", "in.mkv", "out.mkv", *MODEL, **relative)
         self.expect(1, "There is no model \"planted\"", "model", "info", "planted", **relative)

@@ -231,6 +231,44 @@ TEST(Video, KeepsSoundTimesAspectAndFrames) {
     EXPECT_NE(place.Said().find(": Eins\r"), std::string::npos) << place.Said();
 }
 
+TEST(Video, TurnsUprightAndDoublesTransparency) {
+    Workplace place;
+    ASSERT_EQ(
+        place.Run(
+            "{f} -v error -f lavfi -i color=red:s=32x16:d=0.2 -vf drawbox=0:0:16:16:blue:fill -c:v libx264 "
+            "-crf 0 -pix_fmt yuv444p turned.mp4 && {f} -v error -i turned.mp4 -c copy -metadata:s:v rotate=270 in.mp4 "
+            "&& {f} -v error -f lavfi -i color=red:s=16x12:d=0.2,format=rgba,geq=r=200:g=100:b=0:a=8*Y+80 -c:v ffv1 "
+            "-pix_fmt bgra in.mkv"),
+        0)
+        << place.Said();
+    const std::string options = " --ffmpeg {f} --codec ffv1 --model interpolating ";
+    ASSERT_EQ(place.Run("{o} video in.mp4 turned.mkv --passes 2" + options + "-- -pix_fmt bgra"), 0) << place.Said();
+    ASSERT_EQ(place.Run("{o} video in.mkv clear.mkv" + options + "-- -pix_fmt bgra"), 0) << place.Said();
+    ASSERT_EQ(place.Run("{f} -v error -i turned.mkv -pix_fmt rgba -f rawvideo t.raw && "
+                        "{f} -v error -i clear.mkv -pix_fmt rgba -f rawvideo c.raw && "
+                        "{f} -v error -i in.mp4 -pix_fmt rgba -f rawvideo s.raw"),
+              0)
+        << place.Said();
+    place.Run("{f} -i turned.mkv");
+    EXPECT_NE(place.Said().find(" 64x128"), std::string::npos) << place.Said();
+    EXPECT_EQ(place.Said().find("rotate"), std::string::npos) << place.Said();
+    const auto shown = RawPictures(ContentOf(place.Path("s.raw")), 16, 32);
+    const auto turned = RawPictures(ContentOf(place.Path("t.raw")), 64, 128);
+    const auto clear = RawPictures(ContentOf(place.Path("c.raw")), 32, 24);
+    ASSERT_EQ(turned.size() * 100 + clear.size(), 505U);
+    for (const auto& [x, y] : {std::pair{0U, 0U}, {63U, 55U}, {31U, 72U}, {63U, 127U}}) {
+        for (size_t channel = 0; channel < 3; ++channel) {
+            EXPECT_NEAR(turned[4].At(x, y)[channel], shown[4].At(x / 4, y / 4)[channel], 8) << x << ", " << y;
+        }
+    }
+    EXPECT_GT(std::abs(turned[4].At(0, 0)[0] - turned[4].At(0, 127)[0]), 200);
+    for (uint32_t y = 0; y < 24; ++y) {
+        const uint8_t* const pixel = clear[4].At(7, y);
+        EXPECT_NEAR(pixel[3], 80 + 4 * y - 2, y < 2 || y > 21 ? 3 : 1) << "row " << y;
+        EXPECT_NEAR(pixel[0] - pixel[1], 100, 2);
+    }
+}
+
 TEST(Video, SaysWhatIsWrongAndLeavesNothingBehind) {
     Workplace place;
     ASSERT_EQ(place.Run("{f} -v error -f lavfi -i testsrc=s=16x12:d=1 -c:v libx264 -g 5 -pix_fmt yuv420p in.ts"), 0);

@@ -113,6 +113,31 @@ TEST_F(Wrapper, IsLoadedForAsLongAsAnInstanceLives) {
     instance.Close();  // once more, for nothing
 }
 
+// An instance that is open then is lost, but neither waited for nor in the way of the next ones.
+TEST_F(Wrapper, CanBeUnloadedUnderAnOpenInstance) {
+    const OpenOptions options = Options();
+    orvane_open_param param{};
+    options.model.string().copy(param.modelPath, sizeof(param.modelPath) - 1);
+    param.inputWidth = options.width;
+    param.inputHeight = options.height;
+    param.modelChannels = options.channels;
+    param.modelDepth = options.depth;
+    for (int round = 0; round < 3; ++round) {
+        const HMODULE library = LoadLibraryW(kName);
+        ASSERT_NE(library, nullptr);
+        const FARPROC found = GetProcAddress(library, "orvane_open");
+        const auto open = reinterpret_cast<orvane_open_fn>(reinterpret_cast<void*>(found));
+        EXPECT_NE(open(&param), nullptr);
+        EXPECT_NE(FreeLibrary(library), 0);
+        EXPECT_EQ(GetModuleHandleW(kName), nullptr);
+    }
+    Instance instance = Library::Load().Open(options);
+    ExpectDoubled(instance, 8, 6);
+    CoUninitialize();  // what the first of them has done
+    CoUninitialize();
+    CoUninitialize();
+}
+
 TEST_F(Wrapper, LogsLinesUpToTheLevelUntilItIsSilenced) {
     const Library library = Library::Load();
     std::vector<std::pair<LogLevel, std::string>> lines;
