@@ -27,7 +27,7 @@ double StepNanoseconds() {
     volatile uint32_t seed = 0x9E3779B9;
     const uint32_t a = seed;
     const uint32_t b = seed + 2;
-    for (int run = 0; run < 100; ++run) {
+    for (int run = 0; run < 2000; ++run) {
         uint32_t chain = seed;
         // Two steps each time round: the compiler cannot join an exclusive-or and an addition.
         const double time = Measure([&] {
