@@ -19,6 +19,7 @@ import network
 
 HERE = Path(__file__).parent
 PURPOSES = {
+    "base": "what default starts from",
     "fast": "the least work a frame",
     "default": "pictures and clean video",
     "quality": "pictures, where time does not matter",

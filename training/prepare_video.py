@@ -62,7 +62,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
     parser.add_argument("--packages", type=Path, default=Path("build/training/packages"))
-    parser.add_argument("--photo-tiles", type=int, default=2, help="at most, of each photograph")
+    parser.add_argument("--photo-tiles", type=int, default=3, help="at most, of each photograph")
     parser.add_argument("--seed", type=int, default=2)
     arguments = parser.parse_args()
     for split in ("val", "test"):

@@ -52,6 +52,14 @@ def read_configuration(name):
     return {**DEFAULTS, "name": name, **json.loads(path.read_text())}
 
 
+def find_start(name, results):
+    """The model of that name that was trained here, or the one that comes with the kit."""
+    for path in (results / name / "weights.npz", HERE.parent / "weights" / f"{name}.en", HERE / "start" / f"{name}.npz"):
+        if path.is_file():
+            return path
+    raise SystemExit(f"training starts from the model {name}, which is not there: train it first")
+
+
 class Schedule:
     """Where training stands: by steps, or by time when the run was given minutes."""
 
@@ -114,10 +122,7 @@ class Training:
         torch.manual_seed(settings["seed"])
         start = None
         if settings["start"]:
-            path = arguments.results / settings["start"] / "weights.npz"
-            shipped = HERE.parent / "weights" / f"{settings['start']}.en"
-            start = convert.read(path) if path.exists() else convert.read(shipped)
-            start = [tuple(map(torch.from_numpy, layer)) for layer in start]
+            start = [tuple(map(torch.from_numpy, layer)) for layer in convert.read(find_start(settings["start"], arguments.results))]
         self.model = network.Chain(settings["channels"], settings["depth"], start).to(self.device)
         self.rate, self.follow, self.loss = (torch.zeros((), device=self.device) for _ in range(3))
         on_card = {"lr": self.rate, "capturable": True} if self.device == "cuda" else {}
