@@ -78,6 +78,7 @@ def text_of(name, card, figures, weights, more):
     size, products = cost(weights)
     s = figures["synthetic"]
     rounding, training = figures["half_precision"], card["training"]
+    start = f" from `{card['start']}` on" if card.get("start") else ""
     processor = f" ({training['processor_minutes']:.0f} minutes of processor time)" if training["processor_minutes"] else ""
     return "\n".join([
         f"# {name}", "", f"For {card['purpose']}. {card['channels']} channels, depth {card['depth']}: "
@@ -92,7 +93,7 @@ def text_of(name, card, figures, weights, more):
         f"{s['grey_rim']} for any grey, {s['colour_rim']} for pure colours. Smooth ramps: the four pixels of a 2x2 block differ by "
         f"{s['checkerboard']} codes (bicubic {s['checkerboard_bicubic']}). Bars leave the range of their source by "
         f"{s['halo']} codes (bicubic {s['halo_bicubic']}).", "",
-        f"Trained for {training['steps']} steps, {training['minutes']:.0f} minutes on {training['machine']}{processor}, "
+        f"Trained{start} for {training['steps']} steps, {training['minutes']:.0f} minutes on {training['machine']}{processor}, "
         f"seed {card['seed']}, with `training/configs/{name}.json`. What it saw: [training/DATA.md](../training/DATA.md).", "",
         f"![source, nearest, bicubic, model]({name}.png)", "",
         "The photographs: \"friends\" by Aitzol Berasategi (CC-BY-4.0), \"china\" by Daniel Büchele (CC-BY-2.0).", ""])

@@ -72,7 +72,7 @@ def main():
     (arguments.weights / f"{arguments.name}.en").write_bytes(cipher.seal(data, random.bytes))
     card = {"channels": settings["channels"], "depth": settings["depth"], "reach": settings["depth"] + 2,
             "purpose": PURPOSES.get(arguments.name, ""), "seed": settings["seed"], "commit": _commit(),
-            "training": json.loads((folder / "training.json").read_text())}
+            "start": settings["start"], "training": json.loads((folder / "training.json").read_text())}
     (arguments.weights / f"{arguments.name}.json").write_text(json.dumps(card, indent=2) + "\n")
     print(f"weights/{arguments.name}.en: {len(data)} bytes of weights")
 
