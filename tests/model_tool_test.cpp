@@ -20,22 +20,12 @@
 #include "apps/utils/failure.h"
 #include "apps/utils/utf8_path.h"
 #include "model/model_stream.h"
+#include "tests/failure_of.h"
 #include "tests/reference_network.h"
 #include "tests/temp_folder.h"
 
 namespace orvane::tool {
 namespace {
-
-// The sentence of the failure; empty when there is none.
-template <typename Function>
-std::string FailureOf(Function function) {
-    try {
-        function();
-    } catch (const Failure& failure) {
-        return failure.what();
-    }
-    return {};
-}
 
 TEST(Half, EveryPatternConvertsToItsValueAndBack) {
     for (uint32_t pattern = 0; pattern <= 0xFFFF; ++pattern) {

@@ -13,6 +13,7 @@
 #include "apps/orvane/wic.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/pipeline.h"
+#include "tests/failure_of.h"
 #include "tests/picture_files.h"
 #include "tests/temp_folder.h"
 
@@ -269,12 +270,7 @@ TEST(Pipeline, KeepsTheOrderAndWhatCameBeforeAFailure) {
         };
         stages.process = [&](int item) { return check("process", item); };
         stages.write = [&](int item) { written += std::to_string(check("write", item)) + " "; };
-        std::string reason;
-        try {
-            RunPipeline(2, stages);
-        } catch (const Failure& failure) {
-            reason = failure.what();
-        }
+        const std::string reason = FailureOf([&] { RunPipeline(2, stages); });
         std::string expected;
         for (int item = 0; item < (failing.empty() ? 50 : 30); ++item) {
             expected += std::to_string(item) + " ";

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdio>
 #include <fcntl.h>
-#include <functional>
 #include <gtest/gtest.h>
 #include <io.h>
 #include <memory>
@@ -19,11 +18,11 @@
 
 #include "apps/utils/atomic_file.h"
 #include "apps/utils/child_process.h"
-#include "apps/utils/failure.h"
 #include "apps/utils/memory_budget.h"
 #include "apps/utils/pipe.h"
 #include "apps/utils/progress.h"
 #include "apps/utils/utf8_arguments.h"
+#include "tests/failure_of.h"
 #include "tests/temp_folder.h"
 
 namespace orvane::tool {
@@ -66,15 +65,6 @@ std::vector<uint8_t> ReadAll(ByteSource& source) {
         all.insert(all.end(), part.begin(), part.begin() + static_cast<ptrdiff_t>(count));
     }
     return all;
-}
-
-std::string FailureOf(const std::function<void()>& function) {
-    try {
-        function();
-    } catch (const Failure& failure) {
-        return failure.what();
-    }
-    return {};
 }
 
 TEST(ChildProcess, GetsItsArgumentsAsTheyAre) {

@@ -119,12 +119,6 @@ def run(weights, picture, inner=torch.float32):
     return F.pixel_shuffle(value, 2)
 
 
-def beyond(result, large):
-    """By how much every value lies outside those of the same colour in the 5x5 source pixels around it: halos."""
-    highest, lowest = F.max_pool2d(large, 5, 1, 2), -F.max_pool2d(-large, 5, 1, 2)
-    return F.relu(result - highest) + F.relu(lowest - result)
-
-
 def to_half(value, truncate):
     """Rounds values of at least 0 to half precision, to nearest or toward zero; the result is float again."""
     half = value.half()

@@ -30,7 +30,6 @@ DEFAULTS = {
     "start": None,  # name of a trained model to start from
     "mix": {"photo": 0.70, "drawing": 0.24, "plain": 0.06},
     "luma": 1.0,  # how much the error of the luma counts beside that of the three colours
-    "halo": 0.0,  # how much counts by what a pixel leaves the range of the source around it
     "seed": 1,
     "batch": 16,
     "crop": 32,  # pixels of the small side, at most those of a tile
@@ -155,7 +154,7 @@ class Training:
         partial.rename(self.folder / "checkpoint.pt")
 
     def one_step(self, batches, stage, rate):
-        kind = f"{stage}, {'truncated' if self.step % 2 else 'rounded'}" if stage == "half" else stage
+        kind = (stage, stage == "half" and self.step % 2 == 1)  # the second: conversions truncate
         self.chosen.copy_(batches.choose(self.step))
         self.rate.fill_(rate)
         self.follow.fill_(1 - min(self.settings["average"], (self.step + 1) / (self.step + 10)))
@@ -187,16 +186,14 @@ class Training:
         self.optimizer.zero_grad(set_to_none=True)
         small, large, weight = batches.cut(self.chosen)
         weights = [(f.to(memory_format=torch.channels_last), b) for f, b in self.model.collapsed()]
-        if kind.startswith("half"):
-            result = network.run_half(weights, small, truncate=kind.endswith("truncated"))
+        stage, truncate = kind
+        if stage == "half":
+            result = network.run_half(weights, small, truncate)
         else:
-            result = network.run(weights, small, self.FAST[self.device] if kind == "fast" else torch.float32)
+            result = network.run(weights, small, self.FAST[self.device] if stage == "fast" else torch.float32)
         error = result - large
         luma = (error * self.luma).sum(dim=1, keepdim=True)
-        penalty = error.abs() + self.settings["luma"] * luma.abs()
-        if self.settings["halo"]:
-            penalty = penalty + self.settings["halo"] * network.beyond(result, large)
-        loss = (penalty * weight).mean() / weight.mean()
+        loss = ((error.abs() + self.settings["luma"] * luma.abs()) * weight).mean() / weight.mean()
         (loss * self.LOSS_SCALE).backward()
         self.optimizer.step()
         self.loss += loss.detach()
@@ -211,7 +208,7 @@ class Training:
 
 def show(training, progress, rate, loss, gain):
     left = training.seconds * (1 / max(progress, 1e-6) - 1) / 60
-    print(f"step {training.step}, {100 * progress:.1f} %, rate {rate:.2e}, loss {255 * loss:.3f} codes, gain {gain:+.3f} dB, "
+    print(f"step {training.step}, {100 * progress:.1f} %, rate {rate:.2e}, loss {255 * loss:.3f}, gain {gain:+.3f} dB, "
           f"{training.seconds / 60:.1f} min, {left:.0f} min left", flush=True)
 
 
@@ -263,7 +260,7 @@ def plot(folder):
         return
     steps = [int(row[0]) for row in rows]
     figure, axes = plt.subplots(1, 2, figsize=(9, 3.2))
-    for axis, column, title in ((axes[0], 4, "loss (codes)"), (axes[1], 5, "gain over bicubic (dB, validation)")):
+    for axis, column, title in ((axes[0], 4, "loss (in codes, the luma counted besides)"), (axes[1], 5, "gain over bicubic (dB, validation)")):
         axis.plot(steps, [float(row[column]) for row in rows])
         axis.set_title(title)
         axis.set_xlabel("step")
