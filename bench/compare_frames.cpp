@@ -92,6 +92,14 @@ void RunCase(Session& session, const Case& one, const std::string& name, Table& 
     const auto peer = session.StartPeer();
     session.Try("the peer, " + name, [&] { join(peer.get()); });
     const bool hasPeer = sides.size() > 1;
+    const auto samePeer = hasPeer ? session.StartPeer() : nullptr;
+    session.Try("the peer with hard sigmoids, " + name, [&] {
+        if (samePeer != nullptr) {
+            samePeer->Ask("hard-sigmoid");
+        }
+        join(samePeer.get());
+    });
+    const bool hasSamePeer = sides.size() > 2;
     const auto otherHeaps = session.options.isCard ? session.StartOurs(session.OtherHeaps()) : nullptr;
     join(otherHeaps.get());
     TakeTurns(sides, session.Patience(15'000.0), session.LeastTurns(3));
@@ -118,6 +126,12 @@ void RunCase(Session& session, const Case& one, const std::string& name, Table& 
         row["of the least"] = Least(times) / Least(peerTimes);
         row["of processor time"] = ratio.processor;
         row["largest difference"] = LargestDifference(session, *ours, *peer);
+        if (hasSamePeer) {
+            const Ratio same = Compare(sides[0], sides[2]);
+            row["same activation: ratio"] = same.median;
+            row["same activation: of the least"] = Least(times) / Least(sides[2].frames);
+            row["same activation: of processor time"] = same.processor;
+        }
         Plot(session.plot, "ONNX Runtime, " + one.network.Name(), one.size, Median(peerTimes));
     }
     if (session.options.isCard) {
@@ -141,9 +155,11 @@ void CompareFrames(Session& session) {
         "One frame, milliseconds, beside ONNX Runtime",
         "Each in a process of its own; the two take turns. The ratio is that of a turn's medians: the median of all "
         "turns, and the quarters beside it. The session is the peer without the conversion of pictures. Processor time "
-        "is that of all cores. The difference is that of two bytes "
-        "of the pictures. On a card: operations are the convolutions' multiplications and additions; bytes, every "
-        "tensor written once and read once.");
+        "is that of all cores. The difference is that of two bytes of the pictures. The same activation: beside the "
+        "peer with the library's hard sigmoid in place of "
+        "the clip that exporters write; both give the same picture. On a "
+        "card: operations are the convolutions' multiplications and additions; bytes, every tensor written once and "
+        "read once.");
     for (const Case& one : Cases(session.options)) {
         const std::string name = SizeName(one.size) + ", " + one.network.Name();
         session.Try("frames of " + name, [&] { RunCase(session, one, name, table); });

@@ -1,6 +1,5 @@
 #include "bench/engine_frame.h"
 
-#include "bench/owned_weights.h"
 #include "engine/row_copy.h"
 #include "gpu/gpu_resource.h"
 #include "model/weight_loader.h"
@@ -28,13 +27,11 @@ EngineFrame::EngineFrame(const OpenArguments& open, const std::optional<Operator
     };
     step("device", [&] { return m_resources.CreateDeviceResources(); });
     step("DirectML", [&] { return CreateDirectMLContext(m_resources, m_directML); });
-    std::optional<OwnedWeights> owned;
+    std::optional<ChangedOperators> changed;
     if (variant) {
         m_directML.layout = variant->layout;
         m_directML.executionFlags = variant->flags;
-        if (variant->isOwned) {
-            owned.emplace(m_directML, m_network.weights);
-        }
+        changed.emplace(m_directML, m_network.weights, variant->changes);
     }
     ID3D12Device& device = *m_resources.GetD3DDevice();
     step("shaders", [&] { return CreateLayoutShaders(m_resources, m_shaders); });

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "bench/changed_operators.h"
 #include "bench/worker.h"
 #include "engine/directml_context.h"
 #include "engine/frame_recorder.h"
@@ -20,7 +21,7 @@ namespace orvane::bench {
 struct OperatorVariant {
     TensorLayout layout = TensorLayout::kNchw;
     DML_EXECUTION_FLAGS flags = DML_EXECUTION_FLAG_NONE;
-    bool isOwned = false;  // DirectML takes over the weights when the operators are initialised
+    OperatorChanges changes;
 };
 
 // Holds what orvane::Sample holds and runs the same steps. Throws when something fails.

@@ -1,11 +1,15 @@
 #include "bench/onnx_graph.h"
 
+#include <array>
+#include <cstring>
+
 #include "bench/worker.h"
 
 namespace orvane::bench {
 namespace {
 
 // Enumerators of onnx.proto.
+constexpr uint64_t kFloatAttribute = 1;
 constexpr uint64_t kIntAttribute = 2;
 constexpr uint64_t kStringAttribute = 3;
 constexpr uint64_t kFloat16 = 10;
@@ -16,6 +20,13 @@ public:
     Message& Add(uint32_t field, uint64_t value) {
         Varint(uint64_t{field} << 3);
         Varint(value);
+        return *this;
+    }
+    Message& AddFloat(uint32_t field, float value) {
+        Varint(uint64_t{field} << 3 | 5);
+        std::array<char, sizeof value> bytes{};  // little-endian, as the processor has them
+        std::memcpy(bytes.data(), &value, sizeof value);
+        m_bytes.append(bytes.data(), bytes.size());
         return *this;
     }
     Message& Add(uint32_t field, const std::string& bytes) {
@@ -39,6 +50,10 @@ private:
     std::string m_bytes;
 };
 
+Message FloatAttribute(const std::string& name, float value) {
+    return Message().Add(1, name).AddFloat(2, value).Add(20, kFloatAttribute);
+}
+
 Message Attribute(const std::string& name, uint64_t value) {
     return Message().Add(1, name).Add(3, value).Add(20, kIntAttribute);
 }
@@ -53,6 +68,15 @@ Message Node(const std::string& type, const std::vector<std::string>& inputs, co
         node.Add(1, input);
     }
     return node.Add(2, output).Add(4, type);
+}
+
+Message BoundNode(Bound bound, const std::string& input, const std::string& output) {
+    if (bound == Bound::kClip) {
+        return Node("Clip", {input, "zero", "one"}, output);
+    }
+    return Node("HardSigmoid", {input}, output)
+        .Add(5, FloatAttribute("alpha", 1.0F))
+        .Add(5, FloatAttribute("beta", 0.0F));
 }
 
 Message Tensor(const std::string& name, const std::vector<uint64_t>& shape, const std::string& halves) {
@@ -73,8 +97,8 @@ Message Picture(const std::string& name, FrameSize size) {
 
 }  // namespace
 
-std::string MakeOnnxModel(const std::vector<LayerShape>& layers, const std::vector<uint8_t>& modelFile,
-                          FrameSize size) {
+std::string MakeOnnxModel(const std::vector<LayerShape>& layers, const std::vector<uint8_t>& modelFile, FrameSize size,
+                          Bound bound) {
     using namespace std::string_literals;
     std::string rest(modelFile.begin(), modelFile.end());
     const auto take = [&rest](size_t halves) {
@@ -91,7 +115,7 @@ std::string MakeOnnxModel(const std::vector<LayerShape>& layers, const std::vect
         const uint64_t kernel = layer.kernelSize;
         graph.Add(1, Node("Conv", {tensor, name + "filter", name + "bias"}, name + "sum")
                          .Add(5, Attribute("auto_pad", "SAME_UPPER"s)));
-        graph.Add(1, Node("Clip", {name + "sum", "zero", "one"}, name));
+        graph.Add(1, BoundNode(bound, name + "sum", name));
         graph.Add(5, Tensor(name + "filter", {layer.outChannels, layer.inChannels, kernel, kernel},
                             take(size_t{layer.outChannels} * layer.inChannels * kernel * kernel)));
         graph.Add(5, Tensor(name + "bias", {layer.outChannels}, take(layer.outChannels)));

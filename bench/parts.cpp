@@ -20,7 +20,7 @@ int main() {
              int layout = 0;
              int flags = 0;
              OperatorVariant variant;
-             arguments >> layout >> variant.isOwned >> flags;
+             arguments >> layout >> flags >> variant.changes.isOwned >> variant.changes.isClip;
              variant.layout = static_cast<orvane::TensorLayout>(layout);
              variant.flags = static_cast<DML_EXECUTION_FLAGS>(flags);
              Numbers times;

@@ -75,6 +75,9 @@ struct Conversions {
 
 class Peer final : public HostSide {
 public:
+    // For what is opened from now on.
+    void UseHardSigmoid() { m_bound = Bound::kHardSigmoid; }
+
     // A frame without the conversions of its pictures.
     void RunSession() {
         const std::array input{"x"};
@@ -88,7 +91,7 @@ private:
             Load();
         }
         m_size = open.size;
-        m_model = MakeOnnxModel(LayersOf(open.network), LoadBytes(open.modelPath), open.size);
+        m_model = MakeOnnxModel(LayersOf(open.network), LoadBytes(open.modelPath), open.size, m_bound);
         m_inputHalves.resize(m_input.size() / kBytesPerPixel * 3);
         m_outputHalves.resize(m_output.size() / kBytesPerPixel * 3);
     }
@@ -148,6 +151,7 @@ private:
         }
     }
 
+    Bound m_bound = Bound::kClip;
     SystemLibraries m_libraries;
     ComPtr<IDXGIFactory4> m_factory;  // outlives the sessions: Wine unloads the driver with the last factory
     AppendDirectML m_appendDirectML = nullptr;
@@ -170,6 +174,12 @@ private:
 int main() {
     using namespace orvane::bench;
     Peer peer;
-    return peer.Run(
-        {{"sessions", [&](std::istream& arguments) { return MeasureAll(arguments, [&] { peer.RunSession(); }); }}});
+    return peer.Run({
+        {"hard-sigmoid",
+         [&](std::istream&) {
+             peer.UseHardSigmoid();
+             return Numbers{};
+         }},
+        {"sessions", [&](std::istream& arguments) { return MeasureAll(arguments, [&] { peer.RunSession(); }); }},
+    });
 }

@@ -1,4 +1,4 @@
-#include "bench/owned_weights.h"
+#include "bench/changed_operators.h"
 
 #include <array>
 
@@ -16,30 +16,38 @@ constexpr size_t kCreateOperator = 8;
 constexpr size_t kCreateBindingTable = 12;
 constexpr size_t kBindInputs = 8;
 
-const NetworkWeights* g_weights = nullptr;  // null: calls go on as they are
+OperatorChanges g_changes;                  // without any, calls go on as they are
+const NetworkWeights* g_weights = nullptr;  // for operators that own them
 
 HRESULT STDMETHODCALLTYPE CreateOperator(IDMLDevice* self, const DML_OPERATOR_DESC* desc, REFIID iid, void** object) {
     const auto original = OriginalMethod<decltype(CreateOperator)>(self, kCreateOperator);
-    if (g_weights == nullptr) {
+    if (desc->Type != DML_OPERATOR_CONVOLUTION) {
         return original(self, desc, iid, object);
     }
     auto convolution = *static_cast<const DML_CONVOLUTION_OPERATOR_DESC*>(desc->Desc);
     auto filterBuffer = *static_cast<const DML_BUFFER_TENSOR_DESC*>(convolution.FilterTensor->Desc);
     auto biasBuffer = *static_cast<const DML_BUFFER_TENSOR_DESC*>(convolution.BiasTensor->Desc);
-    filterBuffer.Flags = DML_TENSOR_FLAG_OWNED_BY_DML;
-    biasBuffer.Flags = DML_TENSOR_FLAG_OWNED_BY_DML;
+    if (g_changes.isOwned) {
+        filterBuffer.Flags = DML_TENSOR_FLAG_OWNED_BY_DML;
+        biasBuffer.Flags = DML_TENSOR_FLAG_OWNED_BY_DML;
+    }
     const DML_TENSOR_DESC filter{DML_TENSOR_TYPE_BUFFER, &filterBuffer};
     const DML_TENSOR_DESC bias{DML_TENSOR_TYPE_BUFFER, &biasBuffer};
     convolution.FilterTensor = &filter;
     convolution.BiasTensor = &bias;
-    const DML_OPERATOR_DESC owning{desc->Type, &convolution};
-    return original(self, &owning, iid, object);
+    const DML_ELEMENT_WISE_CLIP_OPERATOR_DESC clip{nullptr, nullptr, nullptr, 0.0F, 1.0F};
+    const DML_OPERATOR_DESC activation{DML_OPERATOR_ELEMENT_WISE_CLIP, &clip};
+    if (g_changes.isClip) {
+        convolution.FusedActivation = &activation;
+    }
+    const DML_OPERATOR_DESC changed{desc->Type, &convolution};
+    return original(self, &changed, iid, object);
 }
 
 // The initializer has no inputs of the engine's; a layer has tensor, filter and bias.
 void STDMETHODCALLTYPE BindInputs(IDMLBindingTable* self, UINT count, const DML_BINDING_DESC* inputs) {
     const auto original = OriginalMethod<decltype(BindInputs)>(self, kBindInputs);
-    if (g_weights == nullptr) {
+    if (!g_changes.isOwned) {
         return original(self, count, inputs);
     }
     if (count != 0) {
@@ -72,14 +80,17 @@ HRESULT STDMETHODCALLTYPE CreateBindingTable(IDMLDevice* self, const DML_BINDING
 
 }  // namespace
 
-OwnedWeights::OwnedWeights(const DirectMLContext& context, const NetworkWeights& weights) {
+ChangedOperators::ChangedOperators(const DirectMLContext& context, const NetworkWeights& weights,
+                                   OperatorChanges changes) {
     void** const table = *reinterpret_cast<void***>(context.device.Get());
     ReplaceEntry(table + kCreateOperator, Address(&CreateOperator));
     ReplaceEntry(table + kCreateBindingTable, Address(&CreateBindingTable));
     g_weights = &weights;
+    g_changes = changes;
 }
 
-OwnedWeights::~OwnedWeights() {
+ChangedOperators::~ChangedOperators() {
+    g_changes = {};
     g_weights = nullptr;
 }
 
