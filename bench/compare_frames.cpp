@@ -74,6 +74,18 @@ void Plot(std::vector<Series>& plot, const std::string& name, FrameSize size, do
     found->points.emplace_back(1.0 * size.width * size.height, milliseconds);
 }
 
+// What of the card's best a frame of that many milliseconds reaches.
+void AddShareOfCard(const Card& card, const Case& one, double median, Row& row) {
+    const double teraflops = FrameOperations(one.network, one.size) / median / 1e9;
+    const double gigabytes = FrameBytes(one.network, one.size) / median / 1e6;
+    row["frames/s"] = 1e3 / median;
+    row["TFLOPS"] = teraflops;
+    row["% of the tensor cores"] = 100.0 * teraflops / card.tensorTeraflops;
+    row["% of the other cores"] = 100.0 * teraflops / card.shaderTeraflops;
+    row["GB/s"] = gigabytes;
+    row["% of the memory"] = 100.0 * gigabytes / card.gigabytes;
+}
+
 void RunCase(Session& session, const Case& one, const std::string& name, Table& table) {
     const std::string open = "open " + session.Open(one.size, one.network);
     const auto ours = session.StartOurs();
@@ -135,16 +147,8 @@ void RunCase(Session& session, const Case& one, const std::string& name, Table& 
         Plot(session.plot, "ONNX Runtime, " + one.network.Name(), one.size, Median(peerTimes));
     }
     if (session.options.isCard) {
-        const Card card = CardOf(session.report);
-        const double teraflops = FrameOperations(one.network, one.size) / median / 1e9;
-        const double gigabytes = FrameBytes(one.network, one.size) / median / 1e6;
         row["virtual heaps"] = Median(sides.back().frames);
-        row["frames/s"] = 1e3 / median;
-        row["TFLOPS"] = teraflops;
-        row["% of the tensor cores"] = 100.0 * teraflops / card.tensorTeraflops;
-        row["% of the other cores"] = 100.0 * teraflops / card.shaderTeraflops;
-        row["GB/s"] = gigabytes;
-        row["% of the memory"] = 100.0 * gigabytes / card.gigabytes;
+        AddShareOfCard(CardOf(session.report), one, median, row);
     }
 }
 
