@@ -323,7 +323,9 @@ public:
             FreeLibrary(handle);
             return {};
         }
-        return Library(std::make_shared<detail::Module>(handle, functions));
+        Library library;
+        library.m_module = std::make_shared<detail::Module>(handle, functions);
+        return library;
     }
 
     // The library that the program was linked with. A function template, so that hosts that never call it need not
@@ -332,7 +334,9 @@ public:
     static Library Linked() {
         const detail::Functions functions{&orvane_get_version, &orvane_check_supported, &orvane_init,
                                           &orvane_open,        &orvane_process,         &orvane_close};
-        return Library(std::make_shared<detail::Module>(nullptr, functions));
+        Library library;
+        library.m_module = std::make_shared<detail::Module>(nullptr, functions);
+        return library;
     }
 
     explicit operator bool() const { return m_module != nullptr; }
@@ -396,9 +400,6 @@ public:
 #endif
 
 private:
-    explicit Library(std::shared_ptr<detail::Module> module) : m_module(std::move(module)) {
-    }
-
     template <typename Function>
     static bool Find(HMODULE module, const char* name, Function& function) {
         const FARPROC found = GetProcAddress(module, name);

@@ -5,7 +5,6 @@
 #include "bench/call_counter.h"
 #include "bench/session.h"
 #include "bench/statistics.h"
-#include "bench/worker.h"
 #include "engine/tensor_plan.h"
 
 namespace orvane::bench {

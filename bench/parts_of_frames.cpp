@@ -93,15 +93,15 @@ void CompareVariants(Session& session, FrameSize size, Table& table) {
     const auto parts = session.StartParts();
     std::vector<Side> sides;
     std::vector<const char*> names;
-    for (const auto& [name, setting] : kVariants) {
-        session.Try(std::string("operators compiled as ").append(name), [&, name = name, setting = setting] {
+    for (const Variant& variant : kVariants) {
+        session.Try(std::string("operators compiled as ").append(variant.name), [&] {
             const std::string arguments = session.Open(size, kNetwork);
             const auto number =
-                static_cast<int>(parts->Ask(std::string("variant ") + setting + " " + arguments).front());
+                static_cast<int>(parts->Ask(std::string("variant ") + variant.setting + " " + arguments).front());
             const std::string command = "convolutions " + std::to_string(number);
             parts->Ask(command + " 1");
             sides.emplace_back(*parts, command + " " + FramesOfTurn(*parts, command, session.Patience(200.0)));
-            names.push_back(name);
+            names.push_back(variant.name);
         });
     }
     TakeTurns(sides, session.Patience(40'000.0), session.LeastTurns(4));

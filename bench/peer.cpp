@@ -1,6 +1,7 @@
 // Worker: the same network as an ONNX model, run by ONNX Runtime with its DirectML provider.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <filesystem>
 #include <optional>
@@ -38,7 +39,7 @@ HMODULE LoadPeer() {
 
 template <typename Function>
 Function EntryPoint(HMODULE module, const char* name) {
-    const auto found = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+    const auto found = std::bit_cast<Function>(GetProcAddress(module, name));
     Require(found != nullptr, std::string("onnxruntime.dll has no ") + name);
     return found;
 }

@@ -40,9 +40,9 @@ int RunWorker(std::map<std::string, Command> commands) {
             for (const double number : command->second(arguments)) {
                 answer << ' ' << number;
             }
-            std::cout << kAnswerMark << answer.str() << std::endl;
+            std::cout << kAnswerMark << answer.str() << '\n' << std::flush;
         } catch (const std::exception& failure) {
-            std::cout << kFailureMark << ' ' << failure.what() << std::endl;
+            std::cout << kFailureMark << ' ' << failure.what() << '\n' << std::flush;
         }
     }
     return 0;

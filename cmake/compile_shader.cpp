@@ -4,6 +4,7 @@
 //     compile_shader /T cs_5_0 /E main /Vn g_name /Fh output.h input.hlsl
 #include <windows.h>
 //
+#include <bit>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -51,9 +52,7 @@ int main(int argc, char** argv) {
 
     const HMODULE compiler = LoadLibraryW(L"d3dcompiler_47.dll");
     auto* const compile =
-        compiler == nullptr
-            ? nullptr
-            : reinterpret_cast<pD3DCompile>(reinterpret_cast<void*>(GetProcAddress(compiler, "D3DCompile")));
+        compiler == nullptr ? nullptr : std::bit_cast<pD3DCompile>(GetProcAddress(compiler, "D3DCompile"));
     if (compile == nullptr) {
         std::fprintf(stderr, "d3dcompiler_47.dll cannot be used, error %lu\n", GetLastError());
         return 1;

@@ -1,3 +1,5 @@
+#include <bit>
+
 #include "api/log.h"
 #include "gpu/platform.h"
 #include "gpu/windows_version.h"
@@ -9,8 +11,7 @@ using RtlGetVersionFunction = LONG WINAPI(OSVERSIONINFOEXW*);
 
 // RtlGetVersion tells the truth to every program; GetVersionEx only to those whose manifest names the version.
 bool QueryVersion(HMODULE ntdll, OSVERSIONINFOEXW& info) {
-    auto* const rtlGetVersion =
-        reinterpret_cast<RtlGetVersionFunction*>(reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetVersion")));
+    auto* const rtlGetVersion = std::bit_cast<RtlGetVersionFunction*>(GetProcAddress(ntdll, "RtlGetVersion"));
     if (rtlGetVersion != nullptr) {
         return rtlGetVersion(&info) == 0;
     }

@@ -2,6 +2,8 @@
 // machine that lacks them.
 #pragma once
 
+#include <bit>
+
 #include "gpu/platform.h"
 
 namespace orvane {
@@ -23,7 +25,7 @@ public:
     // An entry point of the loaded DLL, or null.
     template <typename Function>
     Function* Find(const char* name) const {
-        return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+        return std::bit_cast<Function*>(GetProcAddress(m_module, name));
     }
 
 private:

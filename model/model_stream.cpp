@@ -54,7 +54,7 @@ void Append(const std::vector<uint8_t>& bytes, std::stringstream& stream) {
 }
 
 bool CopyPlainFile(const std::string& path, std::stringstream& stream) {
-    std::ifstream file(path, std::ios::in | std::ios::binary);
+    const std::ifstream file(path, std::ios::in | std::ios::binary);
     if (file.fail()) {
         return false;
     }

@@ -46,7 +46,7 @@ TEST_F(Exports, AnswersWithoutAnInstance) {
 
     Picture picture(1, 1);
     Picture doubled(2, 2);
-    orvane_frame input = InputFrame(picture);
+    const orvane_frame input = InputFrame(picture);
     orvane_frame output = OutputFrame(doubled);
     const auto unknown = reinterpret_cast<orvane_handle>(&picture);
     EXPECT_EQ(orvane_process(nullptr, &output, &input), ORVANE_ERROR_INVALID);
@@ -207,7 +207,7 @@ TEST_F(Exports, FollowsEveryChangeOfSizeWithoutReadingTheModelAgain) {
 TEST_F(Exports, InitialisesComFromTheFirstInstanceToTheLast) {
     EXPECT_FALSE(ComIsInitialised());
     Instance first(Param(8, 8));
-    Instance second(Param(8, 8));
+    const Instance second(Param(8, 8));
     EXPECT_TRUE(ComIsInitialised());
     first.Close();
     EXPECT_TRUE(ComIsInitialised());
@@ -287,6 +287,7 @@ TEST_F(Exports, SharesAnInstanceBetweenThreadsUntilItIsClosed) {
         std::atomic<int> frames = 0;
         std::atomic<int> running = 4;
         std::vector<std::jthread> threads;
+        threads.reserve(4);
         for (uint32_t seed = 0; seed < 4; ++seed) {
             threads.emplace_back([&, seed, handle = instance.Handle()] {
                 int result = 1;

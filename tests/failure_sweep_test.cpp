@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <optional>
 
-#include "tests/hooks/call_transcript.h"
 #include "tests/hooks/faults.h"
 #include "tests/hooks/holdings.h"
 #include "tests/hooks/pretended.h"

@@ -92,7 +92,7 @@ TEST(ChildProcess, TakesAndGivesUntilItsInputIsClosed) {
     std::mt19937 random(1);
     std::vector<uint8_t> bytes(kFloodBytes);
     std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
-    std::jthread writing([&] {
+    const std::jthread writing([&] {
         EXPECT_TRUE(copying.Input().Write(bytes));
         copying.Input().Close();
     });
@@ -125,7 +125,7 @@ TEST(Pipe, GivesPiecesOfAnySizeInOrderAndTellsThatNobodyReads) {
     for (size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<uint8_t>(i * 2654435761U >> 24);
     }
-    std::jthread writing([&] {
+    const std::jthread writing([&] {
         for (size_t at = 0, size = 1; at < bytes.size(); at += size, size = size * 3 % 99'991) {
             EXPECT_TRUE(sink.Write(std::span(bytes).subspan(at, std::min(size, bytes.size() - at))));
         }
@@ -177,6 +177,7 @@ TEST(MemoryBudget, IsNeverOverdrawnButByOneAlone) {
     std::atomic<uint64_t> used = 0;
     std::atomic<int> alone = 0;
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (uint64_t i = 0; i < 4; ++i) {
         threads.emplace_back([&, i] {
             for (uint64_t turn = 0; turn < 200; ++turn) {

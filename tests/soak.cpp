@@ -68,6 +68,7 @@ void RunInstance(const TempFolder& folder, Random& random) {
 // Some 60 frames. Ends with all instances closed.
 void RunRound() {
     std::vector<std::jthread> threads;
+    threads.reserve(3);
     for (uint32_t i = 0; i < 3; ++i) {
         threads.emplace_back([last = g_frames + 60, seed = g_seed++] {
             const TempFolder folder;
@@ -108,8 +109,8 @@ Usage Measure() {
     GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
     usage.privateBytes = static_cast<int64_t>(counters.PagefileUsage);
     std::cout << g_frames << " frames, " << g_opens << " opens, " << g_sizeChanges << " size changes: " << usage.handles
-              << " handles, " << usage.heapBytes << " bytes on heaps, " << usage.privateBytes / 1024 << " KiB private"
-              << std::endl;
+              << " handles, " << usage.heapBytes << " bytes on heaps, " << usage.privateBytes / 1024 << " KiB private\n"
+              << std::flush;
     return usage;
 }
 

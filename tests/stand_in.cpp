@@ -1,4 +1,5 @@
 // Stands in for dxgi.dll, d3d12.dll and DirectML.dll: the program that loads it answers the calls.
+#include <bit>
 #include <cstdlib>
 
 #include "gpu/platform.h"
@@ -7,7 +8,7 @@ namespace {
 
 template <typename Function>
 Function* FindInProgram(const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(nullptr), name)));
+    return std::bit_cast<Function*>(GetProcAddress(GetModuleHandleW(nullptr), name));
 }
 
 }  // namespace

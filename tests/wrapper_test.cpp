@@ -1,5 +1,6 @@
 // orvane.hpp, as a host in C++ uses it that loads the library at run time.
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
@@ -125,8 +126,7 @@ TEST_F(Wrapper, CanBeUnloadedUnderAnOpenInstance) {
     for (int round = 0; round < 3; ++round) {
         const HMODULE library = LoadLibraryW(kName);
         ASSERT_NE(library, nullptr);
-        const FARPROC found = GetProcAddress(library, "orvane_open");
-        const auto open = reinterpret_cast<orvane_open_fn>(reinterpret_cast<void*>(found));
+        const auto open = std::bit_cast<orvane_open_fn>(GetProcAddress(library, "orvane_open"));
         EXPECT_NE(open(&param), nullptr);
         EXPECT_NE(FreeLibrary(library), 0);
         EXPECT_EQ(GetModuleHandleW(kName), nullptr);

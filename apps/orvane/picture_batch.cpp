@@ -140,7 +140,7 @@ void PictureBatch::DoJob(const PictureJob& job) {
         ++m_result.failed;
     };
     try {
-        PictureReader reader(job.input);
+        const PictureReader reader(job.input);
         const uint64_t memory = MemoryFor(reader, m_options.passes);
         const MemoryBudget::Lease lease(m_memory, memory);
         RequireMemory(reader, memory);

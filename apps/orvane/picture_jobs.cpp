@@ -1,6 +1,5 @@
 #include "apps/orvane/picture_jobs.h"
 
-#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <map>

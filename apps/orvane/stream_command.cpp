@@ -10,7 +10,6 @@
 #include "apps/orvane/library_log.h"
 #include "apps/orvane/model_options.h"
 #include "apps/orvane/support_check.h"
-#include "apps/utils/failure.h"
 #include "apps/utils/pipe.h"
 #include "apps/utils/progress.h"
 #include "apps/utils/size_text.h"

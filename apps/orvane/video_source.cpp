@@ -1,7 +1,6 @@
 #include "apps/orvane/video_source.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 

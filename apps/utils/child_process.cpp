@@ -111,7 +111,7 @@ Handle Start(const std::filesystem::path& program, const std::vector<std::string
 ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                            ChildPipes pipes)
     : m_input(Handle(), Utf8FromPath(program)), m_output(Handle(), Utf8FromPath(program)), m_job(MakeJob()) {
-    Handle nul = OpenNul();
+    const Handle nul = OpenNul();
     PipeEnds input;
     PipeEnds output;
     PipeEnds messages = MakePipe(false);

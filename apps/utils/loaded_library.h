@@ -1,6 +1,8 @@
 // A library that is loaded at run time. Windows only.
 #pragma once
 
+#include <bit>
+
 #include <windows.h>
 
 namespace orvane::tool {
@@ -23,9 +25,7 @@ public:
     // An entry point, or null.
     template <typename Function>
     Function* Find(const char* name) const {
-        return m_module == nullptr
-                   ? nullptr
-                   : reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+        return m_module == nullptr ? nullptr : std::bit_cast<Function*>(GetProcAddress(m_module, name));
     }
 
 private:

@@ -3,6 +3,7 @@
 // else to Wine (wine_d3d12.dll; d3d12.def forwards the other exports). cmake/run-wine builds it into the prefix; it is
 // not shipped.
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -51,8 +52,7 @@ extern "C" HRESULT WINAPI D3D12CreateDevice(IUnknown* adapter, int featureLevel,
     if (wine == nullptr) {
         return HRESULT_FROM_WIN32(GetLastError());
     }
-    auto* const create =
-        reinterpret_cast<CreateDevice*>(reinterpret_cast<void*>(GetProcAddress(wine, "D3D12CreateDevice")));
+    auto* const create = std::bit_cast<CreateDevice*>(GetProcAddress(wine, "D3D12CreateDevice"));
     const HRESULT result = create(adapter, featureLevel, iid, device);
     if (SUCCEEDED(result) && device != nullptr) {
         AnswerForMetaCommands(*static_cast<IUnknown*>(*device));

@@ -5,33 +5,44 @@
 #include "tests/fuzz/fuzz.h"
 #include "tests/memory_source.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace orvane::tool;
-    const std::string bytes(data, data + size);
-    try {
-        MemorySource source(bytes);
-        if (const auto header = ReadPamHeader(source)) {
-            MemorySource again(PamHeaderText(*header));
-            Require(ReadPamHeader(again)->PixelBytes() == header->PixelBytes() && again.Rest().empty());
-        }
-    } catch (const Failure&) {
+namespace {
+
+using namespace orvane::tool;
+
+void ReadPam(const std::string& bytes) {
+    MemorySource source(bytes);
+    if (const auto header = ReadPamHeader(source)) {
+        MemorySource written(PamHeaderText(*header));
+        const auto again = ReadPamHeader(written);
+        Require(again && again->PixelBytes() == header->PixelBytes() && written.Rest().empty());
     }
-    try {
-        MemorySource source(std::string("nut/multimedia container\0", 25) + bytes);
-        NutReader reader(source);
-        const auto video = reader.ReadHeaders();
-        if (!video) {
-            return 0;
+}
+
+void ReadNut(const std::string& bytes) {
+    MemorySource source(std::string("nut/multimedia container\0", 25) + bytes);
+    NutReader reader(source);
+    const auto video = reader.ReadHeaders();
+    while (const auto frame = video ? reader.Next() : std::nullopt) {
+        const std::string header = NutFrameHeader(frame->time, frame->pixels.size());
+        MemorySource written(NutHeaders(*video) + header + std::string(frame->pixels.begin(), frame->pixels.end()));
+        NutReader second(written);
+        const auto again = second.ReadHeaders();
+        Require(again && again->width == video->width);
+        const auto copy = second.Next();
+        Require(frame->time > UINT64_MAX / 4 || (copy && copy->time == frame->time && copy->pixels == frame->pixels));
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string bytes(data, data + size);
+    for (const auto& read : {&ReadPam, &ReadNut}) {
+        try {
+            read(bytes);
+        } catch (const Failure&) {
+            continue;
         }
-        while (const auto frame = reader.Next()) {
-            const std::string header = NutFrameHeader(frame->time, frame->pixels.size());
-            MemorySource again(NutHeaders(*video) + header + std::string(frame->pixels.begin(), frame->pixels.end()));
-            NutReader second(again);
-            Require(second.ReadHeaders()->width == video->width);
-            const auto copy = second.Next();
-            Require(frame->time > UINT64_MAX / 4 || (copy->time == frame->time && copy->pixels == frame->pixels));
-        }
-    } catch (const Failure&) {
     }
     return 0;
 }

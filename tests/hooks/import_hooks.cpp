@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "tests/hooks/faults.h"
 #include "tests/hooks/function_tables.h"
@@ -120,9 +121,8 @@ DWORD WINAPI HookWaitForSingleObject(HANDLE handle, DWORD milliseconds) {
 
 const std::map<std::string, void*>& Imports() {
 #define IMPORT(function, ...) \
-    { #function, ReplaceImport < struct function##Tag>(#function, &function, __VA_ARGS__) }
-#define OWN_IMPORT(function) \
-    { #function, Address(&Hook##function) }
+    std::make_pair(#function, ReplaceImport<struct function##Tag>(#function, &function, __VA_ARGS__))
+#define OWN_IMPORT(function) std::make_pair(#function, Address(&Hook##function))
     static const std::map<std::string, void*> imports{
         IMPORT(LoadLibraryW, nullptr, ERROR_MOD_NOT_FOUND),
         IMPORT(GetModuleHandleW, nullptr),
