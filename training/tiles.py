@@ -30,11 +30,19 @@ def _halved(tiles):
     return small
 
 
+def _colour(random):
+    return random.integers(0, 2, 3) * 255 if random.random() < 0.3 else random.integers(0, 256, 3)
+
+
 def _plain(random, side):
-    """A flat colour or a ramp."""
-    colour = random.integers(0, 256, 3)
-    if random.random() < 0.3:
-        colour = random.integers(0, 2, 3) * 255
+    """A flat colour, a ramp, or sharp rectangles on a flat colour, as interfaces have them."""
+    colour = _colour(random)
+    if random.random() < 0.4:
+        tile = np.full((side, side, 3), colour, np.uint8)
+        for _ in range(12):
+            (y, x), (height, width) = random.integers(0, side, 2), random.integers(2, 40, 2)
+            tile[y : y + height, x : x + width] = _colour(random)
+        return tile
     slope = random.normal(0, 1.0, (2, 3)) * (random.random() < 0.6)
     y, x = np.mgrid[:side, :side]
     return np.clip(colour + y[..., None] * slope[0] + x[..., None] * slope[1] + 0.5, 0, 255).astype(np.uint8)

@@ -29,6 +29,8 @@ HERE = Path(__file__).parent
 DEFAULTS = {
     "start": None,  # name of a trained model to start from
     "mix": {"photo": 0.70, "drawing": 0.24, "plain": 0.06},
+    "loss": "logarithm",  # of each crop's mean squared error, or "absolute": the mean error of all pixels
+    "floor": 10.0,  # squared codes added to the error under the logarithm: below it an error hardly counts
     "luma": 1.0,  # how much the error of the luma counts beside that of the three colours
     "seed": 1,
     "batch": 16,
@@ -191,9 +193,7 @@ class Training:
             result = network.run_half(weights, small, truncate)
         else:
             result = network.run(weights, small, self.FAST[self.device] if stage == "fast" else torch.float32)
-        error = result - large
-        luma = (error * self.luma).sum(dim=1, keepdim=True)
-        loss = ((error.abs() + self.settings["luma"] * luma.abs()) * weight).mean() / weight.mean()
+        loss = self._loss(result - large, weight)
         (loss * self.LOSS_SCALE).backward()
         self.optimizer.step()
         self.loss += loss.detach()
@@ -202,13 +202,23 @@ class Training:
                 for a, b in zip(mean, layer):
                     a.lerp_(b, self.follow)
 
+    def _loss(self, error, weight):
+        """With the logarithm it is the relative error that counts, as in the mean of PSNRs: an error in a smooth crop weighs
+        more than the same one where nothing could be right."""
+        luma = (error * self.luma).sum(dim=1, keepdim=True)
+        if self.settings["loss"] == "absolute":
+            return ((error.abs() + self.settings["luma"] * luma.abs()) * weight).mean() / weight.mean()
+        squared = (error.square().mean(dim=1, keepdim=True) + self.settings["luma"] * luma.square()) * weight
+        of_crops = squared.mean(dim=(1, 2, 3)) / weight.mean(dim=(1, 2, 3))
+        return 0.01 * torch.log(255**2 * of_crops + self.settings["floor"]).mean()
+
     def weights(self):
         return [(f.detach().float().cpu().contiguous(), b.detach().float().cpu()) for f, b in self.average]
 
 
 def show(training, progress, rate, loss, gain):
     left = training.seconds * (1 / max(progress, 1e-6) - 1) / 60
-    print(f"step {training.step}, {100 * progress:.1f} %, rate {rate:.2e}, loss {255 * loss:.3f}, gain {gain:+.3f} dB, "
+    print(f"step {training.step}, {100 * progress:.1f} %, rate {rate:.2e}, loss {loss:.5f}, gain {gain:+.3f} dB, "
           f"{training.seconds / 60:.1f} min, {left:.0f} min left", flush=True)
 
 
@@ -233,7 +243,7 @@ def learn(training, batches, validation, schedule):
                     sys.exit("training diverged: the loss is not a number any more")
                 gain = validation.gain(training.weights(), training.device)
                 log.writerow([training.step, f"{training.seconds:.1f}", schedule.stage(progress), f"{rate:.3e}",
-                              f"{255 * mean:.4f}", f"{gain:.4f}"])
+                              f"{mean:.6f}", f"{gain:.4f}"])
                 file.flush()
                 show(training, progress, rate, mean, gain)
                 training.save()
@@ -260,7 +270,7 @@ def plot(folder):
         return
     steps = [int(row[0]) for row in rows]
     figure, axes = plt.subplots(1, 2, figsize=(9, 3.2))
-    for axis, column, title in ((axes[0], 4, "loss (in codes, the luma counted besides)"), (axes[1], 5, "gain over bicubic (dB, validation)")):
+    for axis, column, title in ((axes[0], 4, "loss"), (axes[1], 5, "gain over bicubic (dB, validation)")):
         axis.plot(steps, [float(row[column]) for row in rows])
         axis.set_title(title)
         axis.set_xlabel("step")
