@@ -67,6 +67,20 @@ def grown(weights, channels, depth):
     return result
 
 
+def with_colours_inverted(weights, layers):
+    """The same chain, but these layers (the first is 0) pass the three colours on as 1 - colour. A device that truncates then
+    makes the picture darker in some layers and brighter in others. It is another chain only at the picture's edges, since
+    the zeros that the next layer sees there mean white: train on."""
+    result = [(filters.clone(), bias.clone()) for filters, bias in weights]
+    for layer in layers:
+        (filters, bias), (next_filters, next_bias) = result[layer : layer + 2]
+        filters[:3] *= -1
+        bias[:3] = 1 - bias[:3]
+        next_bias += next_filters[:, :3].sum(dim=(1, 2, 3))
+        next_filters[:, :3] *= -1
+    return result
+
+
 class Layer(nn.Module):
     """A 3x3 filter trained as `mix @ basis + start`: more numbers than the filter has, which trains better. What runs is
     always the filter itself, so nothing is lost when it is written out."""

@@ -28,6 +28,7 @@ from PIL import Image
 HERE = Path(__file__).parent
 DEFAULTS = {
     "start": None,  # name of a trained model to start from
+    "inverted": [],  # layers of it that pass the colours on inverted, see network.py
     "mix": {"photo": 0.70, "drawing": 0.24, "plain": 0.06},
     "loss": "logarithm",  # of each crop's mean squared error, or "absolute": the mean error of all pixels
     "floor": 10.0,  # squared codes added to the error under the logarithm: below it an error hardly counts
@@ -124,6 +125,7 @@ class Training:
         start = None
         if settings["start"]:
             start = [tuple(map(torch.from_numpy, layer)) for layer in convert.read(find_start(settings["start"], arguments.results))]
+            start = network.with_colours_inverted(start, settings["inverted"])
         self.model = network.Chain(settings["channels"], settings["depth"], start).to(self.device)
         self.rate, self.follow, self.loss = (torch.zeros((), device=self.device) for _ in range(3))
         on_card = {"lr": self.rate, "capturable": True} if self.device == "cuda" else {}
