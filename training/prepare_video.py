@@ -16,6 +16,7 @@ import prepare
 import sources
 
 TEST_CRF = 28
+CRFS = 22, 33  # of the training tiles, the second left out: what is streamed
 
 
 def tiles_of(source, random, limit):
@@ -25,8 +26,8 @@ def tiles_of(source, random, limit):
     large = np.asarray(prepare.reduced(picture, factors[random.integers(len(factors))]))
     if min(large.shape[:2]) < pack.TILE + 2 * compress.MARGIN:
         return
-    blur, noise = random.random(2) * (random.random(2) < 0.4) * (0.2, 1.2)
-    small, large = compress.degraded_pair(large, int(random.integers(18, 35)), random, blur, noise)
+    blur, noise = random.random(2) * (random.random(2) < 0.2) * (0.2, 1.2)
+    small, large = compress.degraded_pair(large, int(random.integers(*CRFS)), random, blur, noise)
     half = pack.TILE // 2
     places = prepare.corners(*small.shape[:2], half)
     pairs = [(small[y : y + half, x : x + half], large[2 * y : 2 * (y + half), 2 * x : 2 * (x + half)]) for y, x in places]
