@@ -19,7 +19,8 @@ import network
 
 HERE = Path(__file__).parent
 PURPOSES = {
-    "base": "what default starts from",
+    "base": "what default and video start from",
+    "wide": "what quality starts from",
     "fast": "the least work a frame",
     "default": "pictures and clean video",
     "quality": "pictures, where time does not matter",
