@@ -160,10 +160,9 @@ void CompareFrames(Session& session) {
         "Each in a process of its own; the two take turns. The ratio is that of a turn's medians: the median of all "
         "turns, and the quarters beside it. The session is the peer without the conversion of pictures. Processor time "
         "is that of all cores. The difference is that of two bytes of the pictures. The same activation: beside the "
-        "peer with the library's hard sigmoid in place of "
-        "the clip that exporters write; both give the same picture. On a "
-        "card: operations are the convolutions' multiplications and additions; bytes, every tensor written once and "
-        "read once.");
+        "peer with the library's hard sigmoid in place of the clip that exporters write; both give the same picture. "
+        "On a card: operations are the convolutions' multiplications and additions; bytes, every tensor written once "
+        "and read once.");
     for (const Case& one : Cases(session.options)) {
         const std::string name = SizeName(one.size) + ", " + one.network.Name();
         session.Try("frames of " + name, [&] { RunCase(session, one, name, table); });
