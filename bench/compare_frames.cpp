@@ -105,12 +105,12 @@ void RunCase(Session& session, const Case& one, const std::string& name, Table& 
     session.Try("the peer, " + name, [&] { join(peer.get()); });
     const bool hasPeer = sides.size() > 1;
     const auto samePeer = hasPeer ? session.StartPeer() : nullptr;
-    session.Try("the peer with hard sigmoids, " + name, [&] {
-        if (samePeer != nullptr) {
+    if (samePeer != nullptr) {
+        session.Try("the peer with hard sigmoids, " + name, [&] {
             samePeer->Ask("hard-sigmoid");
-        }
-        join(samePeer.get());
-    });
+            join(samePeer.get());
+        });
+    }
     const bool hasSamePeer = sides.size() > 2;
     const auto otherHeaps = session.options.isCard ? session.StartOurs(session.OtherHeaps()) : nullptr;
     join(otherHeaps.get());
