@@ -1,8 +1,8 @@
 """Corrects a trained model for half precision and puts it into weights/: NAME.en, and the numbers of NAME.json.
 
 A device may round or truncate when it stores a 16-bit float. Truncation makes every channel a little darker, so the biases
-of the last layer are shifted until the mean of each colour over the validation photographs lies as much above the source's
-when rounding as it lies below when truncating.
+of the last layer are shifted until the mean of each colour over the validation pictures of the training (compressed ones for
+`video`, since compression shifts colours too) lies as much above the source's when rounding as it lies below when truncating.
 """
 import argparse
 import json
@@ -65,7 +65,7 @@ def main():
     folder = arguments.results / arguments.name
     settings = json.loads((folder / "configuration.json").read_text())
     weights = [tuple(map(torch.from_numpy, layer)) for layer in convert.read(folder / "weights.npz")]
-    weights = corrected(weights, evaluate.read_pairs(arguments.data / "val", "photo-*.png"))
+    weights = corrected(weights, evaluate.read_pairs(arguments.data / settings["validation"], "photo-*.png"))
     arguments.weights.mkdir(exist_ok=True)
     data = convert.to_bytes([(f.numpy(), b.numpy()) for f, b in weights])
     # The container's random bytes come from the content, so that the same model gives the same file.
