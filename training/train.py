@@ -283,7 +283,8 @@ def plot(folder):
 def machine():
     if torch.cuda.is_available():
         return torch.cuda.get_device_name(0)
-    return f"{len(os.sched_getaffinity(0))} processor cores"
+    cores = len(os.sched_getaffinity(0))
+    return f"{cores} processor core{'s' * (cores > 1)}"
 
 
 def main():
