@@ -55,19 +55,16 @@ def corners(height, width, side):
     return [(y, x) for y in range(0, height - side + 1, side) for x in range(0, width - side + 1, side)]
 
 
-def tiles_of(picture, count):
-    """Tiles on a grid, those that bicubic doubling gets wrong most. `count`: how many of how many."""
-    pixels, side = np.asarray(picture), pack.TILE
-    tiles = [pixels[y : y + side, x : x + side] for y, x in corners(*pixels.shape[:2], side)]
-    return sorted(tiles, key=bicubic_error, reverse=True)[: count(len(tiles))]
+def cut(pixels, place, side=pack.TILE):
+    y, x = place
+    return pixels[y : y + side, x : x + side]
 
 
-def photo_count(tiles):
-    return math.ceil(KEPT * tiles)
-
-
-def drawing_count(tiles):
-    return min(tiles, DRAWING_TILES)
+def places_of_tiles(pixels, kind):
+    """Where on a grid the tiles of a picture lie: those that bicubic doubling gets wrong most, the worst first."""
+    places = corners(*pixels.shape[:2], pack.TILE)
+    count = math.ceil(KEPT * len(places)) if kind == "photo" else DRAWING_TILES
+    return sorted(places, key=lambda place: bicubic_error(cut(pixels, place)), reverse=True)[:count]
 
 
 def fingerprint(picture):
@@ -100,20 +97,27 @@ def keep_picture(folder, source, picture, factors):
     return True
 
 
-def gather(arguments):
-    """Goes through all pictures; returns encoded tiles and the list of what was used."""
-    tiles, used, seen = {"photo": [], "drawing": []}, [], []
-    for source in sources.read_all(arguments.packages):
+def distinct(packages):
+    """(source, picture) of all that the packages have, without those that look like an earlier one."""
+    seen = []
+    for source in sources.read_all(packages):
         picture = source.load()
         mark = fingerprint(picture)
-        if any(np.count_nonzero(mark != other) <= 3 for other in seen):
-            continue
-        seen.append(mark)
+        if all(np.count_nonzero(mark != other) > 3 for other in seen):
+            seen.append(mark)
+            yield source, picture
+
+
+def gather(arguments):
+    """Goes through all pictures; returns encoded tiles and the list of what was used."""
+    tiles, used = {"photo": [], "drawing": []}, []
+    for source, picture in distinct(arguments.packages):
         split, factors = split_of(source), sizes_of(source, picture)
         count = 0
         if split == "train":
             for factor in factors:
-                new = tiles_of(reduced(picture, factor), photo_count if source.kind == "photo" else drawing_count)
+                pixels = np.asarray(reduced(picture, factor))
+                new = [cut(pixels, place) for place in places_of_tiles(pixels, source.kind)]
                 tiles[source.kind] += [pack.encode(tile, source.kind != "photo") for tile in new]
                 count += len(new)
         elif not keep_picture(arguments.data / split, source, picture, factors):

@@ -1,6 +1,7 @@
 """Makes training tiles and test pictures whose small side was compressed as video is; needs prepare.py's pictures.
 
-Adds video.npz, val-video/ and test-video/ to the data folder.
+Adds video.npz, val-video/ and test-video/ to the data folder. video.npz holds only small sides: the large ones are tiles of
+tiles.npz.
 """
 import argparse
 import shutil
@@ -13,40 +14,42 @@ from PIL import Image
 import compress
 import pack
 import prepare
-import sources
 
 TEST_CRF = 28
 CRFS = 25, 32  # of the training tiles, the second left out: what is streamed
+DRAWINGS = 0.4  # the share of them of which one tile is taken
 
 
-def tiles_of(source, random, limit):
-    """Pairs of tiles from one picture at one of its sizes, compressed at a random quality."""
-    picture = source.load()
-    factors = prepare.sizes_of(source, picture)
-    large = np.asarray(prepare.reduced(picture, factors[random.integers(len(factors))]))
-    if min(large.shape[:2]) < pack.TILE + 2 * compress.MARGIN:
-        return
+def compressed(large, random):
+    """The small side of a whole picture, at a random quality."""
+    margin = compress.MARGIN
+    bottom, right = (margin + -side % 4 for side in large.shape[:2])
+    padded = np.pad(large, ((margin, bottom), (margin, right), (0, 0)), mode="symmetric")
     blur, noise = random.random(2) * (random.random(2) < 0.2) * (0.2, 1.2)
-    small, large = compress.degraded_pair(large, int(random.integers(*CRFS)), random, blur, noise)
-    half = pack.TILE // 2
-    places = prepare.corners(*small.shape[:2], half)
-    pairs = [(small[y : y + half, x : x + half], large[2 * y : 2 * (y + half), 2 * x : 2 * (x + half)]) for y, x in places]
-    pairs.sort(key=lambda pair: prepare.bicubic_error(pair[1]), reverse=True)
-    for a, b in pairs[:limit]:
-        yield pack.encode(a, True), pack.encode(b, False)
+    return compress.degraded_pair(padded, int(random.integers(*CRFS)), random, blur, noise)[0]
 
 
-def gather(arguments, random):
-    small, large = [], []
-    for source in sources.read_all(arguments.packages):
-        wanted = arguments.photo_tiles if source.kind == "photo" else 1
-        if prepare.split_of(source) == "train" and (source.kind == "photo" or random.random() < 0.4):
-            for a, b in tiles_of(source, random, wanted):
-                small.append(a)
-                large.append(b)
-            print(f"\r{len(small)} tiles ", end="", file=sys.stderr, flush=True)
+def gather(packages, random):
+    """Goes through the pictures as prepare.py does, so that the large sides, which are its tiles, are not kept twice.
+
+    Returns by kind the encoded small sides, which tile each belongs to, and how many tiles there are."""
+    kinds = ("photo", "drawing")
+    small, numbers, counts = {kind: [] for kind in kinds}, {kind: [] for kind in kinds}, dict.fromkeys(kinds, 0)
+    for source, picture in prepare.distinct(packages):
+        if prepare.split_of(source) != "train":
+            continue
+        for factor in prepare.sizes_of(source, picture):
+            large = np.asarray(prepare.reduced(picture, factor))
+            places = prepare.places_of_tiles(large, source.kind)
+            used = places if source.kind == "photo" else places[:1] if random.random() < DRAWINGS else []
+            if used:
+                whole = compressed(large, random)
+                small[source.kind] += [pack.encode(prepare.cut(whole, (y // 2, x // 2), pack.TILE // 2), True) for y, x in used]
+                numbers[source.kind] += range(counts[source.kind], counts[source.kind] + len(used))
+            counts[source.kind] += len(places)
+        print(f"\r{sum(map(len, small.values()))} tiles ", end="", file=sys.stderr, flush=True)
     print(file=sys.stderr)
-    return {"video": large, "video-small": small}
+    return small, numbers, counts
 
 
 def compress_pictures(source, target):
@@ -63,14 +66,15 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
     parser.add_argument("--packages", type=Path, default=Path("build/training/packages"))
-    parser.add_argument("--photo-tiles", type=int, default=3, help="at most, of each photograph")
     parser.add_argument("--seed", type=int, default=2)
     arguments = parser.parse_args()
     for split in ("val", "test"):
         compress_pictures(arguments.data / split, arguments.data / f"{split}-video")
-    groups = gather(arguments, np.random.default_rng(arguments.seed))
-    pack.write(arguments.data / "video.npz", groups)
-    print(f"{len(groups['video'])} tiles, {(arguments.data / 'video.npz').stat().st_size / 1e6:.1f} MB")
+    small, numbers, counts = gather(arguments.packages, np.random.default_rng(arguments.seed))
+    if any(counts[kind] > pack.count(arguments.data / "tiles.npz", kind) for kind in counts):
+        raise SystemExit(f"{arguments.data}/tiles.npz comes from other pictures; run prepare.py")
+    pack.write(arguments.data / "video.npz", small, numbers)
+    print(f"{sum(map(len, small.values()))} tiles, {(arguments.data / 'video.npz').stat().st_size / 1e6:.1f} MB")
 
 
 if __name__ == "__main__":

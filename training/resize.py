@@ -40,7 +40,7 @@ def _resize_rows(picture, scale, kernel, support):
 def _resize(picture, scale, kernel, support):
     picture = np.asarray(picture, np.float64)
     rows = _resize_rows(picture, scale, kernel, support)
-    return _resize_rows(rows.swapaxes(0, 1), scale, kernel, support).swapaxes(0, 1)
+    return _resize_rows(np.ascontiguousarray(rows.swapaxes(0, 1)), scale, kernel, support).swapaxes(0, 1)
 
 
 def to_bytes(picture):

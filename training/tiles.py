@@ -53,7 +53,9 @@ def load(folder, group, seed):
         random = np.random.default_rng(seed)
         return Tiles(np.stack([_plain(random, pack.TILE) for _ in range(PLAIN_TILES)]))
     if group == "video":
-        return Tiles(pack.read(folder / "video.npz", group), pack.read(folder / "video.npz", "video-small"))
+        kinds, small = ("photo", "drawing"), folder / "video.npz"
+        large = [pack.read(folder / "tiles.npz", kind)[pack.read_numbers(small, kind)] for kind in kinds]
+        return Tiles(np.concatenate(large), np.concatenate([pack.read(small, kind) for kind in kinds]))
     return Tiles(pack.read(folder / "tiles.npz", group))
 
 
