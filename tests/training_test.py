@@ -1,16 +1,19 @@
-"""The parts of the training kit that need no PyTorch: resizing, figures, model files."""
+"""The parts of the training kit that need no PyTorch: resizing, compressed tiles, figures, model files."""
 import sys
 import tempfile
 import unittest
+import unittest.mock
 from pathlib import Path
 
 import numpy as np
 
 sys.path.insert(0, str(Path(__file__).parent.parent / "training"))
 import cipher
+import compress
 import convert
 import licences
 import metrics
+import prepare_video
 import resize
 
 
@@ -48,6 +51,18 @@ class Resizing(unittest.TestCase):
     def test_odd_sides_are_refused(self):
         with self.assertRaisesRegex(ValueError, "cannot halve 4x3"):
             resize.halve(np.zeros((3, 4, 3)))
+
+
+class Video(unittest.TestCase):
+    def test_a_compressed_picture_lies_where_the_halved_one_does(self):
+        random = np.random.default_rng(4)
+        # Sides that neither the encoder nor the margin takes as they are.
+        blocks = random.integers(40, 216, (21, 42, 1)).repeat(8, 0).repeat(8, 1)[:166, :330].repeat(3, 2).astype(np.uint8)
+        halved = resize.halve(blocks)
+        with unittest.mock.patch.object(compress, "through_x264", lambda frames, crf: np.stack(frames)):
+            for _ in range(3):  # each pans another way
+                small = prepare_video.compressed(blocks, random)
+                np.testing.assert_allclose(small[:83, :165], halved, atol=20)  # what blur and noise do
 
 
 class Figures(unittest.TestCase):
