@@ -32,7 +32,7 @@ def compressed(large, random):
 def gather(packages, random):
     """Goes through the pictures as prepare.py does, so that the large sides, which are its tiles, are not kept twice.
 
-    Returns by kind the encoded small sides, which tile each belongs to, and how many tiles there are."""
+    Returns by kind the encoded small sides and which tile each belongs to."""
     kinds = ("photo", "drawing")
     small, numbers, counts = {kind: [] for kind in kinds}, {kind: [] for kind in kinds}, dict.fromkeys(kinds, 0)
     for source, picture in prepare.distinct(packages):
@@ -49,7 +49,7 @@ def gather(packages, random):
             counts[source.kind] += len(places)
         print(f"\r{sum(map(len, small.values()))} tiles ", end="", file=sys.stderr, flush=True)
     print(file=sys.stderr)
-    return small, numbers, counts
+    return small, numbers
 
 
 def compress_pictures(source, target):
@@ -70,8 +70,8 @@ def main():
     arguments = parser.parse_args()
     for split in ("val", "test"):
         compress_pictures(arguments.data / split, arguments.data / f"{split}-video")
-    small, numbers, counts = gather(arguments.packages, np.random.default_rng(arguments.seed))
-    if any(counts[kind] > pack.count(arguments.data / "tiles.npz", kind) for kind in counts):
+    small, numbers = gather(arguments.packages, np.random.default_rng(arguments.seed))
+    if len(numbers["photo"]) != pack.count(arguments.data / "tiles.npz", "photo"):
         raise SystemExit(f"{arguments.data}/tiles.npz comes from other pictures; run prepare.py")
     pack.write(arguments.data / "video.npz", small, numbers)
     print(f"{sum(map(len, small.values()))} tiles, {(arguments.data / 'video.npz').stat().st_size / 1e6:.1f} MB")
