@@ -67,6 +67,14 @@ def places_of_tiles(pixels, kind):
     return sorted(places, key=lambda place: bicubic_error(cut(pixels, place)), reverse=True)[:count]
 
 
+def tiled(source, picture):
+    """(pixels, where its tiles lie) of a picture at each size at which it is used. What belongs to the tiles by their numbers
+    relies on this order."""
+    for factor in sizes_of(source, picture):
+        pixels = np.asarray(reduced(picture, factor))
+        yield pixels, places_of_tiles(pixels, source.kind)
+
+
 def fingerprint(picture):
     grey = np.asarray(picture.convert("L").resize((9, 8), Image.BOX), int)
     return (grey[:, 1:] > grey[:, :-1]).ravel()
@@ -87,9 +95,9 @@ def middle(picture, size):
     return picture.crop((left, top, left + width, top + height))
 
 
-def keep_picture(folder, source, picture, factors):
+def keep_picture(folder, source, picture):
     """False: too small or too empty to tell anything."""
-    kept = middle(reduced(picture, factors[-1]), TEST_SIZE)
+    kept = middle(reduced(picture, sizes_of(source, picture)[-1]), TEST_SIZE)
     if np.std(kept) < 1 or source.kind == "photo" and min(kept.size) < LEAST_TEST_SIDE:
         return False
     folder.mkdir(parents=True, exist_ok=True)
@@ -112,15 +120,12 @@ def gather(arguments):
     """Goes through all pictures; returns encoded tiles and the list of what was used."""
     tiles, used = {"photo": [], "drawing": []}, []
     for source, picture in distinct(arguments.packages):
-        split, factors = split_of(source), sizes_of(source, picture)
-        count = 0
+        split, count = split_of(source), 0
         if split == "train":
-            for factor in factors:
-                pixels = np.asarray(reduced(picture, factor))
-                new = [cut(pixels, place) for place in places_of_tiles(pixels, source.kind)]
-                tiles[source.kind] += [pack.encode(tile, source.kind != "photo") for tile in new]
-                count += len(new)
-        elif not keep_picture(arguments.data / split, source, picture, factors):
+            for pixels, places in tiled(source, picture):
+                tiles[source.kind] += [pack.encode(cut(pixels, place), source.kind != "photo") for place in places]
+                count += len(places)
+        elif not keep_picture(arguments.data / split, source, picture):
             continue
         used.append((source.package, source.name, source.licence, source.kind, split, str(count)))
         print(f"\r{len(used)} pictures, {sum(map(len, tiles.values()))} tiles ", end="", file=sys.stderr, flush=True)

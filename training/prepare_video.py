@@ -38,9 +38,7 @@ def gather(packages, random):
     for source, picture in prepare.distinct(packages):
         if prepare.split_of(source) != "train":
             continue
-        for factor in prepare.sizes_of(source, picture):
-            large = np.asarray(prepare.reduced(picture, factor))
-            places = prepare.places_of_tiles(large, source.kind)
+        for large, places in prepare.tiled(source, picture):
             used = places if source.kind == "photo" else places[:1] if random.random() < DRAWINGS else []
             if used:
                 whole = compressed(large, random)
