@@ -60,13 +60,13 @@ def beside_default(folder, figures):
 
 
 def figure_table(figures):
-    lines = ["| test pictures | bicubic | Lanczos | model | gain | RGB: bicubic, model | SSIM: bicubic, model |",
-             "|---|---|---|---|---|---|---|"]
+    lines = ["| test pictures | bicubic | Lanczos | model | gain | RGB: bicubic, model | SSIM: bicubic, model | halo: bicubic, model |",
+             "|---|---|---|---|---|---|---|---|"]
     for kind, row in figures["pictures"].items():
         b, z, m = row["bicubic"], row["lanczos"], row["library"]
         lines.append(f"| {KINDS.get(kind, kind)} | {b['psnr_y']:.2f} | {z['psnr_y']:.2f} | {m['psnr_y']:.2f} | "
                      f"{m['psnr_y'] - b['psnr_y']:+.2f} | {b['psnr_rgb']:.2f}, {m['psnr_rgb']:.2f} | "
-                     f"{b['ssim']:.4f}, {m['ssim']:.4f} |")
+                     f"{b['ssim']:.4f}, {m['ssim']:.4f} | {b['halo']:.2f}, {m['halo']:.2f} |")
     return lines
 
 
@@ -83,7 +83,8 @@ def text_of(name, card, figures, weights, more):
     return "\n".join([
         f"# {name}", "", f"For {card['purpose']}. {card['channels']} channels, depth {card['depth']}: "
         f"{size} weights, {products} multiply-adds for each pixel of the small picture.", "",
-        "Doubled by `liborvane.dll`; luma PSNR in dB (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut):", "",
+        "Doubled by `liborvane.dll`; luma PSNR in dB (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut). "
+        "Halo: by how many codes a result leaves the range of the 5x5 source pixels around, root mean square:", "",
         *figure_table(figures), "", *more,
         f"The test pictures gave no training tile. Worse than bicubic on: {', '.join(figures['worse']) or 'none of them'}.", "",
         f"Half precision on the photographs, in PyTorch against single: rounding {rounding['rounded']['psnr_y']:+.3f} dB of luma, "

@@ -80,8 +80,8 @@ METHODS = ("bicubic", "lanczos", "library", "rounded", "truncated")
 def judge(model, pairs, doubled):
     """doubled: what the library made of the small pictures, or None.
 
-    name -> method -> (luma PSNR, RGB PSNR, SSIM, by how many codes the means of the three colours lie above the
-    source's). "exact" is single precision.."""
+    name -> method -> (luma PSNR, RGB PSNR, SSIM, halo, by how many codes the means of the three colours lie above the
+    source's). "exact" is single precision."""
     table = {}
     for pair, by_library in zip(pairs, doubled or [None] * len(pairs)):
         results = {
@@ -101,7 +101,7 @@ def judge(model, pairs, doubled):
 
 def mean_row(table):
     methods = next(iter(table.values()))
-    return {method: tuple(np.mean([row[method][column] for row in table.values()], axis=0) for column in range(4))
+    return {method: tuple(np.mean([row[method][column] for row in table.values()], axis=0) for column in range(5))
             for method in methods}
 
 
@@ -114,6 +114,7 @@ def show(table):
               + f"  {row[best][0] - row['bicubic'][0]:+.3f}")
     mean = mean_row(table)
     print(f"{'mean of RGB PSNR (dB)':32}" + "".join(f"{mean[m][1]:10.3f}       " for m in methods))
+    print(f"{'beyond the 5x5 around (codes)':32}" + "".join(f"{mean[m][3]:10.3f}       " for m in methods))
     print(f"worse than bicubic: {', '.join(worse_than_bicubic(table)) or 'none'}")
     for method, change in half_precision(table).items():
         print(f"{method}: {change['psnr_y']:+.4f} dB against single precision, "
@@ -129,7 +130,7 @@ def half_precision(table):
     """By method: what half precision changes in the mean luma PSNR, and the shifts of the colours."""
     mean = mean_row(table)
     return {method: {"psnr_y": round(float(mean[method][0] - mean["exact"][0]), 4),
-                     "shift": [round(float(value), 3) for value in mean[method][3]]}
+                     "shift": [round(float(value), 3) for value in mean[method][4]]}
             for method in ("library", "rounded", "truncated", "exact") if method in mean}
 
 
@@ -140,7 +141,7 @@ def summary(table):
     for kind in kinds:
         mean = mean_row({name: row for name, row in table.items() if name.split("-")[0] == kind})
         result[kind] = {method: {"psnr_y": round(float(row[0]), 3), "psnr_rgb": round(float(row[1]), 3),
-                                 "ssim": round(float(row[2]), 4)} for method, row in mean.items()}
+                                 "ssim": round(float(row[2]), 4), "halo": round(float(row[3]), 2)} for method, row in mean.items()}
     return result
 
 

@@ -13,9 +13,10 @@ PLAIN_TILES = 400
 
 
 class Tiles:
-    """One group: `large`, and `small`, which has half the sides."""
+    """One group: `large`, `small`, which has half the sides, and how many of them, the first ones, are photographs."""
 
-    def __init__(self, large, small=None):
+    def __init__(self, large, small=None, photos=0):
+        self.photos = photos
         self.large = np.ascontiguousarray(large[..., ::-1])
         self.small = _halved(self.large) if small is None else np.ascontiguousarray(small[..., ::-1])
 
@@ -55,8 +56,9 @@ def load(folder, group, seed):
     if group == "video":
         kinds, small = ("photo", "drawing"), folder / "video.npz"
         large = [pack.read(folder / "tiles.npz", kind)[pack.read_numbers(small, kind)] for kind in kinds]
-        return Tiles(np.concatenate(large), np.concatenate([pack.read(small, kind) for kind in kinds]))
-    return Tiles(pack.read(folder / "tiles.npz", group))
+        return Tiles(np.concatenate(large), np.concatenate([pack.read(small, kind) for kind in kinds]), len(large[0]))
+    tiles = pack.read(folder / "tiles.npz", group)
+    return Tiles(tiles, photos=len(tiles) if group == "photo" else 0)
 
 
 def _turns(grid):
@@ -82,7 +84,7 @@ class Batches:
     """Batch number `step` is always the same for the same seed, so that training can go on where it stopped.
 
     groups: name -> Tiles. settings, of which are used: "mix" (group -> share of the crops), "seed", "batch", "crop" (pixels of
-    the small side that the network sees at a time), "ring" and "depth"."""
+    the small side that the network sees at a time), "ring", "halo" and "depth"."""
 
     def __init__(self, groups, settings, device):
         self.seed, self.size, self.crop = settings["seed"], settings["batch"], settings["crop"]
@@ -91,6 +93,8 @@ class Batches:
         self.shares = np.array(list(settings["mix"].values()), float) / sum(settings["mix"].values())
         small, large = (np.concatenate([getattr(groups[name], side) for name in settings["mix"]]) for side in ("small", "large"))
         self.side = small.shape[1]
+        drawn = [np.arange(len(groups[name].small)) >= groups[name].photos for name in settings["mix"]]
+        self.halo = settings["halo"] * torch.from_numpy(np.concatenate(drawn)).float().to(device)
         if self.crop > self.side:
             raise SystemExit(f"crops of {self.crop} pixels do not fit into tiles of {self.side}")
         self.small, self.large = (torch.from_numpy(part).view(-1, 3).to(device) for part in (small, large))
@@ -113,7 +117,8 @@ class Batches:
         return torch.from_numpy(np.stack([tile, *place, random.integers(8, size=self.size)]))
 
     def cut(self, chosen):
-        """The crops as small and large pictures in [0, 1], and the weight of each large pixel. `chosen` lies on the device."""
+        """The crops as small and large pictures in [0, 1], the weight of each large pixel, and how much more a halo counts in
+        each crop. `chosen` lies on the device."""
         tile, y, x, turn = chosen
         small = self._gathered(self.small, tile * self.side**2 + y * self.side + x, self.small_places[turn], self.crop)
         start = tile * (2 * self.side) ** 2 + 2 * y * 2 * self.side + 2 * x
@@ -121,7 +126,8 @@ class Batches:
         rows, columns = (self.side_weights[(p > 0).long() + 2 * (p < self.side - self.crop).long()] for p in (y, x))
         weight = (rows[:, :, None] * columns[:, None, :]).reshape(self.size, -1).gather(1, self.weight_places[turn])
         weight = weight.view(self.size, 1, self.crop, self.crop)
-        return small, large, torch.nn.functional.interpolate(weight, scale_factor=2.0, mode="nearest")
+        weight = torch.nn.functional.interpolate(weight, scale_factor=2.0, mode="nearest")
+        return small, large, weight, self.halo[tile].view(self.size, 1, 1, 1)
 
     def _gathered(self, pixels, start, places, side):
         """In memory the channels of a pixel stay together, which is what convolutions like best."""
