@@ -19,8 +19,10 @@ import network
 
 HERE = Path(__file__).parent
 PURPOSES = {
-    "base": "what default and video start from",
-    "wide": "what quality starts from",
+    "base": "what default-first and video start from",
+    "wide": "what quality-first starts from",
+    "default-first": "what default goes on from",
+    "quality-first": "what quality goes on from",
     "fast": "the least work a frame",
     "default": "pictures and clean video",
     "quality": "pictures, where time does not matter",
