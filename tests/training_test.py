@@ -80,6 +80,15 @@ class Figures(unittest.TestCase):
         self.assertAlmostEqual(metrics.ssim(np.full((16, 16), a), np.full((16, 16), b)),
                                (2 * a * b + c1) / (a * a + b * b + c1), places=6)
 
+    def test_halo(self):
+        truth = np.zeros((20, 20, 3))
+        truth[:, 10:] = 100
+        picture = truth.copy()
+        picture[8, 8] = 50  # two pixels from the edge: between what lies around
+        self.assertEqual(metrics.halo(picture, truth), 0)
+        picture[8, 4], picture[8, 15] = 16, 84  # in flat ground, above and below it
+        self.assertAlmostEqual(metrics.halo(picture, truth), np.sqrt(2 * 16**2 / 16**2))
+
 
 class ModelFiles(unittest.TestCase):
     def test_every_kind_gives_the_weights_back(self):
