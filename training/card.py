@@ -60,7 +60,8 @@ def beside_default(folder, figures):
 
 
 def figure_table(figures):
-    lines = ["| test pictures | bicubic | Lanczos | model | gain | RGB: bicubic, model | SSIM: bicubic, model | halo: bicubic, model |",
+    lines = ["| test pictures | bicubic | Lanczos | model | gain | RGB: bicubic, model | SSIM: bicubic, model | "
+             "halo: bicubic, model |",
              "|---|---|---|---|---|---|---|---|"]
     for kind, row in figures["pictures"].items():
         b, z, m = row["bicubic"], row["lanczos"], row["library"]

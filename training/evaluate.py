@@ -141,7 +141,8 @@ def summary(table):
     for kind in kinds:
         mean = mean_row({name: row for name, row in table.items() if name.split("-")[0] == kind})
         result[kind] = {method: {"psnr_y": round(float(row[0]), 3), "psnr_rgb": round(float(row[1]), 3),
-                                 "ssim": round(float(row[2]), 4), "halo": round(float(row[3]), 2)} for method, row in mean.items()}
+                                 "ssim": round(float(row[2]), 4), "halo": round(float(row[3]), 2)}
+                        for method, row in mean.items()}
     return result
 
 
