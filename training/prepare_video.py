@@ -18,6 +18,7 @@ import prepare
 TEST_CRF = 28
 CRFS = 25, 32  # of the training tiles, the second left out: what is streamed
 DRAWINGS = 0.4  # the share of them of which one tile is taken
+SCREENS = 70  # tiles of text, lines and interfaces
 
 
 def compressed(large, random):
@@ -32,7 +33,7 @@ def compressed(large, random):
 def gather(packages, random):
     """Goes through the pictures as prepare.py does, so that the large sides, which are its tiles, are not kept twice.
 
-    Returns by kind the encoded small sides and which tile each belongs to."""
+    Returns by kind the encoded small sides and which tile each belongs to, and how many tiles of drawings there are."""
     kinds = ("photo", "drawing")
     small, numbers, counts = {kind: [] for kind in kinds}, {kind: [] for kind in kinds}, dict.fromkeys(kinds, 0)
     for source, picture in prepare.distinct(packages):
@@ -47,7 +48,15 @@ def gather(packages, random):
             counts[source.kind] += len(places)
         print(f"\r{sum(map(len, small.values()))} tiles ", end="", file=sys.stderr, flush=True)
     print(file=sys.stderr)
-    return small, numbers
+    return small, numbers, counts["drawing"]
+
+
+def add_screens(tiles, first, small, numbers, random):
+    """The first of the tiles that prepare.py drew itself; in `tiles` they come after those of other drawings."""
+    screens = range(first, first + SCREENS)
+    drawings = pack.read(tiles, "drawing")
+    small["drawing"] += [pack.encode(compressed(drawings[number], random), True) for number in screens]
+    numbers["drawing"] += screens
 
 
 def compress_pictures(source, target):
@@ -68,9 +77,11 @@ def main():
     arguments = parser.parse_args()
     for split in ("val", "test"):
         compress_pictures(arguments.data / split, arguments.data / f"{split}-video")
-    small, numbers = gather(arguments.packages, np.random.default_rng(arguments.seed))
-    if len(numbers["photo"]) != pack.count(arguments.data / "tiles.npz", "photo"):
-        raise SystemExit(f"{arguments.data}/tiles.npz comes from other pictures; run prepare.py")
+    tiles = arguments.data / "tiles.npz"
+    small, numbers, drawings = gather(arguments.packages, np.random.default_rng(arguments.seed))
+    if len(numbers["photo"]) != pack.count(tiles, "photo"):
+        raise SystemExit(f"{tiles} comes from other pictures; run prepare.py")
+    add_screens(tiles, drawings, small, numbers, np.random.default_rng((arguments.seed, 1)))
     pack.write(arguments.data / "video.npz", small, numbers)
     print(f"{sum(map(len, small.values()))} tiles, {(arguments.data / 'video.npz').stat().st_size / 1e6:.1f} MB")
 
