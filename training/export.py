@@ -19,10 +19,11 @@ import network
 
 HERE = Path(__file__).parent
 PURPOSES = {
-    "base": "what default-first and video start from",
+    "base": "what default-first and video-first start from",
     "wide": "what quality-first starts from",
     "default-first": "what default goes on from",
     "quality-first": "what quality goes on from",
+    "video-first": "what video goes on from",
     "fast": "the least work a frame",
     "default": "pictures and clean video",
     "quality": "pictures, where time does not matter",

@@ -39,6 +39,7 @@ DEFAULTS = {
     "batch": 16,
     "crop": 32,  # pixels of the small side, at most those of a tile
     "rate": 2e-3,
+    "last_rate": 0.01,  # the share of the rate that is left at the end
     "warm_up": 200,  # steps
     "ring": 0.3,  # weight of pixels that see zeros because a crop ends, not because the picture does
     "fast_share": 0.8,  # of the steps in a 16-bit type
@@ -74,7 +75,8 @@ class Schedule:
         return seconds / (60 * self.minutes) if self.minutes else step / self.settings["steps"]
 
     def rate(self, step, progress):
-        falling = 0.01 + 0.99 * 0.5 * (1 + math.cos(math.pi * min(progress, 1)))
+        least = self.settings["last_rate"]
+        falling = least + (1 - least) * 0.5 * (1 + math.cos(math.pi * min(progress, 1)))
         return self.settings["rate"] * falling * min(1, (step + 1) / self.settings["warm_up"])
 
     def stage(self, progress):
