@@ -3,8 +3,8 @@
     evaluate.py MODEL FOLDER
 
 MODEL is a name in weights/ or a file that convert.py reads. FOLDER holds PNG pictures; where small-X.png lies beside
-photo-X.png it is what gets doubled (compressed frames), otherwise the halved picture is. PSNR and SSIM of the luma are those
-of the literature (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut).
+photo-X.png or drawn-X.png it is what gets doubled (compressed frames), otherwise the halved picture is. PSNR and SSIM of the
+luma are those of the literature (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut).
 """
 import argparse
 import json

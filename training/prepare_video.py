@@ -62,11 +62,11 @@ def add_screens(tiles, first, small, numbers, random):
 def compress_pictures(source, target):
     shutil.rmtree(target, ignore_errors=True)
     target.mkdir()
-    for path in sorted(source.glob("photo-*.png")):
+    for path in sorted([*source.glob("photo-*.png"), *source.glob("drawn-*.png")]):
         picture = np.asarray(Image.open(path).convert("RGB"))
         small, large = compress.degraded_pair(picture, TEST_CRF, np.random.default_rng(1))
         Image.fromarray(large).save(target / path.name)
-        Image.fromarray(small).save(target / path.name.replace("photo-", "small-"))
+        Image.fromarray(small).save(target / f"small-{path.name.split('-', 1)[1]}")
 
 
 def main():
