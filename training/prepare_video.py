@@ -53,8 +53,8 @@ def gather(packages, random):
 
 def add_screens(tiles, first, small, numbers, random):
     """The first of the tiles that prepare.py drew itself; in `tiles` they come after those of other drawings."""
-    screens = range(first, first + SCREENS)
     drawings = pack.read(tiles, "drawing")
+    screens = range(first, len(drawings))[:SCREENS]
     small["drawing"] += [pack.encode(compressed(drawings[number], random), True) for number in screens]
     numbers["drawing"] += screens
 
