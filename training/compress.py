@@ -11,6 +11,11 @@ _RGB = ["-f", "rawvideo", "-pix_fmt", "rgb24"]
 _CONVERSION = ["-sws_flags", "accurate_rnd+full_chroma_int+full_chroma_inp+bitexact"]
 
 
+def small_of(path):
+    """Where the compressed small side of a picture lies: small-X.png beside photo-X.png or drawn-X.png."""
+    return path.with_name("small-" + path.name.split("-", 1)[-1])
+
+
 def _ffmpeg(arguments, data):
     command = ["ffmpeg", "-v", "error", "-nostdin", "-threads", "1", *arguments]
     return subprocess.run(command, input=data, stdout=subprocess.PIPE, check=True).stdout

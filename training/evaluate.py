@@ -17,6 +17,7 @@ import numpy as np
 import torch
 from PIL import Image
 
+import compress
 import convert
 import metrics
 import network
@@ -42,7 +43,7 @@ def read_pairs(folder, names="*.png"):
             continue
         large = np.asarray(Image.open(path).convert("RGB"))
         large = large[: large.shape[0] // 2 * 2, : large.shape[1] // 2 * 2]
-        small = path.with_name("small-" + path.name.split("-", 1)[-1])
+        small = compress.small_of(path)
         pairs.append(Pair(path.stem, np.asarray(Image.open(small).convert("RGB")) if small.exists()
                           else resize.to_bytes(resize.halve(large)), large))
     if not pairs:

@@ -66,7 +66,7 @@ def compress_pictures(source, target):
         picture = np.asarray(Image.open(path).convert("RGB"))
         small, large = compress.degraded_pair(picture, TEST_CRF, np.random.default_rng(1))
         Image.fromarray(large).save(target / path.name)
-        Image.fromarray(small).save(target / f"small-{path.name.split('-', 1)[1]}")
+        Image.fromarray(small).save(compress.small_of(target / path.name))
 
 
 def main():

@@ -19,6 +19,7 @@ os.environ.setdefault("OMP_WAIT_POLICY", "passive")  # threads that spin would s
 import numpy as np
 import torch
 
+import compress
 import convert
 import metrics
 import network
@@ -92,7 +93,7 @@ class Validation:
         self.pairs = []
         for path in sorted(Path(folder).glob("photo-*.png")):
             large = np.asarray(Image.open(path).convert("RGB"))
-            small_path = path.with_name(path.name.replace("photo-", "small-"))
+            small_path = compress.small_of(path)
             small = np.asarray(Image.open(small_path)) if small_path.exists() else resize.to_bytes(resize.halve(large))
             bicubic = metrics.compare(resize.to_bytes(resize.double_bicubic(small)), large)[0]
             self.pairs.append((small, large, bicubic))
