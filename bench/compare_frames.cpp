@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "bench/session.h"
-#include "bench/statistics.h"
+#include "apps/utils/statistics.h"
 #include "bench/turns.h"
 #include "bench/worker.h"
 

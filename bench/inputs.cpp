@@ -6,7 +6,7 @@
 #include <random>
 #include <stdexcept>
 
-#include "apps/model_tool/half.h"
+#include "apps/models/half.h"
 
 namespace orvane::bench {
 namespace {

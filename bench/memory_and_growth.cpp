@@ -4,7 +4,7 @@
 
 #include "bench/call_counter.h"
 #include "bench/session.h"
-#include "bench/statistics.h"
+#include "apps/utils/statistics.h"
 #include "engine/tensor_plan.h"
 
 namespace orvane::bench {

@@ -4,9 +4,9 @@
 #include <random>
 #include <sstream>
 
-#include "apps/model_tool/encipher.h"
+#include "apps/models/encrypt.h"
 #include "bench/session.h"
-#include "bench/statistics.h"
+#include "apps/utils/statistics.h"
 #include "bench/worker.h"
 #include "model/keys.h"
 #include "model/model_stream.h"

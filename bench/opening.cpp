@@ -1,6 +1,6 @@
 // Opens, in processes that did nothing before, and again in the same process.
 #include "bench/session.h"
-#include "bench/statistics.h"
+#include "apps/utils/statistics.h"
 
 namespace orvane::bench {
 namespace {

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "bench/session.h"
-#include "bench/statistics.h"
+#include "apps/utils/statistics.h"
 #include "bench/turns.h"
 #include "bench/worker.h"
 

@@ -16,7 +16,7 @@
 #endif
 #include <onnxruntime_cxx_api.h>
 
-#include "apps/model_tool/half.h"
+#include "apps/models/half.h"
 #include "bench/host_side.h"
 #include "bench/onnx_graph.h"
 #include "gpu/adapter_selection.h"

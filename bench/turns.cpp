@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "bench/statistics.h"
+#include "apps/utils/statistics.h"
 #include "bench/worker.h"
 
 namespace orvane::bench {

@@ -28,7 +28,7 @@ write_basic_package_version_file(${folder}/orvane-config-version.cmake COMPATIBI
 install(TARGETS orvane orvane_cli RUNTIME DESTINATION bin)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/weights/ DESTINATION bin/weights
         FILES_MATCHING PATTERN "*.en" PATTERN "*.json" PATTERN "*.md" PATTERN "*.png")
-install(FILES ${PROJECT_BINARY_DIR}/apps/interpolating.en ${PROJECT_BINARY_DIR}/apps/interpolating.json
+install(FILES ${PROJECT_BINARY_DIR}/apps/orvane/interpolating.en ${PROJECT_BINARY_DIR}/apps/orvane/interpolating.json
         DESTINATION bin/weights)
 install(FILES api/orvane.h api/orvane.hpp DESTINATION include)
 install(FILES ${folder}/orvane.lib ${folder}/liborvane.dll.a DESTINATION lib)

@@ -21,7 +21,7 @@ def double_all(model, channels, depth, pictures):
         small.mkdir()
         for index, picture in enumerate(pictures):
             Image.fromarray(picture).save(small / names[index])
-        command = [ROOT / "cmake/run-wine", ROOT / "build/mingw-release/bin/orvane.exe", "upscale", small, "-o", large,
+        command = [ROOT / "tools/wine/run-wine", ROOT / "build/mingw-release/bin/orvane.exe", "upscale", small, "-o", large,
                    "--raw-edges", "--model", model, "--channels", str(channels), "--depth", str(depth)]
         done = subprocess.run(command, env={**os.environ, "ORVANE_WINE_TIMEOUT": str(TIMEOUT)}, stdout=subprocess.DEVNULL,
                               check=False)

@@ -1,11 +1,11 @@
 // orvane: the Orvane library at work on pictures and video.
-#include "apps/orvane/bench_command.h"
-#include "apps/orvane/check_command.h"
-#include "apps/orvane/model_command.h"
-#include "apps/orvane/stream_command.h"
-#include "apps/orvane/upscale_command.h"
-#include "apps/orvane/video_command.h"
-#include "apps/utils/library_search.h"
+#include "apps/orvane/commands/bench_command.h"
+#include "apps/orvane/commands/check_command.h"
+#include "apps/orvane/commands/model_command.h"
+#include "apps/orvane/commands/stream_command.h"
+#include "apps/orvane/commands/upscale_command.h"
+#include "apps/orvane/commands/video_command.h"
+#include "apps/utils/process/library_search.h"
 #include "apps/utils/program.h"
 
 int main(int argc, char** argv) {

@@ -1,5 +1,5 @@
 // Containers, whole and damaged, with lengths and capacities that say anything.
-#include "apps/model_tool/encipher.h"
+#include "apps/models/encrypt.h"
 #include "model/keys.h"
 #include "model/tea.h"
 #include "tests/fuzz/fuzz.h"

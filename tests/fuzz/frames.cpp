@@ -1,9 +1,9 @@
 // Frames from other programs, in PAM and in NUT: whatever comes, what was read is written so that it is read again.
-#include "apps/orvane/nut.h"
-#include "apps/orvane/pam.h"
+#include "apps/orvane/containers/nut.h"
+#include "apps/orvane/containers/pam.h"
 #include "apps/utils/failure.h"
 #include "tests/fuzz/fuzz.h"
-#include "tests/memory_source.h"
+#include "tests/support/memory_source.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Model files of every ending.
 #include "model/model_stream.h"
 
-#include "apps/model_tool/encipher.h"
+#include "apps/models/encrypt.h"
 #include "model/keys.h"
 #include "tests/fuzz/fuzz.h"
-#include "tests/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const orvane::TempFolder folder;

@@ -1,5 +1,5 @@
 // What ffmpeg says of a file, and the command lines that are made from it.
-#include "apps/orvane/ffmpeg_arguments.h"
+#include "apps/orvane/video/ffmpeg_arguments.h"
 #include "tests/fuzz/fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -2,7 +2,7 @@
 #include "model/weight_loader.h"
 
 #include "tests/fuzz/fuzz.h"
-#include "tests/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 extern "C" const char* __asan_default_options() {                    // NOLINT(bugprone-reserved-identifier)
     return "allocator_may_return_null=1:max_allocation_size_mb=32";  // as on an exhausted heap

@@ -1,0 +1,85 @@
+#include "apps/models/model_file.h"
+
+#include <random>
+#include <string>
+
+#include "apps/models/encrypt.h"
+#include "apps/utils/files/atomic_file.h"
+#include "apps/utils/failure.h"
+#include "apps/utils/files/utf8_path.h"
+#include "model/keys.h"
+#include "model/model_stream.h"
+#include "model/tea.h"
+
+namespace orvane::tool {
+namespace {
+
+// Readers count bytes in signed 32-bit numbers; a container adds less than 32 bytes, twice.
+constexpr size_t kMaxPlainBytes = 0x7FFFFFFF - 64;
+constexpr size_t kMaxFileBytes = 0x7FFFFFFF;
+
+// False when the bytes are no container, or one that is damaged: its end does not come out as it was put in.
+bool Decipher(std::vector<uint8_t>& bytes, std::string_view key) {
+    std::vector<uint8_t> plain(bytes.size());
+    auto length = static_cast<int32_t>(bytes.size());
+    if (bytes.size() % kCipherBlockBytes != 0 || !TeaDecryptBuffer(bytes.data(), length, plain.data(), length, key)) {
+        return false;
+    }
+    plain.resize(static_cast<size_t>(length));
+    bytes = std::move(plain);
+    return true;
+}
+
+// FNV-1a.
+uint32_t Checksum(std::span<const uint8_t> bytes) {
+    uint32_t sum = 0x811C9DC5;
+    for (const uint8_t byte : bytes) {
+        sum = (sum ^ byte) * 0x01000193;
+    }
+    return sum;
+}
+
+}  // namespace
+
+Encipherment EnciphermentOf(const std::filesystem::path& path) {
+    const std::string ending = GetFileExtension(Utf8FromPath(path));
+    if (ending == "en") {
+        return Encipherment::kOnce;
+    }
+    return ending == "en2" ? Encipherment::kTwice : Encipherment::kNone;
+}
+
+std::vector<uint8_t> ReadModelFile(const std::filesystem::path& path) {
+    std::vector<uint8_t> bytes = ReadWholeFile(path);
+    const Encipherment encipherment = EnciphermentOf(path);
+    if (encipherment == Encipherment::kNone) {
+        return bytes;
+    }
+    if (bytes.size() > kMaxFileBytes) {
+        throw Failure(Quoted(path) + " is too large: an enciphered model is smaller than 2 GiB.");
+    }
+    if ((encipherment == Encipherment::kTwice && !Decipher(bytes, kOuterKey)) || !Decipher(bytes, kFileKey)) {
+        throw Failure(Quoted(path) + " is damaged, or no model that was enciphered " +
+                      (encipherment == Encipherment::kTwice ? "twice" : "once") + " as its ending says.");
+    }
+    return bytes;
+}
+
+void WriteModelFile(const std::filesystem::path& path, std::span<const uint8_t> plain) {
+    const Encipherment encipherment = EnciphermentOf(path);
+    if (encipherment == Encipherment::kNone) {
+        WriteFileAtomically(path, plain);
+        return;
+    }
+    if (plain.size() > kMaxPlainBytes) {
+        throw Failure(Quoted(path) + " would be too large: an enciphered model is smaller than 2 GiB.");
+    }
+    std::mt19937 random(Checksum(plain));
+    std::vector<uint8_t> bytes = EncipherContainer(plain, kFileKey, random);
+    if (encipherment == Encipherment::kTwice) {
+        bytes = EncipherContainer(bytes, kOuterKey, random);
+    }
+    WriteFileAtomically(path, bytes);
+}
+
+}  // namespace orvane::tool

@@ -1,0 +1,38 @@
+// What a model file holds when it is read for a given network.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "apps/models/network_size.h"
+#include "model/network.h"
+
+namespace orvane::tool {
+
+// The values of one filter or bias.
+struct ValueRange {
+    size_t count = 0;      // as far as the file reaches
+    size_t notFinite = 0;  // infinities and NaNs
+    float lowest = 0;      // of the finite ones; both 0 when there is none
+    float highest = 0;
+};
+
+struct LayerInspection {
+    LayerShape shape;
+    ValueRange filter;
+    ValueRange bias;
+};
+
+struct ModelInspection {
+    std::vector<LayerInspection> layers;
+    uint64_t missingBytes = 0;  // the file is shorter than the network's: the library refuses it
+    uint64_t extraBytes = 0;    // longer: the library does not read the rest
+    size_t notFinite = 0;       // values of all layers
+};
+
+// `plain` is the plain content of a model file; `size` must be valid.
+ModelInspection InspectModel(std::span<const uint8_t> plain, const NetworkSize& size);
+
+}  // namespace orvane::tool

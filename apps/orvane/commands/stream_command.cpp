@@ -1,0 +1,84 @@
+#include "apps/orvane/commands/stream_command.h"
+
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "apps/orvane/video/frame_line.h"
+#include "apps/orvane/containers/frame_bytes.h"
+#include "apps/orvane/frames/library_log.h"
+#include "apps/orvane/commands/model_options.h"
+#include "apps/orvane/machine/support_check.h"
+#include "apps/utils/process/pipe.h"
+#include "apps/utils/progress.h"
+#include "apps/utils/size_text.h"
+
+namespace orvane::tool {
+namespace {
+
+struct Arguments {
+    std::string raw;  // empty: PAM
+    ModelOptions model;
+    EnlargeOptions enlarge;
+    ProgressOptions progress;
+    bool verbose = false;
+};
+
+std::string CheckSize(const std::string& text) {
+    const std::optional<Size> size = SizeFromText(text);
+    return size && IsFrameSize(size->width, size->height)
+               ? std::string()
+               : "\"" + text + "\" is not a size of a frame, such as 640x360";
+}
+
+void Run(const Arguments& arguments) {
+    const ModelChoice model = ChooseModel(arguments.model);
+    const std::unique_ptr<Progress> progress = MakeProgress(arguments.progress, stderr);
+    LibraryLog log(arguments.verbose);
+    if (!model.note.empty()) {
+        progress->Note(model.note);
+    }
+    progress->Note("Waiting for frames on standard input; the network runs on " + RequireSupportedMachine() + ".");
+
+    PipeSource input = StandardInput();
+    PipeSink output = StandardOutput();
+    std::unique_ptr<FrameReader> reader = std::make_unique<PamFrameReader>(input);
+    std::unique_ptr<FrameWriter> writer = std::make_unique<PamFrameWriter>(output);
+    if (const std::optional<Size> size = SizeFromText(arguments.raw)) {
+        reader = std::make_unique<RawFrameReader>(input, size->width, size->height);
+        writer = std::make_unique<RawFrameWriter>(output);
+    }
+    FrameCount count;
+    progress->Begin({"frames", std::nullopt, true});
+    try {
+        EnlargeFrames(*reader, *writer, model, arguments.enlarge, log, *progress, count);
+    } catch (const NobodyReads&) {
+        // Whoever read has got what it wanted, as `head` does.
+    }
+    progress->End();
+    progress->Item(std::to_string(count.written) + " frames done", {{"event", "summary"},
+                                                                    {"done", count.written},
+                                                                    {"frames", count.libraryFrames},
+                                                                    {"frameMilliseconds", count.milliseconds},
+                                                                    {"seconds", count.seconds}});
+}
+
+}  // namespace
+
+void AddStreamCommand(CLI::App& app) {
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* stream = app.add_subcommand("stream", "Doubles frames from standard input to standard output");
+    stream->add_option("--raw", arguments->raw, "Frames of WIDTHxHEIGHT without headers, R, G, B, A; default: PAM")
+        ->check(CheckSize);
+    AddModelOptions(*stream, arguments->model);
+    AddEnlargeOptions(*stream, arguments->enlarge);
+    AddProgressOptions(*stream, arguments->progress);
+    stream->add_flag("--verbose", arguments->verbose, "Print every message of the library");
+    stream->footer(
+        "Example: ffmpeg -i in.mp4 -f image2pipe -c:v pam - | orvane stream | ffmpeg -f image2pipe -c:v pam -i - "
+        "out.mp4");
+    stream->callback([arguments] { Run(*arguments); });
+}
+
+}  // namespace orvane::tool

@@ -1,0 +1,89 @@
+#include "apps/orvane/containers/frame_stream.h"
+
+#include <span>
+#include <string>
+#include <utility>
+
+#include "apps/orvane/containers/frame_bytes.h"
+#include "apps/orvane/containers/pam.h"
+#include "apps/utils/failure.h"
+
+namespace orvane::tool {
+namespace {
+
+[[noreturn]] void FailCut(uint64_t count, uint64_t size) {
+    throw Failure("The last frame is cut off: " + std::to_string(count) + " of its " + std::to_string(size) +
+                  " bytes came.");
+}
+
+std::vector<uint8_t> WithAlpha(const std::vector<uint8_t>& colours) {
+    std::vector<uint8_t> pixels(colours.size() / 3 * 4);
+    const uint8_t* source = colours.data();
+    for (size_t i = 0; i < pixels.size(); i += 4, source += 3) {
+        pixels[i] = source[0];
+        pixels[i + 1] = source[1];
+        pixels[i + 2] = source[2];
+        pixels[i + 3] = 255;
+    }
+    return pixels;
+}
+
+std::vector<uint8_t> WithoutAlpha(const std::vector<uint8_t>& pixels) {
+    std::vector<uint8_t> colours(pixels.size() / 4 * 3);
+    const uint8_t* source = pixels.data();
+    for (size_t i = 0; i < colours.size(); i += 3, source += 4) {
+        colours[i] = source[0];
+        colours[i + 1] = source[1];
+        colours[i + 2] = source[2];
+    }
+    return colours;
+}
+
+}  // namespace
+
+Frame MakeFrame(uint32_t width, uint32_t height, std::vector<uint8_t> pixels) {
+    Frame frame;
+    frame.picture.width = width;
+    frame.picture.height = height;
+    frame.picture.pixels = std::move(pixels);
+    for (size_t i = 3; i < frame.picture.pixels.size() && !frame.picture.hasAlpha; i += kBytesPerPixel) {
+        frame.picture.hasAlpha = frame.picture.pixels[i] != 255;
+    }
+    return frame;
+}
+
+std::optional<Frame> PamFrameReader::Next() {
+    const std::optional<PamHeader> header = ReadPamHeader(m_source);
+    if (!header) {
+        return std::nullopt;
+    }
+    std::vector<uint8_t> bytes;
+    if (!AppendBytes(m_source, header->PixelBytes(), bytes)) {
+        FailCut(bytes.size(), header->PixelBytes());
+    }
+    const bool isRgba = header->channels == 4;
+    Frame frame = MakeFrame(header->width, header->height, isRgba ? std::move(bytes) : WithAlpha(bytes));
+    frame.isRgba = isRgba;
+    return frame;
+}
+
+bool PamFrameWriter::Write(const Frame& frame) {
+    const Picture& picture = frame.picture;
+    const std::string header = PamHeaderText({picture.width, picture.height, frame.isRgba ? 4U : 3U});
+    const std::vector<uint8_t> bytes(header.begin(), header.end());
+    return m_sink.Write(bytes) && m_sink.Write(frame.isRgba ? picture.pixels : WithoutAlpha(picture.pixels));
+}
+
+std::optional<Frame> RawFrameReader::Next() {
+    const uint64_t size = uint64_t{m_width} * m_height * kBytesPerPixel;
+    std::vector<uint8_t> bytes;
+    if (!AppendBytes(m_source, size, bytes)) {
+        if (bytes.empty()) {
+            return std::nullopt;
+        }
+        FailCut(bytes.size(), size);
+    }
+    return MakeFrame(m_width, m_height, std::move(bytes));
+}
+
+}  // namespace orvane::tool

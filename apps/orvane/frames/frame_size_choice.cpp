@@ -1,0 +1,47 @@
+#include "apps/orvane/frames/frame_size_choice.h"
+
+#include <algorithm>
+
+namespace orvane::tool {
+
+FrameExtent FrameSizeChoice::Choose(const FrameExtent& picture) {
+    const std::lock_guard lock(m_mutex);
+    const FrameExtent best{BestFrameSide(picture.width, m_rules), BestFrameSide(picture.height, m_rules)};
+    if (!m_current || !StayingPays(picture, best)) {
+        m_current = best;
+        m_wasted = 0;
+    }
+    return *m_current;
+}
+
+bool FrameSizeChoice::StayingPays(const FrameExtent& picture, const FrameExtent& best) {
+    // Without a rim the picture has to end where the frame does.
+    const bool isTooLarge = m_current->width > picture.width || m_current->height > picture.height;
+    if (m_rules.rim == 0 && isTooLarge) {
+        return false;
+    }
+    // Overlapping frames get on only when they are longer than what overlaps.
+    const auto isTooShort = [&](uint32_t frame, uint32_t length) {
+        return frame <= 2 * m_rules.reach && frame < length + 2 * m_rules.rim;
+    };
+    if (isTooShort(m_current->width, picture.width) || isTooShort(m_current->height, picture.height)) {
+        return false;
+    }
+    const uint64_t extra = WorkArea(picture, *m_current, m_rules) -
+                           std::min(WorkArea(picture, *m_current, m_rules), WorkArea(picture, best, m_rules));
+    m_wasted += static_cast<double>(extra) * m_perPixel;
+    return extra == 0 || (m_perPixel > 0 && m_wasted <= m_rebuild);
+}
+
+void FrameSizeChoice::FrameTook(const FrameExtent& frame, double milliseconds, bool afterChange) {
+    const std::lock_guard lock(m_mutex);
+    const auto area = static_cast<double>(frame.Area());
+    if (afterChange) {
+        m_perPixel = std::min(m_perPixel, milliseconds / area);  // the first frame of a run pays for more than itself
+        m_rebuild = std::max(0.0, milliseconds - area * m_perPixel);
+    } else {
+        m_perPixel = milliseconds / area;
+    }
+}
+
+}  // namespace orvane::tool

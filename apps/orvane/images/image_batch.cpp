@@ -1,0 +1,192 @@
+#include "apps/orvane/images/image_batch.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <new>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <windows.h>
+
+#include "apps/orvane/frames/image_upscale.h"
+#include "apps/orvane/images/image_reader.h"
+#include "apps/orvane/images/image_writer.h"
+#include "apps/orvane/images/wic.h"
+#include "apps/utils/files/atomic_file.h"
+#include "apps/utils/failure.h"
+
+namespace orvane::tool {
+namespace {
+
+using nlohmann::ordered_json;
+
+MEMORYSTATUSEX MemoryStatus() {
+    MEMORYSTATUSEX status{};
+    status.dwLength = sizeof(status);
+    GlobalMemoryStatusEx(&status);
+    return status;
+}
+
+// One more than there are processors, so that somebody always has a frame ready; not many, since each holds a picture.
+size_t WorkerCount(size_t jobs) {
+    return std::min<size_t>(jobs, std::clamp(std::thread::hardware_concurrency() + 1, 3U, 8U));
+}
+
+// The picture as the codec holds it, the picture, and in the last pass what goes in and what comes out.
+uint64_t MemoryFor(const PictureReader& reader, int32_t passes) {
+    const uint64_t bytes = uint64_t{reader.Width()} * reader.Height() * kBytesPerPixel;
+    return bytes * (2 + (uint64_t{5} << (2 * (passes - 1))));
+}
+
+// Before the machine comes to a halt over it.
+void RequireMemory(const PictureReader& reader, uint64_t bytes) {
+    const auto gigabytes = [](uint64_t value) { return std::to_string((value >> 30) + 1) + " GB"; };
+    if (const uint64_t there = MemoryStatus().ullAvailPageFile; bytes > there) {
+        throw Failure("A picture of " + std::to_string(reader.Width()) + " x " + std::to_string(reader.Height()) +
+                      " takes about " + gigabytes(bytes) + " of memory here, and less than " + gigabytes(there) +
+                      " is free.");
+    }
+}
+
+std::string Milliseconds(double value) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f ms", value);
+    return text.data();
+}
+
+void MakeFolder(const PictureJob& job) {
+    std::error_code error;
+    std::filesystem::create_directories(job.output.parent_path(), error);
+    if (!std::filesystem::is_directory(job.output.parent_path(), error)) {
+        throw Failure("The folder for \"" + job.outputName + "\" cannot be made.");
+    }
+}
+
+}  // namespace
+
+// What one picture took, told as it happens.
+class PictureBatch::Tally {
+public:
+    explicit Tally(Progress& progress) : m_progress(progress) {}
+
+    void Add(double share, double milliseconds) {
+        m_share += share;
+        ++m_frames;
+        m_milliseconds += milliseconds;
+        m_progress.Advance(share, 1, milliseconds);
+    }
+
+    // What failed counts as dealt with.
+    void Close() { m_progress.Advance(std::max(0.0, 1 - m_share), 0, 0); }
+
+    uint64_t Frames() const { return m_frames; }
+    double Total() const { return m_milliseconds; }
+
+private:
+    Progress& m_progress;
+    double m_share = 0;
+    uint64_t m_frames = 0;
+    double m_milliseconds = 0;
+};
+
+PictureBatch::PictureBatch(const std::vector<PictureJob>& jobs, const BatchOptions& options, FrameServer& server,
+                           Progress& progress)
+    : m_jobs(jobs),
+      m_options(options),
+      m_server(server),
+      m_progress(progress),
+      m_memory(MemoryStatus().ullTotalPhys / 4) {
+}
+
+BatchResult PictureBatch::Run() {
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<std::jthread> threads(WorkerCount(m_jobs.size()));
+    m_workers = threads.size();
+    for (std::jthread& thread : threads) {
+        thread = std::jthread([this] { Work(); });
+    }
+    m_server.Run();
+    threads.clear();  // waits for what is still being written
+    const std::chrono::duration<double> all = std::chrono::steady_clock::now() - start;
+    m_result.seconds = all.count() - m_server.OpenSeconds();
+    return m_result;
+}
+
+void PictureBatch::Work() {
+    {
+        const ComScope com;
+        for (size_t i = m_next++; i < m_jobs.size() && !m_server.IsStopping(); i = m_next++) {
+            DoJob(m_jobs[i]);
+        }
+    }
+    if (--m_workers == 0) {
+        m_server.Finish();
+    }
+}
+
+void PictureBatch::DoJob(const PictureJob& job) {
+    Tally tally(m_progress);
+    const auto fail = [&](const std::string& reason) {
+        m_progress.Failed(job.inputName + ": " + reason,
+                          {{"event", "failed"}, {"input", job.inputName}, {"reason", reason}});
+        tally.Close();
+        const std::lock_guard lock(m_mutex);
+        ++m_result.failed;
+    };
+    try {
+        const PictureReader reader(job.input);
+        const uint64_t memory = MemoryFor(reader, m_options.passes);
+        const MemoryBudget::Lease lease(m_memory, memory);
+        RequireMemory(reader, memory);
+        const Picture picture = DoubleAll(
+            reader.Read([&](const std::string& text) { m_progress.Warn(job.inputName + ": " + text); }), tally);
+        Save(job, picture);
+        const std::string size = std::to_string(picture.width) + " x " + std::to_string(picture.height);
+        m_progress.Item("Wrote: " + job.outputName + " (" + size + ", " + std::to_string(tally.Frames()) +
+                            (tally.Frames() == 1 ? " frame, " : " frames, ") + Milliseconds(tally.Total()) + ")",
+                        {{"event", "done"},
+                         {"input", job.inputName},
+                         {"output", job.outputName},
+                         {"width", picture.width},
+                         {"height", picture.height},
+                         {"frames", tally.Frames()},
+                         {"milliseconds", tally.Total()}});
+        const std::lock_guard lock(m_mutex);
+        ++m_result.done;
+        m_result.frames += tally.Frames();
+        m_result.frameMilliseconds += tally.Total();
+    } catch (const Stopped&) {
+        // The run says why.
+    } catch (const std::bad_alloc&) {
+        fail("There is not enough memory for a picture of this size.");
+    } catch (const std::exception& error) {
+        fail(error.what());
+    }
+}
+
+Picture PictureBatch::DoubleAll(Picture picture, Tally& tally) {
+    // Every pass has four times the pixels of the one before.
+    const double firstShare = 3 / (std::pow(4.0, m_options.passes) - 1);
+    for (int32_t pass = 0; pass < m_options.passes; ++pass) {
+        const double passShare = firstShare * std::pow(4.0, pass);
+        picture = DoublePicture(std::move(picture), m_server,
+                                [&](double share, double milliseconds) { tally.Add(share * passShare, milliseconds); });
+    }
+    return picture;
+}
+
+void PictureBatch::Save(const PictureJob& job, const Picture& picture) {
+    MakeFolder(job);
+    PendingFile file(job.output, job.outputName);
+    WritePicture(file.Path(), picture, {job.format, m_options.quality},
+                 [&](const std::string& text) { m_progress.Warn(job.outputName + ": " + text); });
+    file.Commit();
+}
+
+}  // namespace orvane::tool

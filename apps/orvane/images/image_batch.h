@@ -1,0 +1,60 @@
+// The threads that bring pictures to the library and their results into files.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "apps/orvane/frames/frame_server.h"
+#include "apps/orvane/frames/image.h"
+#include "apps/orvane/images/image_jobs.h"
+#include "apps/utils/memory_budget.h"
+#include "apps/utils/progress.h"
+
+namespace orvane::tool {
+
+struct BatchOptions {
+    int32_t quality = 95;
+    int32_t passes = 1;
+};
+
+struct BatchResult {
+    uint64_t done = 0;
+    uint64_t failed = 0;
+    uint64_t frames = 0;
+    double frameMilliseconds = 0;  // that the library took for them
+    double seconds = 0;            // from the first picture's reading to the last one's writing, without the open
+};
+
+// Every thread takes one picture at a time all the way, from its file to the file of its result. As several do so, some
+// read, write and compress while the library is at the frames of another.
+class PictureBatch {
+public:
+    // All must outlive the object.
+    PictureBatch(const std::vector<PictureJob>& jobs, const BatchOptions& options, FrameServer& server,
+                 Progress& progress);
+
+    // On the thread of the server's upscaler. Throws Failure when no instance could be opened.
+    BatchResult Run();
+
+private:
+    class Tally;
+
+    void Work();
+    void DoJob(const PictureJob& job);
+    Picture DoubleAll(Picture picture, Tally& tally);
+    void Save(const PictureJob& job, const Picture& picture);
+
+    const std::vector<PictureJob>& m_jobs;
+    const BatchOptions m_options;
+    FrameServer& m_server;
+    Progress& m_progress;
+    MemoryBudget m_memory;
+    std::atomic<size_t> m_next = 0;
+    std::atomic<size_t> m_workers = 0;
+    std::mutex m_mutex;
+    BatchResult m_result;
+};
+
+}  // namespace orvane::tool

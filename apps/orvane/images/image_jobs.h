@@ -1,0 +1,35 @@
+// Which pictures become which files.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/orvane/images/image_format.h"
+
+namespace orvane::tool {
+
+// As typed, in UTF-8.
+struct JobOptions {
+    std::vector<std::string> inputs;      // pictures and folders
+    std::string list;                     // a file with a path on every line, "-" for standard input, or empty
+    std::string output;                   // a folder, or a file for a single picture
+    std::optional<PictureFormat> format;  // of the results
+    bool keepsFormat = false;             // results have their picture's own format, where it can be written
+};
+
+struct PictureJob {
+    std::filesystem::path input;  // LongPath()s
+    std::filesystem::path output;
+    std::string inputName;  // as the user knows them
+    std::string outputName;
+    PictureFormat format = PictureFormat::kPng;
+};
+
+// In the order of the options; those of a folder by their names. A picture that is named and does not exist gets a job
+// too, which fails. Throws UsageError when a result would replace a picture of this run or another result, and Failure
+// when there is nothing to do.
+std::vector<PictureJob> FindPictures(const JobOptions& options);
+
+}  // namespace orvane::tool

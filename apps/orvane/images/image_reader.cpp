@@ -1,0 +1,199 @@
+#include "apps/orvane/images/image_reader.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "apps/orvane/images/orientation.h"
+#include "apps/orvane/images/wic.h"
+#include "apps/utils/failure.h"
+
+namespace orvane::tool {
+namespace {
+
+using Microsoft::WRL::ComPtr;
+
+// What is copied at a time: codecs count a copy's bytes in 32 bits, and a file that lies about its size fails before
+// much memory was taken.
+constexpr size_t kBandBytes = 4 << 20;
+
+// The codecs' own words for what is wrong differ.
+constexpr const char* kNotReadable = "This is not a picture that Windows can read, or it is damaged.";
+
+void RequireFile(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status)) {
+        throw Failure("There is no such file.");
+    }
+    if (std::filesystem::is_directory(status)) {
+        throw Failure("This is a folder, not a file.");
+    }
+}
+
+// The channels of a pixel with 16 bits each, which not every WIC rounds when it converts to 8. 0 for other formats.
+size_t WideChannels(const WICPixelFormatGUID& format) {
+    if (format == GUID_WICPixelFormat64bppRGBA) {
+        return 4;
+    }
+    if (format == GUID_WICPixelFormat48bppRGB) {
+        return 3;
+    }
+    return format == GUID_WICPixelFormat16bppGray ? 1 : 0;
+}
+
+uint8_t EightBits(const uint8_t* littleEndian) {
+    const uint32_t wide = littleEndian[0] + 256U * littleEndian[1];
+    return static_cast<uint8_t>((wide * 255 + 32767) / 65535);
+}
+
+std::optional<std::vector<uint8_t>> ProfileBytes(IWICColorContext* context) {
+    WICColorContextType type = WICColorContextUninitialized;
+    UINT size = 0;
+    if (FAILED(context->GetType(&type)) || type != WICColorContextProfile ||
+        FAILED(context->GetProfileBytes(0, nullptr, &size))) {
+        return std::nullopt;
+    }
+    std::vector<uint8_t> bytes(size);
+    return SUCCEEDED(context->GetProfileBytes(size, bytes.data(), &size)) ? std::optional(bytes) : std::nullopt;
+}
+
+// The colour space that a profile describes stands in bytes 16 to 19 of its header.
+bool IsRgbProfile(const std::vector<uint8_t>& profile) {
+    constexpr std::string_view kRgb = "RGB ";
+    return profile.size() >= 20 && std::equal(kRgb.begin(), kRgb.end(), profile.begin() + 16);
+}
+
+// A picture without a profile, or with one that cannot be read, is left without: it counts as sRGB.
+std::vector<uint8_t> ReadColourProfile(IWICImagingFactory* factory, IWICBitmapFrameDecode* frame) {
+    ComPtr<IWICColorContext> context;
+    IWICColorContext* first = nullptr;
+    UINT count = 0;
+    if (FAILED(frame->GetColorContexts(0, nullptr, &count)) || count == 0 ||
+        FAILED(factory->CreateColorContext(&context))) {
+        return {};
+    }
+    first = context.Get();
+    if (FAILED(frame->GetColorContexts(1, &first, &count))) {
+        return {};
+    }
+    return ProfileBytes(context.Get()).value_or(std::vector<uint8_t>());
+}
+
+// Exif's orientation, or 1 where the file says nothing.
+uint16_t ReadOrientation(IWICBitmapFrameDecode* frame) {
+    ComPtr<IWICMetadataQueryReader> metadata;
+    if (FAILED(frame->GetMetadataQueryReader(&metadata))) {
+        return 1;
+    }
+    for (const wchar_t* query : {L"/app1/ifd/{ushort=274}", L"/ifd/{ushort=274}"}) {
+        PROPVARIANT value{};
+        if (SUCCEEDED(metadata->GetMetadataByName(query, &value))) {
+            const uint16_t orientation = value.vt == VT_UI2 ? value.uiVal : uint16_t{1};
+            PropVariantClear(&value);
+            return orientation;
+        }
+    }
+    return 1;
+}
+
+// Windows says 96 for a file that says nothing.
+void ReadResolution(IWICBitmapFrameDecode* frame, Picture& picture) {
+    constexpr double kUnsaid = 96;
+    double x = 0;
+    double y = 0;
+    if (SUCCEEDED(frame->GetResolution(&x, &y)) && x > 0 && y > 0 && (x != kUnsaid || y != kUnsaid)) {
+        picture.dpiX = x;
+        picture.dpiY = y;
+    }
+}
+
+bool IsTransparent(const Picture& picture) {
+    for (size_t alpha = 3; alpha < picture.pixels.size(); alpha += kBytesPerPixel) {
+        if (picture.pixels[alpha] != 255) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+PictureReader::PictureReader(const std::filesystem::path& path) : m_factory(MakeWicFactory()) {
+    RequireFile(path);
+    ComPtr<IWICBitmapDecoder> decoder;
+    RequireSuccess(m_factory->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
+                                                        WICDecodeMetadataCacheOnDemand, &decoder),
+                   kNotReadable);
+    RequireSuccess(decoder->GetFrame(0, &m_frame), kNotReadable);
+    RequireSuccess(m_frame->GetSize(&m_width, &m_height), kNotReadable);
+    if (m_width == 0 || m_height == 0) {
+        throw Failure(kNotReadable);
+    }
+}
+
+Picture PictureReader::Read(const Warning& warn) const {
+    Picture picture;
+    picture.width = m_width;
+    picture.height = m_height;
+    ReadPixels(picture);
+    picture.hasAlpha = IsTransparent(picture);
+    ReadResolution(m_frame.Get(), picture);
+    picture.colourProfile = ReadColourProfile(m_factory.Get(), m_frame.Get());
+    if (!picture.colourProfile.empty() && !IsRgbProfile(picture.colourProfile)) {
+        warn("The colour profile is not for RGB and is not kept.");
+        picture.colourProfile.clear();
+    }
+    return Upright(std::move(picture), ReadOrientation(m_frame.Get()));
+}
+
+void PictureReader::ReadPixels(Picture& picture) const {
+    picture.pixels.reserve(picture.RowBytes() * picture.height);
+    WICPixelFormatGUID format{};
+    RequireSuccess(m_frame->GetPixelFormat(&format), kNotReadable);
+    if (const size_t channels = WideChannels(format); channels > 0) {
+        ReadWidePixels(channels, picture);
+        return;
+    }
+    ComPtr<IWICFormatConverter> converter;
+    RequireSuccess(m_factory->CreateFormatConverter(&converter), "Pixel formats cannot be converted.");
+    RequireSuccess(converter->Initialize(m_frame.Get(), GUID_WICPixelFormat32bppRGBA, WICBitmapDitherTypeNone, nullptr,
+                                         0.0, WICBitmapPaletteTypeCustom),
+                   "The pixel format cannot be converted to RGBA.");
+    CopyRows(converter.Get(), picture.RowBytes(), [&](const uint8_t* bytes) {
+        picture.pixels.insert(picture.pixels.end(), bytes, bytes + picture.RowBytes());
+    });
+}
+
+void PictureReader::ReadWidePixels(size_t channels, Picture& picture) const {
+    CopyRows(m_frame.Get(), m_width * channels * 2, [&](const uint8_t* bytes) {
+        for (uint32_t x = 0; x < m_width; ++x, bytes += channels * 2) {
+            const uint8_t red = EightBits(bytes);
+            const uint8_t green = channels > 1 ? EightBits(bytes + 2) : red;
+            const uint8_t blue = channels > 1 ? EightBits(bytes + 4) : red;
+            const uint8_t alpha = channels > 3 ? EightBits(bytes + 6) : uint8_t{255};
+            picture.pixels.insert(picture.pixels.end(), {red, green, blue, alpha});
+        }
+    });
+}
+
+void PictureReader::CopyRows(IWICBitmapSource* source, size_t rowBytes,
+                             const std::function<void(const uint8_t* bytes)>& take) const {
+    const auto bandRows = static_cast<uint32_t>(std::clamp<size_t>(kBandBytes / rowBytes, 1, m_height));
+    std::vector<uint8_t> band(rowBytes * bandRows);
+    for (uint32_t y = 0; y < m_height; y += bandRows) {
+        const uint32_t rows = std::min(bandRows, m_height - y);
+        const WICRect area{0, static_cast<INT>(y), static_cast<INT>(m_width), static_cast<INT>(rows)};
+        RequireSuccess(
+            source->CopyPixels(&area, static_cast<UINT>(rowBytes), static_cast<UINT>(rowBytes * rows), band.data()),
+            kNotReadable);
+        for (uint32_t row = 0; row < rows; ++row) {
+            take(band.data() + row * rowBytes);
+        }
+    }
+}
+
+}  // namespace orvane::tool

@@ -1,0 +1,23 @@
+// Writes pictures.
+#pragma once
+
+#include <filesystem>
+
+#include "apps/orvane/frames/image.h"
+#include "apps/orvane/images/image_format.h"
+#include "apps/orvane/images/image_reader.h"
+
+namespace orvane::tool {
+
+struct WritingOptions {
+    PictureFormat format = PictureFormat::kPng;
+    int32_t quality = 95;  // of JPEG, 1..100
+};
+
+// Writes a file of 8 bits a channel with the picture's colours, transparency, colour profile and resolution. `warn` is
+// called with what the format or this system cannot keep. The file may be half written when Failure is thrown. Needs
+// COM on this thread.
+void WritePicture(const std::filesystem::path& path, const Picture& picture, const WritingOptions& options,
+                  const Warning& warn);
+
+}  // namespace orvane::tool

@@ -1,0 +1,102 @@
+#include "apps/orvane/images/upscale_images.h"
+
+#include <array>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "apps/orvane/frames/frame_server.h"
+#include "apps/orvane/frames/frame_size_choice.h"
+#include "apps/orvane/frames/library_log.h"
+#include "apps/orvane/images/image_batch.h"
+#include "apps/orvane/machine/support_check.h"
+#include "apps/orvane/frames/upscaler.h"
+#include "apps/orvane/images/wic.h"
+#include "apps/utils/failure.h"
+#include "apps/utils/process/stop_signal.h"
+
+namespace orvane::tool {
+namespace {
+
+std::string Counted(uint64_t count, const std::string& thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+// Takes out what an earlier run has done, and returns how many that were.
+uint64_t SkipDone(std::vector<PictureJob>& jobs, Progress& progress) {
+    return std::erase_if(jobs, [&](const PictureJob& job) {
+        std::error_code error;
+        if (!std::filesystem::exists(job.output, error)) {
+            return false;
+        }
+        progress.Item("Skipped: " + job.outputName + " is there already (--force replaces it)",
+                      {{"event", "skipped"}, {"input", job.inputName}, {"output", job.outputName}});
+        return true;
+    });
+}
+
+void Summarise(const BatchResult& result, uint64_t skipped, Progress& progress) {
+    std::string text = Counted(result.done, "picture") + " done";
+    if (skipped > 0) {
+        text += ", " + std::to_string(skipped) + " skipped";
+    }
+    if (result.failed > 0) {
+        text += ", " + std::to_string(result.failed) + " failed";
+    }
+    if (result.frames > 0) {
+        std::array<char, 64> times{};
+        std::snprintf(times.data(), times.size(), " took %.2f s of %.2f s", result.frameMilliseconds / 1000,
+                      result.seconds);
+        text += "; " + Counted(result.frames, "frame") + times.data();
+    }
+    progress.Item(text, {{"event", "summary"},
+                         {"done", result.done},
+                         {"skipped", skipped},
+                         {"failed", result.failed},
+                         {"frames", result.frames},
+                         {"frameMilliseconds", result.frameMilliseconds},
+                         {"seconds", result.seconds}});
+}
+
+BatchResult RunBatch(const UpscaleOptions& options, const std::vector<PictureJob>& jobs, Progress& progress) {
+    const ModelChoice model = ChooseModel(options.model);
+    if (!model.note.empty()) {
+        progress.Note(model.note);
+    }
+    LibraryLog log(options.verbose);
+    progress.Note("Looking for a graphics adapter ...");
+    progress.Note("Graphics adapter: " + RequireSupportedMachine());
+
+    Upscaler upscaler(model, log);
+    FrameSizeChoice sizes({model.reach, options.rawEdges ? 0 : model.reach, options.tile});
+    FrameServer server(upscaler, sizes, progress);
+    PictureBatch batch(jobs, {options.quality, options.passes}, server, progress);
+    progress.Begin({"pictures", jobs.size()});
+    const BatchResult result = batch.Run();
+    progress.End();
+    return result;
+}
+
+}  // namespace
+
+void Upscale(const UpscaleOptions& options) {
+    const StopSignal signal;
+    const ComScope com;
+    const std::unique_ptr<Progress> progress = MakeProgress(options.progress, stdout);
+    progress->Note("Looking for pictures ...");
+    std::vector<PictureJob> jobs = FindPictures(options.jobs);
+    const uint64_t skipped = options.force ? 0 : SkipDone(jobs, *progress);
+
+    const BatchResult result = jobs.empty() ? BatchResult() : RunBatch(options, jobs, *progress);
+    Summarise(result, skipped, *progress);
+    if (StopSignal::Requested()) {
+        throw Failure("Stopped by Ctrl-C. What was finished is kept; the same command goes on with the rest.");
+    }
+    if (result.failed > 0) {
+        throw Failure(std::to_string(result.failed) + " of " + std::to_string(jobs.size()) + " pictures failed.");
+    }
+}
+
+}  // namespace orvane::tool

@@ -1,0 +1,91 @@
+#include "apps/orvane/video/ffmpeg_program.h"
+
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include <windows.h>
+
+#include "apps/utils/files/atomic_file.h"
+#include "apps/utils/process/child_process.h"
+#include "apps/utils/failure.h"
+#include "apps/utils/files/utf8_path.h"
+
+namespace orvane::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const wchar_t* kProgram = L"ffmpeg.exe";
+
+std::optional<fs::path> InFolder(const fs::path& folder) {
+    std::error_code error;
+    fs::path program = folder / kProgram;
+    return fs::is_regular_file(program, error) ? std::optional(program) : std::nullopt;
+}
+
+fs::path OwnFolder() {
+    constexpr DWORD kLongestPath = 32768;
+    std::wstring path(kLongestPath, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), kLongestPath));
+    return fs::path(path).parent_path();
+}
+
+std::wstring PathVariable() {
+    std::wstring value(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
+    value.resize(GetEnvironmentVariableW(L"PATH", value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
+// Relative folders are passed over: they would lead to wherever the program happens to be started.
+std::optional<fs::path> InPath() {
+    const std::wstring folders = PathVariable();
+    for (size_t start = 0; start < folders.size();) {
+        const size_t end = std::min(folders.find(L';', start), folders.size());
+        const fs::path folder = folders.substr(start, end - start);
+        if (folder.is_absolute()) {
+            if (std::optional<fs::path> program = InFolder(folder)) {
+                return program;
+            }
+        }
+        start = end + 1;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+fs::path FindFfmpeg(const fs::path& named) {
+    if (!named.empty()) {
+        RequireReadableFile(named);
+        return fs::absolute(named);
+    }
+    std::optional<fs::path> program = InFolder(OwnFolder());
+    if (!program) {
+        program = InPath();
+    }
+    if (!program) {
+        throw Failure(
+            "There is no ffmpeg, which reads and writes the videos. Install it (\"winget install Gyan.FFmpeg\", or the "
+            "builds that ffmpeg.org lists), or put ffmpeg.exe beside this program, or name it with --ffmpeg.");
+    }
+    return *program;
+}
+
+VideoSource ProbeVideo(const fs::path& ffmpeg, const VideoJob& job) {
+    ChildProcess probe(ffmpeg, ProbeArguments(job), {});
+    probe.Wait();  // it always fails, because it was given nothing to do
+    const std::string messages = probe.Messages();
+    VideoSource source = ParseVideoSource(messages);
+    if (source.libavutilVersion == 0) {
+        throw Failure("\"" + Utf8FromPath(ffmpeg) + "\" does not answer as ffmpeg does.");
+    }
+    if (!source.hasVideo) {
+        const bool isMedia = messages.find("\nInput #0") != std::string::npos;
+        throw Failure("\"" + job.input + "\" " +
+                      (isMedia ? "has no video in it." : "is not a video that ffmpeg can read, or it is damaged."));
+    }
+    return source;
+}
+
+}  // namespace orvane::tool

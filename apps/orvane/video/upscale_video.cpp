@@ -1,0 +1,213 @@
+#include "apps/orvane/video/upscale_video.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <span>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "apps/orvane/video/frame_line.h"
+#include "apps/orvane/video/ffmpeg_program.h"
+#include "apps/orvane/containers/frame_stream.h"
+#include "apps/orvane/frames/library_log.h"
+#include "apps/orvane/containers/nut.h"
+#include "apps/orvane/machine/support_check.h"
+#include "apps/utils/files/atomic_file.h"
+#include "apps/utils/process/child_process.h"
+#include "apps/utils/failure.h"
+#include "apps/utils/files/utf8_path.h"
+
+namespace orvane::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Quoted(const fs::path& path) {
+    return "\"" + Utf8FromPath(path) + "\"";
+}
+
+void RequireUsablePaths(const VideoOptions& options) {
+    RequireReadableFile(options.input);
+    RequireWritableTarget(options.output);
+    std::error_code error;
+    if (fs::equivalent(options.input, options.output, error)) {
+        throw Failure("The output " + Quoted(options.output) + " is the input itself.");
+    }
+    if (!options.force && fs::exists(options.output, error)) {
+        throw Failure(Quoted(options.output) + " exists already; --force replaces it.");
+    }
+    if (!options.output.has_extension()) {
+        throw Failure(Quoted(options.output) + " has no ending, which says what kind of video it shall be.");
+    }
+}
+
+// The decoder's frames, the first of which has been taken out already.
+class DecodedFrames : public FrameReader {
+public:
+    DecodedFrames(NutReader& reader, NutFrame first, const NutVideo& video)
+        : m_reader(reader), m_next(std::move(first)), m_video(video) {}
+
+    std::optional<Frame> Next() override {
+        std::optional<NutFrame> decoded = m_next ? std::exchange(m_next, std::nullopt) : m_reader.Next();
+        if (!decoded) {
+            return std::nullopt;
+        }
+        Frame frame = MakeFrame(m_video.width, m_video.height, std::move(decoded->pixels));
+        frame.time = decoded->time;
+        return frame;
+    }
+
+private:
+    NutReader& m_reader;
+    std::optional<NutFrame> m_next;
+    NutVideo m_video;
+};
+
+class FramesToEncode : public FrameWriter {
+public:
+    explicit FramesToEncode(ByteSink& sink) : m_sink(sink) {}
+
+    bool Write(const Frame& frame) override {
+        return WriteText(m_sink, NutFrameHeader(frame.time, frame.picture.pixels.size())) &&
+               m_sink.Write(frame.picture.pixels);
+    }
+
+    static bool WriteText(ByteSink& sink, const std::string& text) {
+        return sink.Write(std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
+    }
+
+private:
+    ByteSink& m_sink;
+};
+
+std::optional<uint64_t> ExpectedFrames(const VideoJob& job, const VideoSource& source) {
+    double seconds = source.seconds - (job.start ? SecondsFromText(*job.start) : 0);
+    if (job.duration) {
+        seconds = std::min(seconds, SecondsFromText(*job.duration));
+    }
+    const double frames = seconds * source.framesPerSecond;
+    return frames >= 1 ? std::optional(static_cast<uint64_t>(std::llround(frames))) : std::nullopt;
+}
+
+std::string SizeText(uint32_t width, uint32_t height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
+// One video on its way. The steps are called in their order.
+class VideoRun {
+public:
+    VideoRun(const VideoOptions& options, Progress& progress)
+        : m_options(options),
+          m_progress(progress),
+          m_ffmpeg(FindFfmpeg(options.ffmpeg)),
+          m_result(options.output, {}, options.output.extension()),
+          m_log(options.verbose) {
+        m_options.job.input = Utf8FromPath(fs::absolute(options.input));
+        m_options.job.output = Utf8FromPath(fs::absolute(m_result.Path()));
+    }
+
+    void Run() {
+        if (!m_options.model.note.empty()) {
+            m_progress.Note(m_options.model.note);
+        }
+        m_progress.Note("Looking for a graphics adapter ...");
+        m_progress.Note("Graphics adapter: " + RequireSupportedMachine());
+        m_progress.Note("Asking ffmpeg what " + Quoted(m_options.input) + " holds ...");
+        const VideoSource source = ProbeVideo(m_ffmpeg, m_options.job);
+        for (const std::string& loss : LossesOf(m_options.job, source)) {
+            m_progress.Warn(loss);
+        }
+
+        ChildProcess decoder(m_ffmpeg, DecodeArguments(m_options.job, source), {.input = false, .output = true});
+        NutReader reader(decoder.Output());
+        const std::optional<NutVideo> video = reader.ReadHeaders();
+        std::optional<NutFrame> first = video ? reader.Next() : std::nullopt;
+        if (!first) {
+            FailWithoutFrames(decoder);
+        }
+        NutVideo enlarged = *video;
+        enlarged.width <<= m_options.enlarge.passes;
+        enlarged.height <<= m_options.enlarge.passes;
+        ChildProcess encoder(m_ffmpeg, EncodeArguments(m_options.job, source, enlarged, first->time),
+                             {.input = true, .output = false});
+        DecodedFrames frames(reader, std::move(*first), *video);
+        m_progress.Begin({"frames", ExpectedFrames(m_options.job, source), true});
+        Encode(frames, enlarged, decoder, encoder);
+        Finish(decoder, encoder, enlarged);
+    }
+
+private:
+    [[noreturn]] void FailWithoutFrames(ChildProcess& decoder) const {
+        decoder.Wait();
+        const std::string reason = SummaryOfMessages(decoder.Messages());
+        throw Failure("ffmpeg could not read a single frame of " + Quoted(m_options.input) +
+                      (reason.empty() ? "." : ": " + reason + "."));
+    }
+
+    [[noreturn]] void FailEncoding(ChildProcess& encoder) const {
+        encoder.Wait();
+        const std::string reason = SummaryOfMessages(encoder.Messages());
+        throw Failure("ffmpeg could not write " + Quoted(m_options.output) +
+                      (reason.empty() ? "." : ": " + reason + "."));
+    }
+
+    void Encode(FrameReader& frames, const NutVideo& enlarged, ChildProcess& decoder, ChildProcess& encoder) {
+        FramesToEncode writer(encoder.Input());
+        if (!FramesToEncode::WriteText(encoder.Input(), NutHeaders(enlarged))) {
+            FailEncoding(encoder);
+        }
+        try {
+            EnlargeFrames(frames, writer, m_options.model, m_options.enlarge, m_log, m_progress, m_count);
+        } catch (const NobodyReads&) {
+            // Options of the user's may make it end early.
+            decoder.Kill();
+            m_encoderEndedFirst = true;
+        }
+    }
+
+    // An encoder that failed leaves nothing; a source that is damaged leaves what was read of it.
+    void Finish(ChildProcess& decoder, ChildProcess& encoder, const NutVideo& enlarged) {
+        m_progress.End();
+        if (encoder.Wait() != 0) {
+            FailEncoding(encoder);
+        }
+        const bool decoded = decoder.Wait() == 0 || m_encoderEndedFirst;
+        m_result.Commit();
+        m_progress.Item("Wrote: " + Utf8FromPath(m_options.output) + " (" + std::to_string(m_count.written) +
+                            " frames of " + SizeText(enlarged.width, enlarged.height) + ")",
+                        {{"event", "video"},
+                         {"output", Utf8FromPath(m_options.output)},
+                         {"frames", m_count.written},
+                         {"width", enlarged.width},
+                         {"height", enlarged.height},
+                         {"libraryFrames", m_count.libraryFrames},
+                         {"frameMilliseconds", m_count.milliseconds},
+                         {"seconds", m_count.seconds}});
+        const std::string complaints = SummaryOfMessages(decoder.Messages() + encoder.Messages());
+        if (!decoded || !complaints.empty()) {
+            throw Failure(Quoted(m_options.input) + " is damaged; " + Quoted(m_options.output) +
+                          " holds what ffmpeg could read of it. ffmpeg says: " + complaints + ".");
+        }
+    }
+
+    VideoOptions m_options;
+    Progress& m_progress;
+    fs::path m_ffmpeg;
+    PendingFile m_result;
+    LibraryLog m_log;
+    FrameCount m_count;
+    bool m_encoderEndedFirst = false;
+};
+
+}  // namespace
+
+void EnlargeVideo(const VideoOptions& options, Progress& progress) {
+    RequireUsablePaths(options);
+    VideoRun(options, progress).Run();
+}
+
+}  // namespace orvane::tool

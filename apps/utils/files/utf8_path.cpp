@@ -1,0 +1,19 @@
+#include "apps/utils/files/utf8_path.h"
+
+namespace orvane::tool {
+
+std::filesystem::path PathFromUtf8(std::string_view text) {
+    return std::u8string(text.begin(), text.end());
+}
+
+std::string Utf8FromPath(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+std::string Quoted(const std::filesystem::path& path) {
+    std::string text = "\"";
+    return text.append(Utf8FromPath(path)).append("\"");
+}
+
+}  // namespace orvane::tool

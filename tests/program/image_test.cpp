@@ -1,0 +1,291 @@
+// The parts of orvane upscale.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "apps/orvane/frames/alpha.h"
+#include "apps/orvane/frames/frame_size_choice.h"
+#include "apps/orvane/images/wic.h"
+#include "apps/utils/failure.h"
+#include "apps/utils/pipeline.h"
+#include "tests/support/failure_of.h"
+#include "tests/program/image_files.h"
+#include "tests/support/temp_folder.h"
+
+namespace orvane::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(PictureReader, TurnsUprightAndRoundsWideChannels) {
+    const TempFolder folder;
+    const std::vector<std::string> upright{"1234562", "2143652", "6543212", "5634122",
+                                           "1352463", "5316423", "6425313", "2461353"};
+    for (uint16_t orientation = 1; orientation <= 8; ++orientation) {
+        for (const uint16_t bits : {uint16_t{8}, uint16_t{16}}) {
+            Tiff tiff{.bits = bits, .orientation = orientation};
+            tiff.value = [bits](uint32_t x, uint32_t y, uint32_t channel) {
+                const uint32_t value = channel == 3 ? 255 : 2 * y + x + 1;
+                return bits == 8 ? value : value * 257 + (channel == 3 ? 0 : 128) - (channel == 0 ? 256 : 0);
+            };
+            const Picture picture = Read(folder.Write("turned.tif", tiff.Bytes()));
+            std::string numbers;
+            for (size_t i = 0; i < picture.pixels.size(); i += 4) {
+                numbers += std::to_string(picture.pixels[i + 1]);
+                EXPECT_EQ(picture.pixels[i], picture.pixels[i + 1]) << "almost half a code below, almost half above";
+            }
+            EXPECT_EQ(numbers + std::to_string(picture.width), upright[orientation - 1U])
+                << orientation << ", " << bits;
+            EXPECT_EQ(picture.colourProfile.size(), 20U);
+            EXPECT_EQ(picture.dpiX, 150);
+        }
+    }
+    EXPECT_TRUE(Read(folder.Write("other.tif", Tiff{.colourSpace = "CMYK"}.Bytes())).colourProfile.empty());
+}
+
+// The header of an ICC profile, without tags but with bytes after them.
+std::vector<uint8_t> ColourProfile() {
+    std::vector<uint8_t> profile(70000, 7);
+    std::fill_n(profile.begin(), 132, uint8_t{0});
+    profile[1] = 70000 >> 16;
+    profile[2] = 70000 >> 8 & 0xFF;
+    profile[3] = 70000 & 0xFF;
+    std::copy_n("mntrRGB XYZ ", 12, profile.begin() + 12);
+    std::copy_n("acsp", 4, profile.begin() + 36);
+    return profile;
+}
+
+// Wine does not read the profiles of JPEG files. This one does not fit into one segment.
+bool HasProfileInTwoSegments(const fs::path& path) {
+    const std::string text{std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
+    const size_t first = text.find("ICC_PROFILE");
+    return text.substr(first - 4, 4) == "\xFF\xE2\xFF\xFF" && text.substr(first + 12, 2) == "\1\2" &&
+           text.substr(first + 65537, 14) == std::string("ICC_PROFILE\0\2\2", 14);
+}
+
+TEST(WritePicture, KeepsWhatTheFormatCan) {
+    const TempFolder folder;
+    Picture picture = RandomPicture(20, 10, 3);
+    picture.colourProfile = ColourProfile();
+    picture.dpiX = picture.dpiY = 300;
+    struct Case {
+        PictureFormat format;
+        bool keepsAlpha;
+        bool mayLoseProfile;  // as Wine does
+    };
+    for (const Case& test : {Case{PictureFormat::kPng, true, false}, Case{PictureFormat::kJpeg, false, false},
+                             Case{PictureFormat::kTiff, true, true}, Case{PictureFormat::kBmp, false, true}}) {
+        for (const bool hasAlpha : {false, true}) {
+            SCOPED_TRACE(NameOf(test.format));
+            picture.hasAlpha = hasAlpha;
+            picture.pixels[3] = hasAlpha ? 0 : 255;
+            size_t warnings = 0;
+            const fs::path path = (folder.Path() / "x").replace_extension(EndingOf(test.format));
+            WritePicture(path, picture, {test.format, 100}, [&](const std::string& /*text*/) { ++warnings; });
+            const Picture back = Read(path);
+            const bool keepsProfile = test.format == PictureFormat::kJpeg ? HasProfileInTwoSegments(path)
+                                                                          : back.colourProfile == picture.colourProfile;
+            EXPECT_TRUE(keepsProfile || test.mayLoseProfile);
+            EXPECT_EQ(warnings, (keepsProfile ? 0U : 1U) + (hasAlpha && !test.keepsAlpha ? 1U : 0U));
+            EXPECT_EQ(back.hasAlpha, hasAlpha && test.keepsAlpha);
+            EXPECT_NEAR(back.dpiX, 300, 0.1);
+            EXPECT_TRUE(test.format == PictureFormat::kJpeg || (hasAlpha && !test.keepsAlpha) ||
+                        back.pixels == picture.pixels);
+        }
+    }
+}
+
+// A disk that takes nothing, which Linux has.
+TEST(WritePicture, FailsOnAFullDiskWhateverTheFormat) {
+    const fs::path full = "Z:/dev/full";
+    if (!std::ofstream(full).is_open()) {
+        GTEST_SKIP() << "there is no such disk here";
+    }
+    Picture picture = RandomPicture(200, 100, 1);
+    picture.colourProfile = ColourProfile();
+    for (const PictureFormat format :
+         {PictureFormat::kPng, PictureFormat::kJpeg, PictureFormat::kTiff, PictureFormat::kBmp}) {
+        EXPECT_THROW(WritePicture(full, picture, {format}, IgnoreWarning), Failure) << NameOf(format);
+    }
+}
+
+Picture WithRandomAlpha(uint32_t width, uint32_t height) {
+    Picture picture = RandomPicture(width, height, 5);
+    const Picture alpha = RandomPicture(width, height, 6);
+    for (size_t i = 0; i < picture.pixels.size(); i += 4) {
+        picture.pixels[i + 3] = alpha.pixels[i] < 100 ? 0 : alpha.pixels[i];
+    }
+    picture.hasAlpha = true;
+    return picture;
+}
+
+// Catmull and Rom's kernel.
+double Cubic(double distance) {
+    const double d = std::abs(distance);
+    return d < 1 ? 1.5 * d * d * d - 2.5 * d * d + 1 : (d < 2 ? -0.5 * d * d * d + 2.5 * d * d - 4 * d + 2 : 0);
+}
+
+TEST(DoubleAlpha, IsCubicInBothDirections) {
+    for (const auto& [width, height] : {std::pair{9U, 7U}, {1U, 6U}, {5U, 1U}, {1U, 1U}}) {
+        const Picture input = WithRandomAlpha(width, height);
+        const Picture before = RandomPicture(2 * width, 2 * height, 7);
+        Picture output = before;
+        DoubleAlpha(input, output);
+        EXPECT_TRUE(output.hasAlpha);
+        for (uint32_t y = 0; y < output.height; ++y) {
+            for (uint32_t x = 0; x < output.width; ++x) {
+                const double centreX = (x + 0.5) / 2 - 0.5;
+                const double centreY = (y + 0.5) / 2 - 0.5;
+                double sum = 0;
+                for (int row = -2; row < static_cast<int>(height) + 2; ++row) {
+                    for (int column = -2; column < static_cast<int>(width) + 2; ++column) {
+                        const auto insideY =
+                            static_cast<uint32_t>(std::clamp<int>(row, 0, static_cast<int>(height) - 1));
+                        const auto insideX =
+                            static_cast<uint32_t>(std::clamp<int>(column, 0, static_cast<int>(width) - 1));
+                        sum += Cubic(row - centreY) * Cubic(column - centreX) * input.Row(insideY)[4 * insideX + 3];
+                    }
+                }
+                const uint8_t* pixel = output.Row(y) + 4 * x;
+                EXPECT_EQ(pixel[3], std::floor(std::clamp(sum, 0.0, 255.0) + 0.5)) << x << ", " << y;
+                EXPECT_TRUE(std::equal(pixel, pixel + 3, before.Row(y) + 4 * x));
+            }
+        }
+    }
+}
+
+// How many steps it is to the nearest pixel that shows, corners counting as one.
+int DistanceToVisible(const Picture& picture, int x, int y) {
+    int least = 1000;
+    for (int row = 0; row < static_cast<int>(picture.height); ++row) {
+        for (int column = 0; column < static_cast<int>(picture.width); ++column) {
+            if (picture.Row(static_cast<uint32_t>(row))[4 * column + 3] != 0) {
+                least = std::min(least, std::max(std::abs(row - y), std::abs(column - x)));
+            }
+        }
+    }
+    return least;
+}
+
+TEST(SpreadColours, ReachesAsFarAsToldAndStaysWithinTheColoursThere) {
+    Picture picture = RandomPicture(23, 15, 8);
+    for (size_t i = 0; i < picture.pixels.size(); i += 4) {
+        const bool isVisible = i == 4 * (3 * 23 + 4) || i == 4 * (9 * 23 + 22) || i == 4 * (14 * 23);
+        picture.pixels[i + 3] = isVisible ? 1 : 0;
+        picture.pixels[i] = isVisible ? 200 : 0;  // red
+    }
+    const Picture before = picture;
+    SpreadColours(picture, 3);
+    for (uint32_t y = 0; y < picture.height; ++y) {
+        for (uint32_t x = 0; x < picture.width; ++x) {
+            const int distance = DistanceToVisible(before, static_cast<int>(x), static_cast<int>(y));
+            const uint8_t* pixel = picture.Row(y) + 4 * x;
+            EXPECT_EQ(pixel[0], distance <= 3 ? 200 : 0) << x << ", " << y;
+            EXPECT_EQ(pixel[3], before.Row(y)[4 * x + 3]);
+            const bool isLeft = distance == 0 || distance > 3;
+            EXPECT_TRUE(!isLeft || std::equal(pixel, pixel + 4, before.Row(y) + 4 * x)) << x << ", " << y;
+        }
+    }
+    Picture invisible = RandomPicture(3, 3, 9);
+    for (size_t i = 3; i < invisible.pixels.size(); i += 4) {
+        invisible.pixels[i] = 0;
+    }
+    const std::vector<uint8_t> pixels = invisible.pixels;
+    SpreadColours(invisible, 3);  // from nowhere
+    EXPECT_EQ(invisible.pixels, pixels);
+}
+
+TEST(LayOnWhite, MixesByTheAlpha) {
+    Picture picture = WithRandomAlpha(20, 20);
+    const Picture before = picture;
+    LayOnWhite(picture);
+    EXPECT_FALSE(picture.hasAlpha);
+    for (size_t i = 0; i < picture.pixels.size(); ++i) {
+        const double share = before.pixels[i / 4 * 4 + 3] / 255.0;
+        EXPECT_EQ(picture.pixels[i], i % 4 == 3 ? 255 : std::lround(before.pixels[i] * share + 255 * (1 - share)));
+    }
+}
+
+TEST(Tiles, EveryPixelIsKeptOnceAndFarFromAnEdgeThatCuts) {
+    for (const uint32_t length : {1U, 5U, 56U, 57U, 64U, 100U, 128U, 1000U}) {
+        for (const uint32_t rim : {0U, 4U}) {
+            const TileRules rules{4, rim, 64};
+            const uint32_t best = BestFrameSide(length, rules);
+            EXPECT_LE(best, 64U);
+            for (const uint32_t frame : {best, 30U, 9U}) {
+                const std::vector<AxisTile> tiles = SplitAxis(length, frame, rules);
+                uint32_t kept = 0;
+                for (const AxisTile& tile : tiles) {
+                    const int64_t end = tile.frameStart + frame;
+                    EXPECT_EQ(tile.keepStart, kept);
+                    EXPECT_TRUE(tile.frameStart == -int64_t{rim} || tile.keepStart >= tile.frameStart + 4);
+                    EXPECT_TRUE(tile.keepEnd + 4 <= end || end == int64_t{length} + rim) << length << " in " << frame;
+                    kept = tile.keepEnd;
+                }
+                EXPECT_EQ(kept, length);
+            }
+            EXPECT_EQ(SplitAxis(length, best, rules).size(),
+                      length + 2 * rim <= 64 ? 1 : (length + 2 * rim - 8 + 55) / 56);
+        }
+    }
+}
+
+TEST(FrameSizeChoice, StaysWhileThatIsCheaperThanARebuild) {
+    FrameSizeChoice sizes({2, 2, 100});
+    const FrameExtent large{50, 50};
+    const FrameExtent small{40, 50};
+    EXPECT_EQ(sizes.Choose(large), (FrameExtent{54, 54}));
+    EXPECT_EQ(sizes.Choose(small), (FrameExtent{44, 54}));  // nothing was measured yet
+    sizes.FrameTook({44, 54}, 44 * 54, false);              // a millisecond a pixel
+    sizes.FrameTook({54, 54}, 54 * 54 + 1200, true);
+    EXPECT_EQ(sizes.Choose(large), (FrameExtent{54, 54}));  // in two small frames: too much
+    EXPECT_EQ(sizes.Choose(small), (FrameExtent{54, 54}));  // 540 pixels for nothing
+    EXPECT_EQ(sizes.Choose(small), (FrameExtent{54, 54}));  // 1080
+    EXPECT_EQ(sizes.Choose(small), (FrameExtent{44, 54}));  // 1620: more than the rebuild
+    FrameSizeChoice raw({2, 0, 100});
+    EXPECT_EQ(raw.Choose(large), large);
+    raw.FrameTook(large, 2500, false);
+    raw.FrameTook(large, 1000000, true);
+    EXPECT_EQ(raw.Choose(small), small);  // a larger frame would move the edge
+}
+
+TEST(Pipeline, KeepsTheOrderAndWhatCameBeforeAFailure) {
+    for (const std::string failing : {"", "read", "process", "write"}) {
+        std::string written;
+        int next = 0;
+        const auto check = [&](const std::string& stage, int item) {
+            if (stage == failing && item == 30) {
+                throw Failure(stage);
+            }
+            return item;
+        };
+        PipelineStages<int, int> stages;
+        stages.read = [&]() -> std::optional<int> {
+            return next < 50 ? std::optional(check("read", next++)) : std::nullopt;
+        };
+        stages.process = [&](int item) { return check("process", item); };
+        stages.write = [&](int item) { written += std::to_string(check("write", item)) + " "; };
+        const std::string reason = FailureOf([&] { RunPipeline(2, stages); });
+        std::string expected;
+        for (int item = 0; item < (failing.empty() ? 50 : 30); ++item) {
+            expected += std::to_string(item) + " ";
+        }
+        EXPECT_EQ(reason, failing);
+        EXPECT_EQ(written, expected);
+        EXPECT_LE(next, failing.empty() ? 50 : 30 + 8);  // the stages before did not run on
+    }
+}
+
+}  // namespace
+}  // namespace orvane::tool
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const orvane::tool::ComScope com;
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,73 @@
+// What a host does with the library, for the tests that drive liborvane.dll.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "api/orvane.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/reference_network.h"
+#include "tests/support/temp_folder.h"
+
+namespace orvane::test {
+
+// Catches what liborvane.dll logs, whose log configuration is not this program's.
+class LibraryLog : public LogCapture {
+public:
+    explicit LibraryLog(int32_t level = ORVANE_LOG_ERROR);
+    ~LibraryLog();
+
+    // What has been logged since the last call, without the levels.
+    std::vector<std::string> TakeTexts();
+};
+
+// Writes the network's model file, enciphered as the name's ending says.
+std::filesystem::path WriteModel(const TempFolder& folder, const std::string& fileName,
+                                 const ReferenceNetwork& network);
+
+orvane_open_param OpenParam(uint32_t width, uint32_t height, const ReferenceNetwork& network,
+                            const std::filesystem::path& model);
+
+// An open instance, closed with this object.
+class Instance {
+public:
+    explicit Instance(const orvane_open_param& param) : m_handle(orvane_open(&param)) {}
+    ~Instance() { Close(); }
+    Instance(const Instance&) = delete;
+    Instance& operator=(const Instance&) = delete;
+
+    orvane_handle Handle() const { return m_handle; }
+    void Close();
+
+private:
+    orvane_handle m_handle;
+};
+
+// The frame of a picture whose rows follow each other without padding.
+orvane_frame InputFrame(const Picture& picture);
+orvane_frame OutputFrame(Picture& picture);
+
+// Doubles one picture; the result code is written to `result`.
+Picture Process(orvane_handle handle, const Picture& picture, int& result);
+
+// Doubles one picture and expects what plain arithmetic makes of it, in rows `stride` bytes apart, with nothing written
+// beyond them but the padding that may be.
+void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture, size_t stride);
+inline void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture) {
+    ExpectDoubled(handle, network, picture, size_t{picture.width} * 8);
+}
+
+// Empty when the pictures are as close as the GPU's rounding allows: no byte differs by more than 2, and 99.9 % of them
+// by at most 1. Otherwise says where they differ.
+std::string Difference(const Picture& actual, const Picture& expected);
+
+// The lines in one, with " | " between them.
+std::string Joined(const std::vector<std::string>& lines);
+
+// Expects the text of a file in tests/transcripts. With ORVANE_WRITE_TRANSCRIPTS set the file is written first.
+void ExpectTranscript(const std::string& fileName, const std::string& text);
+
+}  // namespace orvane::test
