@@ -19,8 +19,8 @@ FrameSize SizeOf(const orvane_frame& frame) {
 orvane_open_param WithSize(orvane_open_param record, FrameSize inputSize) {
     record.inputWidth = inputSize.width;
     record.inputHeight = inputSize.height;
-    record.outputWidth = Doubled(inputSize).width;
-    record.outputHeight = Doubled(inputSize).height;
+    record.outputWidth = Upscaled(inputSize).width;
+    record.outputHeight = Upscaled(inputSize).height;
     return record;
 }
 

@@ -119,9 +119,9 @@ void EngineFrame::ReadBack() {
     const D3D12_RANGE nothing{0, 0};
     void* data = nullptr;
     Require(SUCCEEDED(readback.Map(0, &range, &data)), "the picture cannot be read");
-    const uint32_t rowBytes = Doubled(m_size).width * kBytesPerPixel;
+    const uint32_t rowBytes = Upscaled(m_size).width * kBytesPerPixel;
     CopyRows({static_cast<const uint8_t*>(data), range.End}, m_frame.readbackFootprint.Footprint.RowPitch,
-             m_output.data(), static_cast<int32_t>(rowBytes), rowBytes, Doubled(m_size).height);
+             m_output.data(), static_cast<int32_t>(rowBytes), rowBytes, Upscaled(m_size).height);
     readback.Unmap(0, &nothing);
 }
 

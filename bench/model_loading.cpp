@@ -110,7 +110,7 @@ void TimeNetwork(const Session& session, NetworkNumbers network, Table& table) {
     for (const int layers : {0, 1, 2}) {
         ModelFile file{network, path.string(), plain.size(), layers, {}};
         if (layers > 0) {
-            bytes = tool::EncipherContainer(bytes, layers == 1 ? kFileKey : kOuterKey, random);
+            bytes = tool::EncryptContainer(bytes, layers == 1 ? kFileKey : kOuterKey, random);
             file.path = (session.options.folder / "models" / (layers == 1 ? "model.en" : "model.en2")).string();
             file.container = bytes;
             SaveBytes(file.path, bytes);

@@ -125,7 +125,7 @@ std::string MakeOnnxModel(const std::vector<LayerShape>& layers, const std::vect
     graph.Add(
         1,
         Node("DepthToSpace", {tensor}, "y").Add(5, Attribute("blocksize", kScale)).Add(5, Attribute("mode", "CRD"s)));
-    graph.Add(2, "network"s).Add(11, Picture("x", size)).Add(12, Picture("y", Doubled(size)));
+    graph.Add(2, "network"s).Add(11, Picture("x", size)).Add(12, Picture("y", Upscaled(size)));
     return Message().Add(1, 8).Add(7, graph).Add(8, Message().Add(2, 17)).Serialised();
 }
 

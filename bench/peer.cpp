@@ -123,7 +123,7 @@ private:
         m_session.emplace(*m_environment, m_model.data(), m_model.size(), options);
 
         const std::array<int64_t, 4> inputShape{1, 3, m_size.height, m_size.width};
-        const std::array<int64_t, 4> outputShape{1, 3, Doubled(m_size).height, Doubled(m_size).width};
+        const std::array<int64_t, 4> outputShape{1, 3, Upscaled(m_size).height, Upscaled(m_size).width};
         m_inputTensor = MakeTensor(m_inputHalves, inputShape);
         m_outputTensor = MakeTensor(m_outputHalves, outputShape);
     }

@@ -12,7 +12,7 @@ constexpr DXGI_FORMAT kPixelFormat = DXGI_FORMAT_R8G8B8A8_UNORM;
 constexpr DXGI_FORMAT kTensorFormat = DXGI_FORMAT_R16_FLOAT;
 
 // Not every driver refuses what Direct3D does not allow: some write beyond a texture that is too large, and no call
-// reports a view of a buffer with more elements than the driver carries. The picture would be wrong.
+// reports a view of a buffer with more elements than the driver carries. The image would be wrong.
 bool CanBeCarried(FrameSize inputSize, const NetworkPlan& plan, uint64_t maxViewElements) {
     constexpr uint32_t kMaxSide = D3D12_REQ_TEXTURE2D_U_OR_V_DIMENSION / kScale;
     return std::max(inputSize.width, inputSize.height) <= kMaxSide && plan.ViewElements() <= maxViewElements;
@@ -92,7 +92,7 @@ int32_t CreateFrameResources(ID3D12Device& device, FrameSize inputSize, const Ne
     CreateImageReadView(device, *frame.inputTexture.Get(), frame.textureDescriptors.GetCpuHandle(kReadSlot));
     CreateTensorWriteView(device, *graph.buffers.m_modelInput.Get(), frame.textureDescriptors.GetCpuHandle(kWriteSlot));
 
-    if (CreateTexture(device, Doubled(inputSize), D3D12_RESOURCE_FLAG_ALLOW_UNORDERED_ACCESS,
+    if (CreateTexture(device, Upscaled(inputSize), D3D12_RESOURCE_FLAG_ALLOW_UNORDERED_ACCESS,
                       D3D12_RESOURCE_STATE_UNORDERED_ACCESS, frame.outputTexture) != 0) {
         return -1;
     }

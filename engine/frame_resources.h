@@ -21,7 +21,7 @@ struct FrameResources {
     DescriptorHeap depthToSpaceDescriptors;  // of DepthToSpaceCRD, written in every frame
     ComPtr<ID3D12Resource> outputTexture;
     ComPtr<ID3D12Resource> m_outputTextureReadback;
-    D3D12_PLACED_SUBRESOURCE_FOOTPRINT readbackFootprint{};  // how the picture lies in it
+    D3D12_PLACED_SUBRESOURCE_FOOTPRINT readbackFootprint{};  // how the image lies in it
 };
 
 // Makes the textures and buffers and the descriptors of image2tensor, which writes the input of `graph`. 0, or -1 with

@@ -15,7 +15,7 @@ struct FrameSize {
     bool operator==(const FrameSize&) const = default;
 };
 
-inline FrameSize Doubled(FrameSize size) {
+inline FrameSize Upscaled(FrameSize size) {
     return {kScale * size.width, kScale * size.height};
 }
 

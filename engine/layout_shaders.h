@@ -1,4 +1,4 @@
-// The two compute shaders at the ends of the network: picture to tensor, and tensor to picture of twice the size.
+// The two compute shaders at the ends of the network: image to tensor, and tensor to image of twice the size.
 #pragma once
 
 #include <array>

@@ -8,7 +8,7 @@ namespace orvane {
 
 void CopyRows(std::span<const uint8_t> source, uint32_t rowPitch, uint8_t* target, int32_t stride, uint32_t rowBytes,
               uint32_t height) {
-    // Offsets are unsigned 32-bit products: bottom-up pictures (negative strides) are not supported.
+    // Offsets are unsigned 32-bit products: bottom-up images (negative strides) are not supported.
     const auto targetPitch = static_cast<uint32_t>(stride);
     if (rowPitch == rowBytes && targetPitch == rowBytes) {
         std::memcpy(target, source.data(), height * rowBytes);

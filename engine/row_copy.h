@@ -1,4 +1,4 @@
-// Hands a finished picture to the host. Portable.
+// Hands a finished image to the host. Portable.
 #pragma once
 
 #include <cstdint>

@@ -133,7 +133,7 @@ void Sample::DeviceLost() {
 void Sample::SetGeometry(const orvane_open_param& record) {
     m_openParams = record;
     m_geometry.input = {record.inputWidth, record.inputHeight};
-    m_geometry.output = Doubled(m_geometry.input);
+    m_geometry.output = Upscaled(m_geometry.input);
     m_geometry.pixelFormat = record.pixelFormat;
 }
 

@@ -48,7 +48,7 @@ public:
 
     // Whether a frame can be processed.
     bool IsReady() const;
-    // Doubles one frame; see orvane_process. `output` may be null, which runs the frame without handing it out.
+    // Upscales one frame; see orvane_process. `output` may be null, which runs the frame without handing it out.
     int32_t Infer(const orvane_frame* input, orvane_frame* output);
 
     const FrameGeometry& Geometry() const { return m_geometry; }

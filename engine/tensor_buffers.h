@@ -11,7 +11,7 @@ namespace orvane {
 
 struct TensorBuffers {
     ComPtr<ID3D12Resource> m_modelInput;
-    // Sized for the doubled picture as a tensor. Nothing reads or writes it: the last shader writes the output texture.
+    // Sized for the upscaled image as a tensor. Nothing reads or writes it: the last shader writes the output texture.
     ComPtr<ID3D12Resource> m_modelOutput;
     // Entry i holds the output of layer i; one entry more stays empty. Every layer has its own buffer, so that
     // bindings are made once.

@@ -36,7 +36,7 @@ struct DepthToSpaceConstants {
 // Everything about the network that follows from the frame size, the layer table and the layout.
 struct NetworkPlan {
     TensorShape inputShape{};
-    TensorShape outputShape{};  // the doubled picture as a tensor
+    TensorShape outputShape{};  // the upscaled image as a tensor
     // Entry i is the output of layer i, entry layerCount the output of depth-to-space; one entry more is zero.
     std::vector<TensorShape> shapes;
     // Bytes. Entry i is the buffer that layer i reads, entry i + 1 the one that it writes; layerCount + 2 entries.
@@ -54,7 +54,7 @@ struct NetworkPlan {
     uint64_t ViewElements() const;
 };
 
-// What of the plan does not depend on the layers: the bytes of the input tensor, the shape of the doubled picture as a
+// What of the plan does not depend on the layers: the bytes of the input tensor, the shape of the upscaled image as a
 // tensor, and `outputSize` raised to that tensor's bytes. A size that looks like a mistake is logged and kept.
 void CalcOutputSize(const TensorShape& inputShape, TensorLayout layout, uint64_t& inputSize, TensorShape& outputShape,
                     uint64_t& outputSize);

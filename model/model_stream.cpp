@@ -36,10 +36,10 @@ std::optional<std::vector<uint8_t>> ReadWholeFile(const std::string& path) {
     return content;
 }
 
-// Deciphers a container as far as it goes: the result has the length of the body, with zeros in place of what could
-// not be deciphered. Something that cannot be a container gives as many zeros as it has bytes. A wrong key or
+// Decrypts a container as far as it goes: the result has the length of the body, with zeros in place of what could
+// not be decrypted. Something that cannot be a container gives as many zeros as it has bytes. A wrong key or
 // damaged content is not told apart from success: it shows later, as failing reads or wrong weights.
-std::vector<uint8_t> Decipher(const std::vector<uint8_t>& container, std::string_view key) {
+std::vector<uint8_t> Decrypt(const std::vector<uint8_t>& container, std::string_view key) {
     std::vector<uint8_t> plain(container.size());
     auto length = static_cast<int32_t>(container.size());
     if (container.size() % kCipherBlockBytes == 0) {
@@ -75,7 +75,7 @@ bool decryptFileToStream(const std::string& path, std::stringstream& stream) {
         LogMessage(ORVANE_LOG_ERROR, "[decryptFileToStream]: Open file(%s) failed.", path.c_str());
         return false;
     }
-    Append(Decipher(*container, kFileKey), stream);
+    Append(Decrypt(*container, kFileKey), stream);
     return true;
 }
 
@@ -85,7 +85,7 @@ bool decryptFileTwiceToStream(const std::string& path, std::stringstream& stream
         LogMessage(ORVANE_LOG_ERROR, "[decryptFileTwiceToStream]: Open file(%s) failed.", path.c_str());
         return false;
     }
-    Append(Decipher(Decipher(*container, kOuterKey), kFileKey), stream);
+    Append(Decrypt(Decrypt(*container, kOuterKey), kFileKey), stream);
     return true;
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int32_t kMinContainerBytes = 16;
 
-void DecipherBlock(const uint8_t* input, const CipherKey& key, uint8_t* output) {
+void DecryptBlock(const uint8_t* input, const CipherKey& key, uint8_t* output) {
     uint32_t y = ReadBigEndian(input);
     uint32_t z = ReadBigEndian(input + 4);
     uint32_t sum = kTeaDelta * kTeaRounds;
@@ -24,12 +24,12 @@ void DecipherBlock(const uint8_t* input, const CipherKey& key, uint8_t* output) 
 }
 
 // Hands out the plain image of a container byte by byte. The chaining: block i of the file is XORed with the
-// work block before it is deciphered, and the result is XORed with block i - 1 of the file.
+// work block before it is decrypted, and the result is XORed with block i - 1 of the file.
 class ContainerReader {
 public:
     ContainerReader(const uint8_t* input, int32_t inputLength, std::string_view key)
         : m_input(input), m_inputLength(inputLength), m_key(ReadCipherKey(key)) {
-        DecipherBlock(input, m_key, m_work.data());
+        DecryptBlock(input, m_key, m_work.data());
     }
 
     int32_t PaddingLength() const { return m_work[0] & 7; }
@@ -57,7 +57,7 @@ private:
         for (size_t i = 0; i < m_work.size(); ++i) {
             m_work[i] ^= m_input[static_cast<size_t>(m_blockStart) + i];
         }
-        DecipherBlock(m_work.data(), m_key, m_work.data());
+        DecryptBlock(m_work.data(), m_key, m_work.data());
         m_position = 0;
         return true;
     }
@@ -74,7 +74,7 @@ private:
 }  // namespace
 
 void TeaDecryptBlock(const uint8_t* input, std::string_view key, uint8_t* output) {
-    DecipherBlock(input, ReadCipherKey(key), output);
+    DecryptBlock(input, ReadCipherKey(key), output);
 }
 
 bool TeaDecryptBuffer(const uint8_t* input, int32_t inputLength, uint8_t* output, int32_t& outputLength,

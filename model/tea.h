@@ -1,4 +1,4 @@
-// The block cipher and the container of enciphered model files. Deciphering only.
+// The block cipher and the container of encrypted model files. Decrypting only.
 #pragma once
 
 #include <cstdint>
@@ -12,11 +12,11 @@ inline constexpr int32_t kContainerTrailerBytes = 7;
 // Bytes of a container that are not body: head, salt and trailer. The padding adds 0 to 7 more.
 inline constexpr int32_t kContainerOverheadBytes = 1 + kContainerSaltBytes + kContainerTrailerBytes;
 
-// Deciphers one 8-byte block (see tea_block.h).
+// Decrypts one 8-byte block (see tea_block.h).
 // `key` has 20 characters; those at positions 4, 9, 14 and 19 are ignored. `input` and `output` may be the same.
 void TeaDecryptBlock(const uint8_t* input, std::string_view key, uint8_t* output);
 
-// Deciphers one container: head byte (low 3 bits: padding length), padding, 2 bytes of salt, body, 7 zero bytes.
+// Decrypts one container: head byte (low 3 bits: padding length), padding, 2 bytes of salt, body, 7 zero bytes.
 //
 // `outputLength` is the capacity of `output` on entry. It becomes the length of the body as soon as that is known
 // to fit, so it is set even when a later check fails; bytes of the body not reached by then are left untouched.

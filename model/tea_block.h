@@ -1,4 +1,4 @@
-// What both directions of the block cipher of enciphered model files have in common: TEA (Wheeler and Needham, 1994)
+// What both directions of the block cipher of encrypted model files have in common: TEA (Wheeler and Needham, 1994)
 // reduced to 16 rounds, with big-endian words.
 #pragma once
 

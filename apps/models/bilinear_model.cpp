@@ -46,7 +46,7 @@ private:
     std::vector<float> m_bias;
 };
 
-// An edge or a corner of the picture, as the direction in which it lies. (0, 0) stands for the picture itself.
+// An edge or a corner of the image, as the direction in which it lies. (0, 0) stands for the image itself.
 struct Border {
     int dx;
     int dy;
@@ -81,7 +81,7 @@ Layer MakeCarryingLayer(size_t channels) {
     return layer;
 }
 
-// Zero padding shows where the picture ends: the ones of the neighbour beyond an edge are missing there. Colour
+// Zero padding shows where the image ends: the ones of the neighbour beyond an edge are missing there. Colour
 // minus the neighbour's ones is therefore the colour on that edge, and below 0, which the activation cuts off,
 // elsewhere.
 Layer MakeGatingLayer(size_t channels) {
@@ -105,14 +105,14 @@ Layer MakeGatingLayer(size_t channels) {
 // (leanX, leanY). A neighbour outside is 0 by the padding; what it should have given comes from the nearest
 // pixel inside, through the channel that is 0 unless that border is near.
 void AddPhase(Layer& layer, size_t out, size_t colour, Border lean) {
-    const size_t picture = GatedChannel({0, 0}, colour);
+    const size_t image = GatedChannel({0, 0}, colour);
     const size_t column = GatedChannel({lean.dx, 0}, colour);
     const size_t row = GatedChannel({0, lean.dy}, colour);
     const size_t corner = GatedChannel(lean, colour);
     for (const int tapX : {0, lean.dx}) {
         for (const int tapY : {0, lean.dy}) {
             const float weight = (tapX == 0 ? 0.75F : 0.25F) * (tapY == 0 ? 0.75F : 0.25F);
-            layer.Add(out, picture, tapX, tapY, weight);
+            layer.Add(out, image, tapX, tapY, weight);
             if (tapX != 0) {
                 layer.Add(out, column, 0, tapY, weight);
             }

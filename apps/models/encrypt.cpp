@@ -14,7 +14,7 @@ constexpr auto kBlockBytes = static_cast<size_t>(kCipherBlockBytes);
 
 using Block = std::array<uint8_t, kBlockBytes>;
 
-Block EncipherBlock(const Block& plain, const CipherKey& key) {
+Block EncryptBlock(const Block& plain, const CipherKey& key) {
     uint32_t y = ReadBigEndian(plain.data());
     uint32_t z = ReadBigEndian(plain.data() + 4);
     uint32_t sum = 0;
@@ -41,7 +41,7 @@ uint8_t RandomByte(std::mt19937& random) {
     return static_cast<uint8_t>(random() & 0xFF);
 }
 
-// Head, padding, salt, body and trailer, not enciphered yet.
+// Head, padding, salt, body and trailer, not encrypted yet.
 std::vector<uint8_t> ContainerImage(std::span<const uint8_t> plain, std::mt19937& random) {
     const size_t unpadded = kContainerOverheadBytes + plain.size();
     const size_t padding = (kBlockBytes - unpadded % kBlockBytes) % kBlockBytes;
@@ -58,7 +58,7 @@ std::vector<uint8_t> ContainerImage(std::span<const uint8_t> plain, std::mt19937
 
 }  // namespace
 
-std::vector<uint8_t> EncipherContainer(std::span<const uint8_t> plain, std::string_view key, std::mt19937& random) {
+std::vector<uint8_t> EncryptContainer(std::span<const uint8_t> plain, std::string_view key, std::mt19937& random) {
     const CipherKey cipherKey = ReadCipherKey(key);
     std::vector<uint8_t> bytes = ContainerImage(plain, random);
     Block previousWork{};
@@ -67,7 +67,7 @@ std::vector<uint8_t> EncipherContainer(std::span<const uint8_t> plain, std::stri
         Block image;
         std::copy_n(bytes.data() + start, kBlockBytes, image.data());
         const Block work = Xor(image, previousCipher);
-        previousCipher = Xor(EncipherBlock(work, cipherKey), previousWork);
+        previousCipher = Xor(EncryptBlock(work, cipherKey), previousWork);
         previousWork = work;
         std::copy_n(previousCipher.data(), kBlockBytes, bytes.data() + start);
     }

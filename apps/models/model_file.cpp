@@ -4,8 +4,8 @@
 #include <string>
 
 #include "apps/models/encrypt.h"
-#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"
 #include "model/keys.h"
 #include "model/model_stream.h"
@@ -19,7 +19,7 @@ constexpr size_t kMaxPlainBytes = 0x7FFFFFFF - 64;
 constexpr size_t kMaxFileBytes = 0x7FFFFFFF;
 
 // False when the bytes are no container, or one that is damaged: its end does not come out as it was put in.
-bool Decipher(std::vector<uint8_t>& bytes, std::string_view key) {
+bool Decrypt(std::vector<uint8_t>& bytes, std::string_view key) {
     std::vector<uint8_t> plain(bytes.size());
     auto length = static_cast<int32_t>(bytes.size());
     if (bytes.size() % kCipherBlockBytes != 0 || !TeaDecryptBuffer(bytes.data(), length, plain.data(), length, key)) {
@@ -41,43 +41,43 @@ uint32_t Checksum(std::span<const uint8_t> bytes) {
 
 }  // namespace
 
-Encipherment EnciphermentOf(const std::filesystem::path& path) {
+Encryption EncryptionOf(const std::filesystem::path& path) {
     const std::string ending = GetFileExtension(Utf8FromPath(path));
     if (ending == "en") {
-        return Encipherment::kOnce;
+        return Encryption::kOnce;
     }
-    return ending == "en2" ? Encipherment::kTwice : Encipherment::kNone;
+    return ending == "en2" ? Encryption::kTwice : Encryption::kNone;
 }
 
 std::vector<uint8_t> ReadModelFile(const std::filesystem::path& path) {
     std::vector<uint8_t> bytes = ReadWholeFile(path);
-    const Encipherment encipherment = EnciphermentOf(path);
-    if (encipherment == Encipherment::kNone) {
+    const Encryption encryption = EncryptionOf(path);
+    if (encryption == Encryption::kNone) {
         return bytes;
     }
     if (bytes.size() > kMaxFileBytes) {
-        throw Failure(Quoted(path) + " is too large: an enciphered model is smaller than 2 GiB.");
+        throw Failure(Quoted(path) + " is too large: an encrypted model is smaller than 2 GiB.");
     }
-    if ((encipherment == Encipherment::kTwice && !Decipher(bytes, kOuterKey)) || !Decipher(bytes, kFileKey)) {
-        throw Failure(Quoted(path) + " is damaged, or no model that was enciphered " +
-                      (encipherment == Encipherment::kTwice ? "twice" : "once") + " as its ending says.");
+    if ((encryption == Encryption::kTwice && !Decrypt(bytes, kOuterKey)) || !Decrypt(bytes, kFileKey)) {
+        throw Failure(Quoted(path) + " is damaged, or no model that was encrypted " +
+                      (encryption == Encryption::kTwice ? "twice" : "once") + " as its ending says.");
     }
     return bytes;
 }
 
 void WriteModelFile(const std::filesystem::path& path, std::span<const uint8_t> plain) {
-    const Encipherment encipherment = EnciphermentOf(path);
-    if (encipherment == Encipherment::kNone) {
+    const Encryption encryption = EncryptionOf(path);
+    if (encryption == Encryption::kNone) {
         WriteFileAtomically(path, plain);
         return;
     }
     if (plain.size() > kMaxPlainBytes) {
-        throw Failure(Quoted(path) + " would be too large: an enciphered model is smaller than 2 GiB.");
+        throw Failure(Quoted(path) + " would be too large: an encrypted model is smaller than 2 GiB.");
     }
     std::mt19937 random(Checksum(plain));
-    std::vector<uint8_t> bytes = EncipherContainer(plain, kFileKey, random);
-    if (encipherment == Encipherment::kTwice) {
-        bytes = EncipherContainer(bytes, kOuterKey, random);
+    std::vector<uint8_t> bytes = EncryptContainer(plain, kFileKey, random);
+    if (encryption == Encryption::kTwice) {
+        bytes = EncryptContainer(bytes, kOuterKey, random);
     }
     WriteFileAtomically(path, bytes);
 }

@@ -12,10 +12,10 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr std::array kEncipherments{"no", "once", "twice"};
+constexpr std::array kEncryptions{"no", "once", "twice"};
 
-const char* EnciphermentName(const std::filesystem::path& path) {
-    return kEncipherments.at(static_cast<size_t>(EnciphermentOf(path)));
+const char* EncryptionName(const std::filesystem::path& path) {
+    return kEncryptions.at(static_cast<size_t>(EncryptionOf(path)));
 }
 
 std::optional<NetworkSize> NetworkToInspect(const ModelOptions& options, const ModelReport& report) {
@@ -67,7 +67,7 @@ std::string VerdictText(const ModelReport& report) {
         text += std::to_string(found.extraBytes) + " bytes too many: the library does not read them.\n";
     }
     if (found.notFinite != 0) {
-        text += std::to_string(found.notFinite) + " values are infinite or no number: the pictures will be wrong.\n";
+        text += std::to_string(found.notFinite) + " values are infinite or no number: the images will be wrong.\n";
     }
     return text.empty() ? "Complete, and every value is finite.\n" : text;
 }
@@ -114,7 +114,7 @@ ModelReport InspectModelFile(const ModelOptions& options, const std::filesystem:
 
 std::string TextOf(const ModelReport& report) {
     std::string text =
-        Utf8FromPath(report.path) + "\n  enciphered: " + EnciphermentName(report.path) + "; " +
+        Utf8FromPath(report.path) + "\n  encrypted: " + EncryptionName(report.path) + "; " +
         std::to_string(report.fileBytes) + " bytes, of which weights: " + std::to_string(report.plainBytes) +
         "\n  length fits: " + (report.fitting.empty() ? "no network" : OptionsText(report.fitting)) + "\n";
     if (report.card) {
@@ -129,7 +129,7 @@ std::string TextOf(const ModelReport& report) {
 
 std::string JsonOf(const ModelReport& report) {
     ordered_json object{{"path", Utf8FromPath(report.path)},
-                        {"enciphered", EnciphermentName(report.path)},
+                        {"encrypted", EncryptionName(report.path)},
                         {"fileBytes", report.fileBytes},
                         {"plainBytes", report.plainBytes},
                         {"sound", report.IsSound()}};

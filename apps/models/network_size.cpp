@@ -38,8 +38,8 @@ std::vector<NetworkSize> NetworksOfLength(uint64_t plainBytes) {
     for (int32_t depth = kMaxModelDepth; depth >= kMinModelDepth; --depth) {
         for (int32_t channels = 1; channels <= kMaxModelChannels; ++channels) {
             const NetworkSize size{channels, depth};
-            const bool givesPictures = depth > kMinModelDepth || channels == kChannelsOfOneLayer;
-            if (givesPictures && PlainModelBytes(size) == plainBytes) {
+            const bool givesImages = depth > kMinModelDepth || channels == kChannelsOfOneLayer;
+            if (givesImages && PlainModelBytes(size) == plainBytes) {
                 fitting.push_back(size);
             }
         }

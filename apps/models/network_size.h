@@ -29,7 +29,7 @@ bool IsValidNetworkSize(const NetworkSize& size);
 uint64_t PlainModelBytes(const NetworkSize& size);
 
 // All networks whose plain file has exactly so many bytes, the deepest first. A network of one layer (depth -1)
-// gives a picture with 12 channels only, so there is no other one among them.
+// gives an image with 12 channels only, so there is no other one among them.
 std::vector<NetworkSize> NetworksOfLength(uint64_t plainBytes);
 
 // The one that is meant when nothing else tells: the usual 32 channels and depth 2 if they are among them, or the only

@@ -24,7 +24,7 @@ void AddProgressOptions(CLI::App& command, ProgressOptions& options);
 
 // What is counted.
 struct Workload {
-    std::string unit;               // in the plural: "pictures", "frames"
+    std::string unit;               // in the plural: "images", "frames"
     std::optional<uint64_t> total;  // unknown for a stream
     bool isVideo = false;           // the rate is told in frames per second instead of milliseconds a frame
 };

@@ -16,7 +16,7 @@ public:
 
     void Advance(double items, uint64_t frames, double milliseconds);
 
-    // "3 of 20 pictures, 84.1 ms a frame, 0:12 left"
+    // "3 of 20 images, 84.1 ms a frame, 0:12 left"
     std::string Text() const;
 
     // Of 0..1; 0 when the total is unknown.

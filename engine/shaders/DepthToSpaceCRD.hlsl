@@ -1,5 +1,5 @@
-// Rearranges the channels of the network's output tensor into a picture of twice its width and height: one thread per
-// pixel of the picture. CRD order: source channel = colour * blockSize^2 + position in the block.
+// Rearranges the channels of the network's output tensor into an image of twice its width and height: one thread per
+// pixel of the image. CRD order: source channel = colour * blockSize^2 + position in the block.
 
 Buffer<float> InputTensor : register(t0);
 // Of the same kind as its view: what a driver stores through one of another kind is undefined.

@@ -1,11 +1,11 @@
-// Turns the input picture into the network's input tensor: one thread per pixel.
+// Turns the input image into the network's input tensor: one thread per pixel.
 
 Texture2D<float4> InputTexture : register(t0);
 RWBuffer<float> OutputTensor : register(u0);
 
 cbuffer ImageLayoutCB : register(b0)
 {
-    uint Height;   // of the picture, in pixels
+    uint Height;   // of the image, in pixels
     uint Width;
     uint useNhwc;  // 1: the tensor is stored NHWC; anything else: NCHW
 };
@@ -20,7 +20,7 @@ void main(uint3 id : SV_DispatchThreadID)
     const float4 texel = InputTexture.Load(int3(id.xy, 0));
     const uint pixel = id.y * Width + id.x;
 
-    // The network is trained on pictures whose channel 0 is blue.
+    // The network is trained on images whose channel 0 is blue.
     if (useNhwc == 1)
     {
         OutputTensor[pixel * 3] = texel.b;

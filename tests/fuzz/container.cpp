@@ -7,10 +7,10 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedDataProvider fuzz(data, size);
     const auto claimedLength = fuzz.ConsumeIntegral<int32_t>(), capacity = fuzz.ConsumeIntegral<int32_t>();
-    const bool enciphered = fuzz.ConsumeBool();
+    const bool encrypted = fuzz.ConsumeBool();
     const auto plain = fuzz.ConsumeRemainingBytes<uint8_t>();
     std::mt19937 random(static_cast<uint32_t>(capacity));
-    auto container = enciphered ? orvane::tool::EncipherContainer(plain, orvane::kFileKey, random) : plain;
+    auto container = encrypted ? orvane::tool::EncryptContainer(plain, orvane::kFileKey, random) : plain;
     container.resize(std::max<size_t>(container.size(), 16));
 
     const int32_t length = std::min(claimedLength, static_cast<int32_t>(container.size()));
@@ -25,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto bodyEnd = output.begin() + (fits ? body : 0);
     Require(written == (fits ? body : capacity) && (!succeeds || (fits && length % 8 == 0)));
     Require(std::all_of(bodyEnd, output.end(), [](uint8_t byte) { return byte == 0xEE; }));
-    Require(!enciphered || !fits || input.size() != container.size() ||
+    Require(!encrypted || !fits || input.size() != container.size() ||
             (succeeds && std::equal(plain.begin(), plain.end(), output.begin(), bodyEnd)));
     return 0;
 }

@@ -9,12 +9,12 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const orvane::TempFolder folder;
     FuzzedDataProvider fuzz(data, size);
-    const auto layers = fuzz.ConsumeIntegralInRange<size_t>(0, 2);  // of encipherment, as the ending promises
+    const auto layers = fuzz.ConsumeIntegralInRange<size_t>(0, 2);  // of encryption, as the ending promises
     const bool inner = fuzz.ConsumeBool(), outer = fuzz.ConsumeBool();
     const auto plain = fuzz.ConsumeRemainingBytes<uint8_t>();
     std::mt19937 random(static_cast<uint32_t>(size));
-    auto file = inner ? orvane::tool::EncipherContainer(plain, orvane::kFileKey, random) : plain;
-    file = outer ? orvane::tool::EncipherContainer(file, orvane::kOuterKey, random) : file;
+    auto file = inner ? orvane::tool::EncryptContainer(plain, orvane::kFileKey, random) : plain;
+    file = outer ? orvane::tool::EncryptContainer(file, orvane::kOuterKey, random) : file;
 
     std::stringstream stream;
     const std::string name = std::array{"model", "model.en", "model.en2"}[layers];

@@ -35,7 +35,7 @@ protected:
         Record("orvane_open", Releases::kLeftOut, [&] { handle = orvane_open(&param); });
         ASSERT_NE(handle, nullptr);
         Record("orvane_process", Releases::kWrittenDown,
-               [&] { ExpectDoubled(handle, network, MakeRandomPicture(160, 48, 1)); });
+               [&] { ExpectUpscaled(handle, network, MakeRandomImage(160, 48, 1)); });
         Record("orvane_close", Releases::kWrittenDown, [&] { orvane_close(handle); });
         EXPECT_EQ(Held(), "");
         ExpectTranscript(fileName, m_transcript);

@@ -44,11 +44,11 @@ TEST_F(Exports, AnswersWithoutAnInstance) {
     EXPECT_EQ(orvane_close(nullptr), ORVANE_ERROR_INVALID);
     EXPECT_EQ(m_log.TakeTexts(), Lines{});
 
-    Picture picture(1, 1);
-    Picture doubled(2, 2);
-    const orvane_frame input = InputFrame(picture);
-    orvane_frame output = OutputFrame(doubled);
-    const auto unknown = reinterpret_cast<orvane_handle>(&picture);
+    Image image(1, 1);
+    Image upscaled(2, 2);
+    const orvane_frame input = InputFrame(image);
+    orvane_frame output = OutputFrame(upscaled);
+    const auto unknown = reinterpret_cast<orvane_handle>(&image);
     EXPECT_EQ(orvane_process(nullptr, &output, &input), ORVANE_ERROR_INVALID);
     EXPECT_EQ(orvane_process(unknown, nullptr, &input), ORVANE_ERROR_INVALID);
     EXPECT_EQ(orvane_process(unknown, &output, nullptr), ORVANE_ERROR_INVALID);
@@ -81,7 +81,7 @@ TEST_F(Exports, RefusesOpensWithTheReasonAndLeavesComAlone) {
         const char* pathName;  // in the transcript
         std::string path;
     };
-    // The network fits any size that memory allows, the doubled picture does not.
+    // The network fits any size that memory allows, the upscaled image does not.
     const Case cases[] = {{8, 8, 0, 1, "good", good},
                           {8, 8, -1, 1, "good", good},
                           {8, 8, 1025, 1, "good", good},
@@ -123,12 +123,12 @@ TEST_F(Exports, RefusesOpensWithTheReasonAndLeavesComAlone) {
 
 TEST_F(Exports, FillsTheOutputFrameAndSurvivesFramesThatItRefuses) {
     const Instance instance(Param(8, 8));
-    const Picture picture = MakeRandomPicture(8, 8, 1);
-    Picture doubled(16, 16);
-    orvane_frame input = InputFrame(picture);
+    const Image image = MakeRandomImage(8, 8, 1);
+    Image upscaled(16, 16);
+    orvane_frame input = InputFrame(image);
     input.userValue = 0x1122334455667788;
     input.format = 7;
-    orvane_frame output = OutputFrame(doubled);
+    orvane_frame output = OutputFrame(upscaled);
     std::memset(output.reserved, 0x5A, sizeof(output.reserved));
     output.width = -3;
     output.height = -4;
@@ -148,7 +148,7 @@ TEST_F(Exports, FillsTheOutputFrameAndSurvivesFramesThatItRefuses) {
                      "Failed to Infer, error code: -1"}));
 
     ASSERT_EQ(orvane_process(instance.Handle(), &output, &input), ORVANE_OK);
-    EXPECT_EQ(Difference(doubled, DoublePicture(m_network, picture)), "");
+    EXPECT_EQ(Difference(upscaled, UpscaleImage(m_network, image)), "");
     EXPECT_EQ(std::memcmp(&output, &expected, sizeof(output)), 0);
 }
 
@@ -162,7 +162,7 @@ TEST_F(Exports, ClosesAnInstanceThatCannotChangeItsSizeAndLeavesOthersAlone) {
                           {"least stride", INT_MIN, 8}, {"wider than any texture", 8193 * 4, 1},
                           {"no height", 32, 0},         {"least height", 32, INT_MIN}};
     const Instance other(Param(5, 3));
-    const Picture picture = MakeRandomPicture(5, 3, 1);
+    const Image image = MakeRandomImage(5, 3, 1);
     std::vector<uint8_t> pixels(1 << 20);
     for (const auto& [name, stride, height] : cases) {
         SCOPED_TRACE(name);
@@ -180,7 +180,7 @@ TEST_F(Exports, ClosesAnInstanceThatCannotChangeItsSizeAndLeavesOthersAlone) {
         // The handle is dead, without a word.
         EXPECT_EQ(orvane_process(instance.Handle(), &output, &frame), ORVANE_ERROR_INVALID);
         EXPECT_EQ(m_log.TakeTexts(), Lines{});
-        ExpectDoubled(other.Handle(), m_network, picture);
+        ExpectUpscaled(other.Handle(), m_network, image);
     }
 }
 
@@ -192,7 +192,7 @@ TEST_F(Exports, FollowsEveryChangeOfSizeWithoutReadingTheModelAgain) {
     for (const auto& [width, height] : {std::pair{9U, 8U}, {9U, 7U}, {1U, 1U}, {40U, 2U}, {8U, 8U}}) {
         SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
         log.Take();
-        ExpectDoubled(instance.Handle(), m_network, MakeRandomPicture(width, height, width));
+        ExpectUpscaled(instance.Handle(), m_network, MakeRandomImage(width, height, width));
         const Lines lines = log.TakeTexts();
         const auto number = [](uint32_t value) { return std::to_string(value); };
         ASSERT_GE(lines.size(), 2U);
@@ -212,7 +212,7 @@ TEST_F(Exports, InitialisesComFromTheFirstInstanceToTheLast) {
     first.Close();
     EXPECT_TRUE(ComIsInitialised());
     // Closed by the library, because it cannot change to this size.
-    orvane_frame input = InputFrame(Picture(8, 8));
+    orvane_frame input = InputFrame(Image(8, 8));
     std::array<uint8_t, 64> pixels{};
     input.data = pixels.data();
     input.height = 0;
@@ -249,7 +249,7 @@ TEST_F(Exports, CanBeAskedAndSilencedFromTheLogCallback) {
         const orvane_init_param param{ORVANE_LOG_DEBUG, &CuriousHost::Receive, &host};
         EXPECT_EQ(orvane_init(&param), ORVANE_OK);
         const Instance instance(Param(8, 8));
-        ExpectDoubled(instance.Handle(), m_network, MakeRandomPicture(5, 3, 1));  // logged under the lock
+        ExpectUpscaled(instance.Handle(), m_network, MakeRandomImage(5, 3, 1));  // logged under the lock
         EXPECT_TRUE(silencedAt == 0 ? host.lines > 4 : host.lines == silencedAt) << host.lines;
     }
 }
@@ -262,17 +262,17 @@ TEST_F(Exports, FieldsThatAreNotReadDoNotMatter) {
     param.outputWidth = param.outputHeight = param.reserved0 = param.reserved1 = 0xFFFFFFFF;
     const Instance instance(param);
     std::memset(&param, 0xFF, sizeof(param));  // the library has a copy
-    const Picture picture = MakeRandomPicture(8, 8, 3);
-    Picture doubled(16, 16);
-    orvane_frame input = InputFrame(picture);
+    const Image image = MakeRandomImage(8, 8, 3);
+    Image upscaled(16, 16);
+    orvane_frame input = InputFrame(image);
     input.width = INT_MIN;
     std::memset(input.reserved, 0xFF, sizeof(input.reserved));
     orvane_frame output;
     std::memset(&output, 0xFF, sizeof(output));
     output.stride = 64;
-    output.data = doubled.pixels.data();
+    output.data = upscaled.pixels.data();
     ASSERT_EQ(orvane_process(instance.Handle(), &output, &input), ORVANE_OK);
-    EXPECT_EQ(Difference(doubled, DoublePicture(m_network, picture)), "");
+    EXPECT_EQ(Difference(upscaled, UpscaleImage(m_network, image)), "");
 
     orvane_check_class untouched{77, 88};
     EXPECT_EQ(orvane_check_supported(nullptr, &untouched), ORVANE_ERROR_INVALID);
@@ -292,12 +292,12 @@ TEST_F(Exports, SharesAnInstanceBetweenThreadsUntilItIsClosed) {
             threads.emplace_back([&, seed, handle = instance.Handle()] {
                 int result = 1;
                 for (uint32_t i = seed;; ++i, ++frames) {
-                    const Picture picture = MakeRandomPicture(i % 4 == 3 ? 4 : 7, 5, i);
-                    const Picture doubled = Process(handle, picture, result);
+                    const Image image = MakeRandomImage(i % 4 == 3 ? 4 : 7, 5, i);
+                    const Image upscaled = Process(handle, image, result);
                     if (result != ORVANE_OK) {
                         break;
                     }
-                    EXPECT_EQ(Difference(doubled, DoublePicture(m_network, picture)), "");
+                    EXPECT_EQ(Difference(upscaled, UpscaleImage(m_network, image)), "");
                 }
                 EXPECT_EQ(result, ORVANE_ERROR_INVALID);
                 --running;

@@ -49,13 +49,13 @@ class FailureSweep : public testing::Test {
 protected:
     static void SetUpTestSuite() { InstallHooks(); }
 
-    void ExpectGoodFrame(const Picture& picture) { ExpectDoubled(m_handle, m_network, picture); }
+    void ExpectGoodFrame(const Image& image) { ExpectUpscaled(m_handle, m_network, image); }
 
     // Nothing is left, and the next open, frame and close succeed and leave nothing either.
     void ExpectWhole() {
         EXPECT_EQ(Held(), "");
         EXPECT_EQ(CallOpen(), 0);
-        ExpectGoodFrame(m_picture);
+        ExpectGoodFrame(m_image);
         EXPECT_EQ(orvane_close(m_handle), ORVANE_OK);
         EXPECT_EQ(Held(), "");
         EXPECT_EQ(m_log.TakeTexts(), Lines{});
@@ -129,9 +129,9 @@ protected:
         return m_handle != nullptr ? 0 : -1;
     }
 
-    int CallProcess(const Picture& picture) {
+    int CallProcess(const Image& image) {
         int result = 1;
-        Process(m_handle, picture, result);
+        Process(m_handle, image, result);
         return result;
     }
 
@@ -139,7 +139,7 @@ protected:
         return {"orvane_open", [] {}, [this] { return CallOpen(); },
                 [this](const Outcome& outcome) {
                     if (outcome.Succeeded()) {
-                        ExpectGoodFrame(m_picture);
+                        ExpectGoodFrame(m_image);
                         orvane_close(m_handle);
                     }
                 }};
@@ -165,13 +165,13 @@ protected:
                 EXPECT_EQ(m_log.TakeTexts(),
                           Lines{"sample is null or not initialized, possibly after a resolution change failed."});
             }
-            ExpectGoodFrame(m_picture);
+            ExpectGoodFrame(m_image);
         }
         orvane_close(m_handle);
     }
 
     Operation Frame() {
-        return {"orvane_process", [this] { CallOpen(); }, [this] { return CallProcess(m_picture); },
+        return {"orvane_process", [this] { CallOpen(); }, [this] { return CallProcess(m_image); },
                 [this](const Outcome&) {
                     ExpectGoodFrame(m_another);
                     orvane_close(m_handle);
@@ -195,9 +195,9 @@ protected:
     TempFolder m_folder;
     ReferenceNetwork m_network = MakeRandomNetwork(4, 0, 1);
     std::filesystem::path m_model = WriteModel(m_folder, "model.en2", m_network);
-    Picture m_picture = MakeRandomPicture(8, 6, 1);
-    Picture m_another = MakeRandomPicture(8, 6, 2);
-    Picture m_larger = MakeRandomPicture(9, 7, 3);
+    Image m_image = MakeRandomImage(8, 6, 1);
+    Image m_another = MakeRandomImage(8, 6, 2);
+    Image m_larger = MakeRandomImage(9, 7, 3);
     orvane_handle m_handle = nullptr;
 };
 
@@ -245,7 +245,7 @@ TEST_F(FailureSweep, DeviceWithoutHalfPrecisionIsRefused) {
 TEST_F(FailureSweep, WaitThatEndsEarlyIsRepeated) {
     CallOpen();
     Arm({"WaitForSingleObjectEx", 1, S_OK});
-    ExpectGoodFrame(m_picture);
+    ExpectGoodFrame(m_image);
     ASSERT_TRUE(Disarm());
     orvane_close(m_handle);
     ExpectWhole();

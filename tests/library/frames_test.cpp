@@ -15,7 +15,7 @@ struct FrameCase {
     int32_t channels;
     int32_t depth;
     const char* modelFile;
-    size_t stride;  // of the doubled picture
+    size_t stride;  // of the upscaled image
 };
 
 // What the library says of the adapter that it would choose.
@@ -62,7 +62,7 @@ TEST(Adapter, IsNotTrustedWithLargerViewsThanItsVendorIsKnownFor) {
 
 class Frames : public testing::TestWithParam<FrameCase> {};
 
-TEST_P(Frames, AreDoubledAsTheNetworkSays) {
+TEST_P(Frames, AreUpscaledAsTheNetworkSays) {
     const FrameCase& c = GetParam();
     const TempFolder folder;
     const ReferenceNetwork network = MakeRandomNetwork(c.channels, c.depth, c.width * 31 + c.height);
@@ -72,7 +72,7 @@ TEST_P(Frames, AreDoubledAsTheNetworkSays) {
 
     // The second frame must not show the first.
     for (const uint32_t seed : {1U, 2U}) {
-        ExpectDoubled(instance.Handle(), network, MakeRandomPicture(c.width, c.height, seed), c.stride);
+        ExpectUpscaled(instance.Handle(), network, MakeRandomImage(c.width, c.height, seed), c.stride);
     }
 }
 

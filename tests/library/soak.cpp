@@ -28,16 +28,16 @@ uint32_t Pick(Random& random, size_t low, size_t high) {
     return static_cast<uint32_t>(low + random() % (high - low + 1));
 }
 
-void ProcessOne(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture, Random& random) {
-    const orvane_frame input = InputFrame(picture);
+void ProcessOne(orvane_handle handle, const ReferenceNetwork& network, const Image& image, Random& random) {
+    const orvane_frame input = InputFrame(image);
     orvane_frame output{};
     const auto unknown = reinterpret_cast<orvane_handle>(&output);
     EXPECT_EQ(orvane_process(unknown, &output, &input), ORVANE_ERROR_INVALID);
     EXPECT_EQ(orvane_process(handle, &output, &input), ORVANE_ERROR_INVALID);  // no data
-    const size_t rowBytes = size_t{picture.width} * 8;
+    const size_t rowBytes = size_t{image.width} * 8;
     const std::array<size_t, 3> strides{rowBytes, Pick(random, 0, rowBytes),
                                         Pick(random, rowBytes, 2 * rowBytes + 512)};
-    ExpectDoubled(handle, network, picture, strides[Pick(random, 0, 2)]);
+    ExpectUpscaled(handle, network, image, strides[Pick(random, 0, 2)]);
     ++g_frames;
 }
 
@@ -60,7 +60,7 @@ void RunInstance(const TempFolder& folder, Random& random) {
             height = height % 48 + 1;
             ++g_sizeChanges;
         }
-        ProcessOne(instance.Handle(), network, MakeRandomPicture(width, height, random()), random);
+        ProcessOne(instance.Handle(), network, MakeRandomImage(width, height, random()), random);
     }
     lock.lock();
 }

@@ -24,13 +24,13 @@ constexpr const wchar_t* kName = L"liborvane.dll";
 
 const std::error_code kNotFound(ERROR_MOD_NOT_FOUND, std::system_category());
 
-// Of the frame's picture, the input's padding included.
-Input InputOf(const Picture& picture) {
-    const auto width = static_cast<int32_t>(picture.width);
-    return {picture.pixels.data(), width, static_cast<int32_t>(picture.height), width * 4, 7};
+// Of the frame's image, the input's padding included.
+Input InputOf(const Image& image) {
+    const auto width = static_cast<int32_t>(image.width);
+    return {image.pixels.data(), width, static_cast<int32_t>(image.height), width * 4, 7};
 }
 
-int LargestDifference(const Picture& a, const Picture& b) {
+int LargestDifference(const Image& a, const Image& b) {
     int largest = a.pixels.size() == b.pixels.size() ? 0 : 256;
     for (size_t i = 0; largest < 256 && i < a.pixels.size(); ++i) {
         largest = std::max(largest, std::abs(a.pixels[i] - b.pixels[i]));
@@ -48,12 +48,12 @@ protected:
     }
 
     // The result must be the network's, and the record that of the frame.
-    void ExpectDoubled(Instance& instance, uint32_t width, uint32_t height) const {
-        const Picture picture = MakeRandomPicture(width, height, width);
-        Picture doubled(2 * width, 2 * height);
-        Output output{doubled.pixels.data(), static_cast<int32_t>(8 * width)};
-        EXPECT_EQ(instance.Process(output, InputOf(picture)), Result::kOk);
-        EXPECT_LE(LargestDifference(doubled, DoublePicture(m_network, picture)), 2) << width << " x " << height;
+    void ExpectUpscaled(Instance& instance, uint32_t width, uint32_t height) const {
+        const Image image = MakeRandomImage(width, height, width);
+        Image upscaled(2 * width, 2 * height);
+        Output output{upscaled.pixels.data(), static_cast<int32_t>(8 * width)};
+        EXPECT_EQ(instance.Process(output, InputOf(image)), Result::kOk);
+        EXPECT_LE(LargestDifference(upscaled, UpscaleImage(m_network, image)), 2) << width << " x " << height;
         EXPECT_EQ(output.userValue, 7U);
         EXPECT_EQ(output.format, 0xC0FFEEU);
     }
@@ -105,7 +105,7 @@ TEST_F(Wrapper, IsLoadedForAsLongAsAnInstanceLives) {
     }
     const int linesOfOpen = *lines;
     EXPECT_GT(linesOfOpen, 0);
-    ExpectDoubled(instance, 5, 3);
+    ExpectUpscaled(instance, 5, 3);
     EXPECT_GT(*lines, linesOfOpen);
     instance.Close();
     EXPECT_FALSE(instance);
@@ -132,7 +132,7 @@ TEST_F(Wrapper, CanBeUnloadedUnderAnOpenInstance) {
         EXPECT_EQ(GetModuleHandleW(kName), nullptr);
     }
     Instance instance = Library::Load().Open(options);
-    ExpectDoubled(instance, 8, 6);
+    ExpectUpscaled(instance, 8, 6);
     CoUninitialize();  // what the first of them has done
     CoUninitialize();
     CoUninitialize();
@@ -172,7 +172,7 @@ TEST_F(Wrapper, OpensModelsWhosePathsAnsiCannotExpress) {
     for (const wchar_t* name : {L"\u6A21/a.en", L"\u6A21/a model with a long name.en", L"\u6A21\u578B.en2",
                                 L"b/\u6A21\u578B with a long name.bin", L"b/plain, with a long name.EN"}) {
         Instance instance = library.Open(Options(name));
-        ExpectDoubled(instance, 8, 6);
+        ExpectUpscaled(instance, 8, 6);
     }
     OpenOptions options = Options();
     std::error_code error;
@@ -194,7 +194,7 @@ TEST_F(Wrapper, MovedFromIsEmptyAndWhatItReplacesIsClosed) {
     EXPECT_FALSE(second);  // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
     Instance& self = third;
     third = std::move(self);
-    ExpectDoubled(third, 8, 6);
+    ExpectUpscaled(third, 8, 6);
     // COM counts the instances: one that was replaced but not closed would keep it initialised.
     third.Close();
     EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
@@ -206,8 +206,8 @@ TEST_F(Wrapper, FramesThatCannotBeAreRefusedAndOnlyAFailedChangeOfSizeCloses) {
     Instance instance = library.Open(Options());
     std::vector<uint8_t> pixels(size_t{1} << 20);
     const void* const from = pixels.data();
-    std::vector<uint8_t> doubled(size_t{1} << 20);
-    const Output to{doubled.data(), 64};
+    std::vector<uint8_t> upscaled(size_t{1} << 20);
+    const Output to{upscaled.data(), 64};
     const std::pair<Input, Output> refused[] = {
         {{from, 8, 6, 28}, to},         {{from, 8, 6, 33}, to},    {{from, 8, 6, -32}, to},
         {{from, 0, 6, 32}, to},         {{from, -8, 6, 32}, to},   {{from, 8, 0, 32}, to},
@@ -217,13 +217,13 @@ TEST_F(Wrapper, FramesThatCannotBeAreRefusedAndOnlyAFailedChangeOfSizeCloses) {
     for (const auto& [input, output] : refused) {
         EXPECT_EQ(instance.Process(Output(output), input), Result::kInvalid) << input.stride << ", " << input.height;
     }
-    EXPECT_EQ(instance.Process({doubled.data(), -64}, {from, 8, 6, 32}), Result::kFailed);
-    ExpectDoubled(instance, 8, 6);
-    EXPECT_EQ(instance.Process({doubled.data(), 64}, {from, 8193, 1, 8193 * 4}), Result::kFailed);
+    EXPECT_EQ(instance.Process({upscaled.data(), -64}, {from, 8, 6, 32}), Result::kFailed);
+    ExpectUpscaled(instance, 8, 6);
+    EXPECT_EQ(instance.Process({upscaled.data(), 64}, {from, 8193, 1, 8193 * 4}), Result::kFailed);
     EXPECT_FALSE(instance);
-    EXPECT_EQ(instance.Process({doubled.data(), 64}, {from, 8, 6, 32}), Result::kInvalid);
+    EXPECT_EQ(instance.Process({upscaled.data(), 64}, {from, 8, 6, 32}), Result::kInvalid);
     instance = library.Open(Options());
-    ExpectDoubled(instance, 6, 8);
+    ExpectUpscaled(instance, 6, 8);
 }
 
 }  // namespace

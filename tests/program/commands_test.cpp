@@ -41,7 +41,7 @@ protected:
     const std::filesystem::path m_folder = m_temporary.Path() / L"\u6A21 \u00FC";
 };
 
-TEST_F(Commands, ModelsAreMadeSealedOpenedAndExplained) {
+TEST_F(Commands, ModelsAreMadeEncryptedOpenedAndExplained) {
     std::filesystem::create_directory(m_folder / "weights");
     std::ofstream(m_folder / "weights/planted.en") << "never looked at";
     Expect(m_folder, {
@@ -52,7 +52,7 @@ TEST_F(Commands, ModelsAreMadeSealedOpenedAndExplained) {
                          {L"model seal a.bin a.txt", 2, "must end in .en"},
                          {L"model seal a.bin \u6A21.en2", 0, "Wrote: \u6A21.en2 (20576 bytes)"},
                          {L"model info \u6A21.en2", 0, "Complete, and every value is finite."},
-                         {L"model open \u6A21.en2 b.en", 2, "means an enciphered file"},
+                         {L"model open \u6A21.en2 b.en", 2, "means an encrypted file"},
                          {L"model open a.bin b.bin", 2, "must end in .en or .en2"},
                          {L"model open \u6A21.en2 b.bin", 0, "Wrote: b.bin (20544 bytes)"},
                          {L"model info b.bin --depth 2", 1, "13176 bytes are missing"},

@@ -1,4 +1,4 @@
-// Pictures and picture files for the tests of the programs.
+// Images and image files for the tests of the programs.
 #pragma once
 
 #include <cstdint>
@@ -75,19 +75,19 @@ struct Tiff {
 inline void IgnoreWarning(const std::string& /*text*/) {
 }
 
-inline Picture Read(const std::filesystem::path& path) {
-    return PictureReader(LongPath(path)).Read(IgnoreWarning);
+inline Image Read(const std::filesystem::path& path) {
+    return ImageReader(LongPath(path)).Read(IgnoreWarning);
 }
 
-inline Picture RandomPicture(uint32_t width, uint32_t height, uint32_t seed) {
-    Picture picture;
-    picture.width = width;
-    picture.height = height;
-    picture.pixels = test::MakeRandomPicture(width, height, seed).pixels;
-    for (size_t i = 3; i < picture.pixels.size(); i += 4) {
-        picture.pixels[i] = 255;
+inline Image RandomImage(uint32_t width, uint32_t height, uint32_t seed) {
+    Image image;
+    image.width = width;
+    image.height = height;
+    image.pixels = test::MakeRandomImage(width, height, seed).pixels;
+    for (size_t i = 3; i < image.pixels.size(); i += 4) {
+        image.pixels[i] = 255;
     }
-    return picture;
+    return image;
 }
 
 }  // namespace orvane::tool

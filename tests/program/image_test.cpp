@@ -13,8 +13,8 @@
 #include "apps/orvane/images/wic.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/pipeline.h"
-#include "tests/support/failure_of.h"
 #include "tests/program/image_files.h"
+#include "tests/support/failure_of.h"
 #include "tests/support/temp_folder.h"
 
 namespace orvane::tool {
@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(PictureReader, TurnsUprightAndRoundsWideChannels) {
+TEST(ImageReader, TurnsUprightAndRoundsWideChannels) {
     const TempFolder folder;
     const std::vector<std::string> upright{"1234562", "2143652", "6543212", "5634122",
                                            "1352463", "5316423", "6425313", "2461353"};
@@ -33,16 +33,15 @@ TEST(PictureReader, TurnsUprightAndRoundsWideChannels) {
                 const uint32_t value = channel == 3 ? 255 : 2 * y + x + 1;
                 return bits == 8 ? value : value * 257 + (channel == 3 ? 0 : 128) - (channel == 0 ? 256 : 0);
             };
-            const Picture picture = Read(folder.Write("turned.tif", tiff.Bytes()));
+            const Image image = Read(folder.Write("turned.tif", tiff.Bytes()));
             std::string numbers;
-            for (size_t i = 0; i < picture.pixels.size(); i += 4) {
-                numbers += std::to_string(picture.pixels[i + 1]);
-                EXPECT_EQ(picture.pixels[i], picture.pixels[i + 1]) << "almost half a code below, almost half above";
+            for (size_t i = 0; i < image.pixels.size(); i += 4) {
+                numbers += std::to_string(image.pixels[i + 1]);
+                EXPECT_EQ(image.pixels[i], image.pixels[i + 1]) << "almost half a code below, almost half above";
             }
-            EXPECT_EQ(numbers + std::to_string(picture.width), upright[orientation - 1U])
-                << orientation << ", " << bits;
-            EXPECT_EQ(picture.colourProfile.size(), 20U);
-            EXPECT_EQ(picture.dpiX, 150);
+            EXPECT_EQ(numbers + std::to_string(image.width), upright[orientation - 1U]) << orientation << ", " << bits;
+            EXPECT_EQ(image.colourProfile.size(), 20U);
+            EXPECT_EQ(image.dpiX, 150);
         }
     }
     EXPECT_TRUE(Read(folder.Write("other.tif", Tiff{.colourSpace = "CMYK"}.Bytes())).colourProfile.empty());
@@ -68,60 +67,59 @@ bool HasProfileInTwoSegments(const fs::path& path) {
            text.substr(first + 65537, 14) == std::string("ICC_PROFILE\0\2\2", 14);
 }
 
-TEST(WritePicture, KeepsWhatTheFormatCan) {
+TEST(WriteImage, KeepsWhatTheFormatCan) {
     const TempFolder folder;
-    Picture picture = RandomPicture(20, 10, 3);
-    picture.colourProfile = ColourProfile();
-    picture.dpiX = picture.dpiY = 300;
+    Image image = RandomImage(20, 10, 3);
+    image.colourProfile = ColourProfile();
+    image.dpiX = image.dpiY = 300;
     struct Case {
-        PictureFormat format;
+        ImageFormat format;
         bool keepsAlpha;
         bool mayLoseProfile;  // as Wine does
     };
-    for (const Case& test : {Case{PictureFormat::kPng, true, false}, Case{PictureFormat::kJpeg, false, false},
-                             Case{PictureFormat::kTiff, true, true}, Case{PictureFormat::kBmp, false, true}}) {
+    for (const Case& test : {Case{ImageFormat::kPng, true, false}, Case{ImageFormat::kJpeg, false, false},
+                             Case{ImageFormat::kTiff, true, true}, Case{ImageFormat::kBmp, false, true}}) {
         for (const bool hasAlpha : {false, true}) {
             SCOPED_TRACE(NameOf(test.format));
-            picture.hasAlpha = hasAlpha;
-            picture.pixels[3] = hasAlpha ? 0 : 255;
+            image.hasAlpha = hasAlpha;
+            image.pixels[3] = hasAlpha ? 0 : 255;
             size_t warnings = 0;
             const fs::path path = (folder.Path() / "x").replace_extension(EndingOf(test.format));
-            WritePicture(path, picture, {test.format, 100}, [&](const std::string& /*text*/) { ++warnings; });
-            const Picture back = Read(path);
-            const bool keepsProfile = test.format == PictureFormat::kJpeg ? HasProfileInTwoSegments(path)
-                                                                          : back.colourProfile == picture.colourProfile;
+            WriteImage(path, image, {test.format, 100}, [&](const std::string& /*text*/) { ++warnings; });
+            const Image back = Read(path);
+            const bool keepsProfile = test.format == ImageFormat::kJpeg ? HasProfileInTwoSegments(path)
+                                                                        : back.colourProfile == image.colourProfile;
             EXPECT_TRUE(keepsProfile || test.mayLoseProfile);
             EXPECT_EQ(warnings, (keepsProfile ? 0U : 1U) + (hasAlpha && !test.keepsAlpha ? 1U : 0U));
             EXPECT_EQ(back.hasAlpha, hasAlpha && test.keepsAlpha);
             EXPECT_NEAR(back.dpiX, 300, 0.1);
-            EXPECT_TRUE(test.format == PictureFormat::kJpeg || (hasAlpha && !test.keepsAlpha) ||
-                        back.pixels == picture.pixels);
+            EXPECT_TRUE(test.format == ImageFormat::kJpeg || (hasAlpha && !test.keepsAlpha) ||
+                        back.pixels == image.pixels);
         }
     }
 }
 
 // A disk that takes nothing, which Linux has.
-TEST(WritePicture, FailsOnAFullDiskWhateverTheFormat) {
+TEST(WriteImage, FailsOnAFullDiskWhateverTheFormat) {
     const fs::path full = "Z:/dev/full";
     if (!std::ofstream(full).is_open()) {
         GTEST_SKIP() << "there is no such disk here";
     }
-    Picture picture = RandomPicture(200, 100, 1);
-    picture.colourProfile = ColourProfile();
-    for (const PictureFormat format :
-         {PictureFormat::kPng, PictureFormat::kJpeg, PictureFormat::kTiff, PictureFormat::kBmp}) {
-        EXPECT_THROW(WritePicture(full, picture, {format}, IgnoreWarning), Failure) << NameOf(format);
+    Image image = RandomImage(200, 100, 1);
+    image.colourProfile = ColourProfile();
+    for (const ImageFormat format : {ImageFormat::kPng, ImageFormat::kJpeg, ImageFormat::kTiff, ImageFormat::kBmp}) {
+        EXPECT_THROW(WriteImage(full, image, {format}, IgnoreWarning), Failure) << NameOf(format);
     }
 }
 
-Picture WithRandomAlpha(uint32_t width, uint32_t height) {
-    Picture picture = RandomPicture(width, height, 5);
-    const Picture alpha = RandomPicture(width, height, 6);
-    for (size_t i = 0; i < picture.pixels.size(); i += 4) {
-        picture.pixels[i + 3] = alpha.pixels[i] < 100 ? 0 : alpha.pixels[i];
+Image WithRandomAlpha(uint32_t width, uint32_t height) {
+    Image image = RandomImage(width, height, 5);
+    const Image alpha = RandomImage(width, height, 6);
+    for (size_t i = 0; i < image.pixels.size(); i += 4) {
+        image.pixels[i + 3] = alpha.pixels[i] < 100 ? 0 : alpha.pixels[i];
     }
-    picture.hasAlpha = true;
-    return picture;
+    image.hasAlpha = true;
+    return image;
 }
 
 // Catmull and Rom's kernel.
@@ -130,12 +128,12 @@ double Cubic(double distance) {
     return d < 1 ? 1.5 * d * d * d - 2.5 * d * d + 1 : (d < 2 ? -0.5 * d * d * d + 2.5 * d * d - 4 * d + 2 : 0);
 }
 
-TEST(DoubleAlpha, IsCubicInBothDirections) {
+TEST(UpscaleAlpha, IsCubicInBothDirections) {
     for (const auto& [width, height] : {std::pair{9U, 7U}, {1U, 6U}, {5U, 1U}, {1U, 1U}}) {
-        const Picture input = WithRandomAlpha(width, height);
-        const Picture before = RandomPicture(2 * width, 2 * height, 7);
-        Picture output = before;
-        DoubleAlpha(input, output);
+        const Image input = WithRandomAlpha(width, height);
+        const Image before = RandomImage(2 * width, 2 * height, 7);
+        Image output = before;
+        UpscaleAlpha(input, output);
         EXPECT_TRUE(output.hasAlpha);
         for (uint32_t y = 0; y < output.height; ++y) {
             for (uint32_t x = 0; x < output.width; ++x) {
@@ -160,11 +158,11 @@ TEST(DoubleAlpha, IsCubicInBothDirections) {
 }
 
 // How many steps it is to the nearest pixel that shows, corners counting as one.
-int DistanceToVisible(const Picture& picture, int x, int y) {
+int DistanceToVisible(const Image& image, int x, int y) {
     int least = 1000;
-    for (int row = 0; row < static_cast<int>(picture.height); ++row) {
-        for (int column = 0; column < static_cast<int>(picture.width); ++column) {
-            if (picture.Row(static_cast<uint32_t>(row))[4 * column + 3] != 0) {
+    for (int row = 0; row < static_cast<int>(image.height); ++row) {
+        for (int column = 0; column < static_cast<int>(image.width); ++column) {
+            if (image.Row(static_cast<uint32_t>(row))[4 * column + 3] != 0) {
                 least = std::min(least, std::max(std::abs(row - y), std::abs(column - x)));
             }
         }
@@ -173,25 +171,25 @@ int DistanceToVisible(const Picture& picture, int x, int y) {
 }
 
 TEST(SpreadColours, ReachesAsFarAsToldAndStaysWithinTheColoursThere) {
-    Picture picture = RandomPicture(23, 15, 8);
-    for (size_t i = 0; i < picture.pixels.size(); i += 4) {
+    Image image = RandomImage(23, 15, 8);
+    for (size_t i = 0; i < image.pixels.size(); i += 4) {
         const bool isVisible = i == 4 * (3 * 23 + 4) || i == 4 * (9 * 23 + 22) || i == 4 * (14 * 23);
-        picture.pixels[i + 3] = isVisible ? 1 : 0;
-        picture.pixels[i] = isVisible ? 200 : 0;  // red
+        image.pixels[i + 3] = isVisible ? 1 : 0;
+        image.pixels[i] = isVisible ? 200 : 0;  // red
     }
-    const Picture before = picture;
-    SpreadColours(picture, 3);
-    for (uint32_t y = 0; y < picture.height; ++y) {
-        for (uint32_t x = 0; x < picture.width; ++x) {
+    const Image before = image;
+    SpreadColours(image, 3);
+    for (uint32_t y = 0; y < image.height; ++y) {
+        for (uint32_t x = 0; x < image.width; ++x) {
             const int distance = DistanceToVisible(before, static_cast<int>(x), static_cast<int>(y));
-            const uint8_t* pixel = picture.Row(y) + 4 * x;
+            const uint8_t* pixel = image.Row(y) + 4 * x;
             EXPECT_EQ(pixel[0], distance <= 3 ? 200 : 0) << x << ", " << y;
             EXPECT_EQ(pixel[3], before.Row(y)[4 * x + 3]);
             const bool isLeft = distance == 0 || distance > 3;
             EXPECT_TRUE(!isLeft || std::equal(pixel, pixel + 4, before.Row(y) + 4 * x)) << x << ", " << y;
         }
     }
-    Picture invisible = RandomPicture(3, 3, 9);
+    Image invisible = RandomImage(3, 3, 9);
     for (size_t i = 3; i < invisible.pixels.size(); i += 4) {
         invisible.pixels[i] = 0;
     }
@@ -201,13 +199,13 @@ TEST(SpreadColours, ReachesAsFarAsToldAndStaysWithinTheColoursThere) {
 }
 
 TEST(LayOnWhite, MixesByTheAlpha) {
-    Picture picture = WithRandomAlpha(20, 20);
-    const Picture before = picture;
-    LayOnWhite(picture);
-    EXPECT_FALSE(picture.hasAlpha);
-    for (size_t i = 0; i < picture.pixels.size(); ++i) {
+    Image image = WithRandomAlpha(20, 20);
+    const Image before = image;
+    LayOnWhite(image);
+    EXPECT_FALSE(image.hasAlpha);
+    for (size_t i = 0; i < image.pixels.size(); ++i) {
         const double share = before.pixels[i / 4 * 4 + 3] / 255.0;
-        EXPECT_EQ(picture.pixels[i], i % 4 == 3 ? 255 : std::lround(before.pixels[i] * share + 255 * (1 - share)));
+        EXPECT_EQ(image.pixels[i], i % 4 == 3 ? 255 : std::lround(before.pixels[i] * share + 255 * (1 - share)));
     }
 }
 

@@ -17,8 +17,8 @@
 #include <windows.h>
 
 #include "apps/utils/files/atomic_file.h"
-#include "apps/utils/process/child_process.h"
 #include "apps/utils/memory_budget.h"
+#include "apps/utils/process/child_process.h"
 #include "apps/utils/process/pipe.h"
 #include "apps/utils/progress.h"
 #include "apps/utils/utf8_arguments.h"
@@ -195,7 +195,7 @@ TEST(MemoryBudget, IsNeverOverdrawnButByOneAlone) {
     EXPECT_EQ(alone, 80);
 }
 
-// What it writes to a file when a picture is done, one fails, and one has a name that is no Unicode.
+// What it writes to a file when an image is done, one fails, and one has a name that is no Unicode.
 std::string ToldBy(const ProgressOptions& options) {
     const TempFolder folder;
     const fs::path path = folder.Path() / "told";
@@ -203,7 +203,7 @@ std::string ToldBy(const ProgressOptions& options) {
     {
         const std::unique_ptr<Progress> progress = MakeProgress(options, file);
         progress->Note("note");
-        progress->Begin({"pictures", 3});
+        progress->Begin({"images", 3});
         progress->Advance(0.5, 1, 20);
         progress->Advance(0.5, 1, 40);
         progress->Item("line", {{"event", "done"}, {"input", "\xFF\xFE"}});
@@ -223,7 +223,7 @@ TEST(Progress, TellsPeopleLinesAndProgramsObjects) {
         const auto object = nlohmann::json::parse(line);
         events.push_back(object["event"]);
         if (events.back() == "progress") {  // at most one a second, so it is the first one
-            EXPECT_EQ(object["unit"], "pictures");
+            EXPECT_EQ(object["unit"], "images");
             EXPECT_EQ(object["done"], 0);
             EXPECT_EQ(object["total"], 3);
             EXPECT_EQ(object["millisecondsPerFrame"], 20);

@@ -1,4 +1,4 @@
-"""orvane among people and their machines: Ctrl-C, full disks, long names, planted libraries, pictures of all kinds.
+"""orvane among people and their machines: Ctrl-C, full disks, long names, planted libraries, images of all kinds.
 
 usage: program_test.py ORVANE_EXE FFMPEG_EXE
 """
@@ -23,7 +23,7 @@ from PIL import Image, ImageCms
 ROOT = Path(__file__).resolve().parents[2]
 DOCUMENT = (ROOT / "docs/program.md").read_text()
 RUN = str(ROOT / "tools/wine/run-wine")
-MODEL = ("--model", "interpolating")  # what it makes of a picture is known
+MODEL = ("--model", "interpolating")  # what it makes of an image is known
 
 
 def windows_path(path):
@@ -41,9 +41,9 @@ def documented_members():
 
 
 def read(path):
-    with Image.open(path) as picture:
-        picture.load()
-        return picture
+    with Image.open(path) as image:
+        image.load()
+        return image
 
 
 def names_in(folder):
@@ -107,7 +107,7 @@ class Interrupted(ProgramTest):
         press_ctrl_c(windows_process(process))
         return process.wait(120), said.read_text()
 
-    def test_pictures(self):
+    def test_images(self):
         for i in range(24):
             self.save(f"{i}.png", noise(64, 64, seed=i))
         arguments = ("upscale", "in", "-o", "out", "--json", *MODEL)
@@ -188,7 +188,7 @@ class FullDisk(ProgramTest):
         self.assertEqual((self.folder / "old.en2").read_text(), "old")
 
     # The limit comes when the network is prepared: the memory of the software device is a file, too.
-    def test_no_picture_is_half_written(self):
+    def test_no_image_is_half_written(self):
         self.save("0.png", np.zeros((64, 64, 3), np.uint8))
         for i in range(8):
             self.save(f"large-{i}.png", noise(64, 64, seed=i))
@@ -210,7 +210,7 @@ class FullDisk(ProgramTest):
             self.assertEqual(read(self.folder / "out" / name).size, (128, 128))
 
 
-class Pictures(ProgramTest):
+class Images(ProgramTest):
     # As other programs write them. The model interpolates linearly, as Pillow's BILINEAR does.
     def test_of_all_kinds(self):
         colours = Image.fromarray(noise(20, 14))
@@ -237,20 +237,20 @@ class Pictures(ProgramTest):
             "grey.tif": (colours.convert("L"), {}),
             "bilevel.tif": (colours.convert("1"), {"compression": "group4"}),
         }
-        for name, (picture, options) in kinds.items():
-            picture.save(self.folder / "in" / name, **options)
-        self.expect(0, f"{len(kinds)} pictures done", "upscale", "in", "-o", "out", "--format", "same", "--quality", "100", *MODEL)
-        for name, (picture, _) in kinds.items():
+        for name, (image, options) in kinds.items():
+            image.save(self.folder / "in" / name, **options)
+        self.expect(0, f"{len(kinds)} images done", "upscale", "in", "-o", "out", "--format", "same", "--quality", "100", *MODEL)
+        for name, (image, _) in kinds.items():
             with self.subTest(name):
                 result = read(self.folder / "out" / name)
-                if picture is wide:
-                    picture = Image.fromarray((np.asarray(wide) // 257).astype(np.uint8))
-                expected = picture.convert("RGB").resize((40, 28), Image.BILINEAR)
+                if image is wide:
+                    image = Image.fromarray((np.asarray(wide) // 257).astype(np.uint8))
+                expected = image.convert("RGB").resize((40, 28), Image.BILINEAR)
                 difference = np.asarray(result.convert("RGB")).astype(int) - np.asarray(expected)
                 self.assertLessEqual(np.abs(difference).max(), 8 if name.endswith("jpg") else 1)
                 self.assertEqual(result.info.get("icc_profile"), profile if name == "profile.png" else None)
-                self.assertEqual(result.mode, picture.mode if picture is half else "RGB")
-                self.assertTrue(picture is not half or (np.asarray(result)[:, :, 3] == 128).all())
+                self.assertEqual(result.mode, image.mode if image is half else "RGB")
+                self.assertTrue(image is not half or (np.asarray(result)[:, :, 3] == 128).all())
 
     def test_long_names(self):
         # More than 300 characters, some of which no code page has.
@@ -258,14 +258,14 @@ class Pictures(ProgramTest):
         (self.folder / deep).mkdir(parents=True)
         for ending in (".en", ".json"):
             shutil.copy(ORVANE.parent / "weights" / ("interpolating" + ending), self.folder / deep / ("a model" + ending))
-        Image.fromarray(noise(8, 8)).save(self.folder / deep / "picture.png")
-        (self.folder / "list").write_text(f"{deep}/picture.png\n")
+        Image.fromarray(noise(8, 8)).save(self.folder / deep / "image.png")
+        (self.folder / "list").write_text(f"{deep}/image.png\n")
         model = str(deep / "a model.en")
         self.expect(0, "Complete, and every value is finite.", "model", "info", model)
-        self.expect(0, "2 pictures done", "upscale", windows_path(self.folder / deep), "--list", "list", "-o", str("out" / deep),
+        self.expect(0, "2 images done", "upscale", windows_path(self.folder / deep), "--list", "list", "-o", str("out" / deep),
                     "--model", model)
         out = self.folder / "out" / deep
-        self.assertEqual([read(path).size for path in (out / "picture.png", out / deep / "picture.png")], [(16, 16)] * 2)
+        self.assertEqual([read(path).size for path in (out / "image.png", out / deep / "image.png")], [(16, 16)] * 2)
 
 
 class PlantedFiles(ProgramTest):

@@ -9,8 +9,8 @@
 #include "apps/models/bilinear_model.h"
 #include "apps/orvane/images/wic.h"
 #include "tests/program/image_files.h"
-#include "tests/support/reference_network.h"
 #include "tests/program/run_command.h"
+#include "tests/support/reference_network.h"
 #include "tests/support/temp_folder.h"
 
 namespace orvane::tool {
@@ -44,8 +44,8 @@ void RunCases(const fs::path& folder, const std::vector<Case>& cases, const std:
     }
 }
 
-// The reference sees the picture with the rim that the program adds, and loses it again.
-Picture Expected(const test::ReferenceNetwork& network, const Picture& picture) {
+// The reference sees the image with the rim that the program adds, and loses it again.
+Image Expected(const test::ReferenceNetwork& network, const Image& image) {
     const auto rim = static_cast<uint32_t>(network.depth + 2);
     const auto mirrored = [](int64_t position, int64_t length) {
         while (position < 0 || position >= length) {
@@ -53,19 +53,19 @@ Picture Expected(const test::ReferenceNetwork& network, const Picture& picture) 
         }
         return static_cast<uint32_t>(position);
     };
-    test::Picture framed(picture.width + 2 * rim, picture.height + 2 * rim);
+    test::Image framed(image.width + 2 * rim, image.height + 2 * rim);
     for (uint32_t y = 0; y < framed.height; ++y) {
         for (uint32_t x = 0; x < framed.width; ++x) {
-            const uint32_t column = mirrored(int64_t{x} - rim, picture.width);
-            std::copy_n(picture.Row(mirrored(int64_t{y} - rim, picture.height)) + 4 * column, 4, framed.At(x, y));
+            const uint32_t column = mirrored(int64_t{x} - rim, image.width);
+            std::copy_n(image.Row(mirrored(int64_t{y} - rim, image.height)) + 4 * column, 4, framed.At(x, y));
         }
     }
-    const test::Picture doubled = test::DoublePicture(network, framed);
-    Picture expected;
-    expected.width = 2 * picture.width;
-    expected.height = 2 * picture.height;
+    const test::Image upscaled = test::UpscaleImage(network, framed);
+    Image expected;
+    expected.width = 2 * image.width;
+    expected.height = 2 * image.height;
     for (uint32_t y = 0; y < expected.height; ++y) {
-        const uint8_t* row = doubled.At(2 * rim, y + 2 * rim);
+        const uint8_t* row = upscaled.At(2 * rim, y + 2 * rim);
         expected.pixels.insert(expected.pixels.end(), row, row + expected.RowBytes());
     }
     return expected;
@@ -80,7 +80,7 @@ struct Differences {
     size_t outsidePixels = 0;
 };
 
-Differences Compare(const Picture& a, const Picture& b, uint32_t from = 0, uint32_t to = 0) {
+Differences Compare(const Image& a, const Image& b, uint32_t from = 0, uint32_t to = 0) {
     Differences result;
     for (uint32_t y = 0; y < a.height; ++y) {
         for (uint32_t x = 0; x < a.width; ++x) {
@@ -100,40 +100,40 @@ TEST(Upscale, FolderAgainstTheReferenceAndInTiles) {
     const TempFolder folder;
     const test::ReferenceNetwork network = test::MakeRandomNetwork(8, 1, 5);
     folder.Write("m.bin", test::ModelFile(network));
-    const fs::path pictures = folder.Path() / L"\u6A21\u578B \u00E9" / "in";
-    fs::create_directories(pictures / "deep");
-    const Picture first = RandomPicture(100, 90, 1);
-    const Picture small = RandomPicture(3, 1, 2);
-    WritePicture(LongPath(pictures / "first.png"), first, {}, IgnoreWarning);
-    WritePicture(LongPath(pictures / "deep" / L"\u00FC.bmp"), small, {PictureFormat::kBmp}, IgnoreWarning);
+    const fs::path images = folder.Path() / L"\u6A21\u578B \u00E9" / "in";
+    fs::create_directories(images / "deep");
+    const Image first = RandomImage(100, 90, 1);
+    const Image small = RandomImage(3, 1, 2);
+    WriteImage(LongPath(images / "first.png"), first, {}, IgnoreWarning);
+    WriteImage(LongPath(images / "deep" / L"\u00FC.bmp"), small, {ImageFormat::kBmp}, IgnoreWarning);
     const std::wstring command = L"upscale in --model ../m.bin --channels 8 --depth 1 --json -o ";
 
-    const Outcome whole = RunWithSlashes(pictures.parent_path(), command + L"out");
+    const Outcome whole = RunWithSlashes(images.parent_path(), command + L"out");
     ASSERT_EQ(whole.exitCode, 0) << whole.text;
     const auto summary = nlohmann::json::parse(whole.text.substr(whole.text.rfind(R"({"event":"summary")")));
     EXPECT_EQ(summary["done"], 2) << whole.text;
-    const Picture result = Read(pictures.parent_path() / "out/first.png");
+    const Image result = Read(images.parent_path() / "out/first.png");
     const Differences fromReference = Compare(result, Expected(network, first));
     EXPECT_LE(fromReference.largest, 2);
-    EXPECT_LE(Compare(Read(pictures.parent_path() / L"out/deep/\u00FC.png"), Expected(network, small)).largest, 2);
+    EXPECT_LE(Compare(Read(images.parent_path() / L"out/deep/\u00FC.png"), Expected(network, small)).largest, 2);
 
     // Beyond the edges lies nothing then, as the library has it.
-    ASSERT_EQ(RunWithSlashes(pictures.parent_path(), command + L"raw --raw-edges").exitCode, 0);
-    test::Picture source(first.width, first.height);
+    ASSERT_EQ(RunWithSlashes(images.parent_path(), command + L"raw --raw-edges").exitCode, 0);
+    test::Image source(first.width, first.height);
     source.pixels = first.pixels;
-    Picture expected = result;
-    expected.pixels = test::DoublePicture(network, source).pixels;
-    EXPECT_LE(Compare(Read(pictures.parent_path() / "raw/first.png"), expected).largest, 2);
+    Image expected = result;
+    expected.pixels = test::UpscaleImage(network, source).pixels;
+    EXPECT_LE(Compare(Read(images.parent_path() / "raw/first.png"), expected).largest, 2);
 
     // Two by two tiles, whose seams lie in the middle.
-    ASSERT_EQ(RunWithSlashes(pictures.parent_path(), command + L"tiled --tile 64").exitCode, 0);
-    const Picture tiled = Read(pictures.parent_path() / "tiled/first.png");
+    ASSERT_EQ(RunWithSlashes(images.parent_path(), command + L"tiled --tile 64").exitCode, 0);
+    const Image tiled = Read(images.parent_path() / "tiled/first.png");
     const Differences seams = Compare(tiled, result, 84, 108);
     EXPECT_LE(seams.largest, 1);
     EXPECT_LE(seams.inside * seams.outsidePixels, 2 * seams.outside * seams.insidePixels + seams.outsidePixels * 8);
 }
 
-TEST(Upscale, GoesOnAfterABrokenPictureAndWithWhatIsMissing) {
+TEST(Upscale, GoesOnAfterABrokenImageAndWithWhatIsMissing) {
     const TempFolder folder;
     folder.Write("m.bin", MakeBilinearModel(27, 1));
     folder.Write("in/a.tif", Tiff().Bytes());
@@ -151,15 +151,15 @@ TEST(Upscale, GoesOnAfterABrokenPictureAndWithWhatIsMissing) {
     const std::vector<Case> cases{
         {L"in -o out",
          1,
-         {"Wrote: out/a.png (4 x 6, 1 frame", "in/b.png: This is not a picture", "in/c.bmp: This is not",
-          "in/d.tif: This is not", "1 picture done, 3 failed", "orvane: 3 of 4 pictures failed"}},
-        {L"in/a.tif -o out", 0, {"Skipped: out/a.png", "0 pictures done, 1 skipped"}},
+         {"Wrote: out/a.png (4 x 6, 1 frame", "in/b.png: This is not an image", "in/c.bmp: This is not",
+          "in/d.tif: This is not", "1 image done, 3 failed", "orvane: 3 of 4 images failed"}},
+        {L"in/a.tif -o out", 0, {"Skipped: out/a.png", "0 images done, 1 skipped"}},
         {L"in/a.tif -o out/a.png --force --quiet", 0, {}},
         {L"in/a.tif -o large.jpg --passes 2", 0, {"Wrote: large.jpg (8 x 12, 2 frames"}},
         {L"--list list -o listed", 1, {"Wrote: listed/in/a.png", "x.png: There is no such file"}},
         {L"--list - < list -o listed", 1, {"Skipped: listed/in/a.png", "x.png: There is no such file"}},
         {L"twins -o out", 2, {"would both become"}},
-        {L"in/a.tif -o in --format same", 2, {"would replace the picture"}},
+        {L"in/a.tif -o in --format same", 2, {"would replace the image"}},
         {L"in/a.tif -o a.webp", 2, {"cannot be written"}},
         {L"in/a.tif -o a.png --format jpeg", 2, {"another format"}},
         {L"in/a.tif -o blocked/x", 1, {"cannot be made"}},
@@ -178,7 +178,7 @@ TEST(Upscale, GoesOnAfterABrokenPictureAndWithWhatIsMissing) {
 }
 
 // Visible red on the left, transparent black on the right: no black may get into what is visible.
-TEST(Upscale, TransparencyIsDoubledAndDarkensNothing) {
+TEST(Upscale, TransparencyIsUpscaledAndDarkensNothing) {
     const TempFolder folder;
     Tiff tiff{.width = 12, .height = 10};
     tiff.value = [](uint32_t x, uint32_t /*y*/, uint32_t channel) { return channel % 3 == 0 && x < 6 ? 255U : 0U; };
@@ -187,7 +187,7 @@ TEST(Upscale, TransparencyIsDoubledAndDarkensNothing) {
     const Outcome outcome =
         RunWithSlashes(folder.Path(), L"upscale a.tif -o b.png --model m.bin --channels 27 --depth 1");
     ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
-    const Picture result = Read(folder.Path() / "b.png");
+    const Image result = Read(folder.Path() / "b.png");
     for (uint32_t x = 0; x < 24; ++x) {
         const uint8_t* pixel = result.Row(9) + 4 * x;
         EXPECT_TRUE(pixel[3] == 0 || (pixel[0] >= 254 && pixel[1] <= 1 && pixel[2] <= 1)) << "column " << x;

@@ -1,4 +1,4 @@
-// The commands for moving pictures as people run them: frames through pipes, and whole videos with ffmpeg.
+// The commands for moving images as people run them: frames through pipes, and whole videos with ffmpeg.
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -78,32 +78,32 @@ private:
 
 constexpr const char* kModel = " --model m.bin --channels 4 --depth 1 --raw-edges ";
 
-std::string PamBytes(const test::Picture& picture, bool hasAlpha) {
-    std::string bytes = PamHeaderText({picture.width, picture.height, hasAlpha ? 4U : 3U});
-    for (size_t i = 0; i < picture.pixels.size(); ++i) {
-        bytes += hasAlpha || i % 4 != 3 ? std::string(1, static_cast<char>(picture.pixels[i])) : "";
+std::string PamBytes(const test::Image& image, bool hasAlpha) {
+    std::string bytes = PamHeaderText({image.width, image.height, hasAlpha ? 4U : 3U});
+    for (size_t i = 0; i < image.pixels.size(); ++i) {
+        bytes += hasAlpha || i % 4 != 3 ? std::string(1, static_cast<char>(image.pixels[i])) : "";
     }
     return bytes;
 }
 
-void ExpectDoubled(const Frame& frame, const test::Picture& source, const test::ReferenceNetwork& network, int number) {
-    test::Picture doubled(frame.picture.width, frame.picture.height);
-    doubled.pixels = frame.picture.pixels;
-    test::Picture expected = DoublePicture(network, source);
+void ExpectUpscaled(const Frame& frame, const test::Image& source, const test::ReferenceNetwork& network, int number) {
+    test::Image upscaled(frame.image.width, frame.image.height);
+    upscaled.pixels = frame.image.pixels;
+    test::Image expected = UpscaleImage(network, source);
     for (size_t i = 3; i < expected.pixels.size(); i += 4) {
-        doubled.pixels[i] = expected.pixels[i];
+        upscaled.pixels[i] = expected.pixels[i];
     }
-    EXPECT_EQ(Difference(doubled, expected), "") << "frame " << number;
+    EXPECT_EQ(Difference(upscaled, expected), "") << "frame " << number;
 }
 
 // The alpha of these frames does not change from pixel to pixel: what any filter leaves as it is.
-test::Picture StreamPicture(uint32_t number) {
+test::Image StreamImage(uint32_t number) {
     const bool isLate = number >= 25;
-    test::Picture picture = test::MakeRandomPicture(isLate ? 8 : 12, isLate ? 12 : 8, number);
-    for (size_t i = 3; i < picture.pixels.size(); i += 4) {
-        picture.pixels[i] = isLate ? static_cast<uint8_t>(number + 100) : 255;
+    test::Image image = test::MakeRandomImage(isLate ? 8 : 12, isLate ? 12 : 8, number);
+    for (size_t i = 3; i < image.pixels.size(); i += 4) {
+        image.pixels[i] = isLate ? static_cast<uint8_t>(number + 100) : 255;
     }
-    return picture;
+    return image;
 }
 
 TEST(Stream, DoublesFiftyFramesInOrderWithAChangeOfSizeAndAlpha) {
@@ -111,9 +111,9 @@ TEST(Stream, DoublesFiftyFramesInOrderWithAChangeOfSizeAndAlpha) {
     std::string pam;
     std::string raw;
     for (uint32_t i = 0; i < 50; ++i) {
-        const test::Picture picture = StreamPicture(i);
-        pam += PamBytes(picture, i >= 25);
-        raw += std::string(picture.pixels.begin(), picture.pixels.end());
+        const test::Image image = StreamImage(i);
+        pam += PamBytes(image, i >= 25);
+        raw += std::string(image.pixels.begin(), image.pixels.end());
     }
     place.Write("in.pam", {pam.begin(), pam.end()});
     ASSERT_EQ(place.Run(std::string("{o} stream") + kModel + "< in.pam > out.pam"), 0) << place.Said();
@@ -122,8 +122,8 @@ TEST(Stream, DoublesFiftyFramesInOrderWithAChangeOfSizeAndAlpha) {
     for (uint32_t i = 0; i < 50; ++i) {
         const auto frame = reader.Next();
         ASSERT_TRUE(frame.has_value()) << i;
-        ExpectDoubled(*frame, StreamPicture(i), place.Network(), static_cast<int>(i));
-        EXPECT_EQ(frame->picture.pixels[3], StreamPicture(i).pixels[3]) << i;
+        ExpectUpscaled(*frame, StreamImage(i), place.Network(), static_cast<int>(i));
+        EXPECT_EQ(frame->image.pixels[3], StreamImage(i).pixels[3]) << i;
     }
     EXPECT_FALSE(reader.Next().has_value());
 
@@ -135,9 +135,9 @@ TEST(Stream, DoublesFiftyFramesInOrderWithAChangeOfSizeAndAlpha) {
     MemorySource rawOutput(ContentOf(place.Path("out.raw")));
     RawFrameReader rawReader(rawOutput, 24, 16);
     for (uint32_t i = 0; i < 49; ++i) {
-        test::Picture source(12, 8);
+        test::Image source(12, 8);
         std::copy_n(raw.begin() + i * 384, 384, source.pixels.begin());
-        ExpectDoubled(rawReader.Next().value(), source, place.Network(), static_cast<int>(i));
+        ExpectUpscaled(rawReader.Next().value(), source, place.Network(), static_cast<int>(i));
     }
     EXPECT_TRUE(rawOutput.Rest().empty());
 }
@@ -159,7 +159,7 @@ void ExpectFailures(Workplace& place, const std::vector<Failing>& cases) {
 
 TEST(Stream, SaysWhatIsWrong) {
     Workplace place;
-    const std::string frame = PamBytes(test::MakeRandomPicture(4, 3, 1), false);
+    const std::string frame = PamBytes(test::MakeRandomImage(4, 3, 1), false);
     const std::string liar = "P7\nWIDTH 16000\nHEIGHT 16000\nDEPTH 4\nMAXVAL 255\nENDHDR\nabc";
     place.Write("frame", {frame.begin(), frame.end()});
     place.Write("liar", {liar.begin(), liar.end()});
@@ -176,14 +176,14 @@ TEST(Stream, SaysWhatIsWrong) {
                            {stream + "< empty > out", 0, ""}});
 }
 
-std::vector<test::Picture> RawPictures(const std::string& bytes, uint32_t width, uint32_t height) {
-    std::vector<test::Picture> pictures;
+std::vector<test::Image> RawImages(const std::string& bytes, uint32_t width, uint32_t height) {
+    std::vector<test::Image> images;
     for (size_t at = 0; at < bytes.size(); at += size_t{width} * height * 4) {
-        pictures.emplace_back(width, height);
+        images.emplace_back(width, height);
         std::copy_n(bytes.begin() + static_cast<ptrdiff_t>(at), size_t{width} * height * 4,
-                    pictures.back().pixels.begin());
+                    images.back().pixels.begin());
     }
-    return pictures;
+    return images;
 }
 
 // When the frames of a video are shown, a line each.
@@ -216,12 +216,12 @@ TEST(Video, KeepsSoundTimesAspectAndFrames) {
         EXPECT_EQ(place.Run("{f} -v error -i " + file + " -pix_fmt rgba -f rawvideo -vsync 0 " + name + ".raw"), 0);
         EXPECT_EQ(place.Run("{f} -v error -i " + file + " -map 0:a -c copy -f md5 " + name + ".md5"), 0);
     }
-    const auto sources = RawPictures(ContentOf(place.Path("in.raw")), 16, 12);
-    const auto results = RawPictures(ContentOf(place.Path("out.raw")), 32, 24);
+    const auto sources = RawImages(ContentOf(place.Path("in.raw")), 16, 12);
+    const auto results = RawImages(ContentOf(place.Path("out.raw")), 32, 24);
     ASSERT_EQ(sources.size(), 30U);
     ASSERT_EQ(results.size(), 30U);
     for (size_t i = 0; i < sources.size(); i += 7) {
-        EXPECT_EQ(Difference(results[i], DoublePicture(place.Network(), sources[i])), "") << "frame " << i;
+        EXPECT_EQ(Difference(results[i], UpscaleImage(place.Network(), sources[i])), "") << "frame " << i;
     }
     EXPECT_EQ(ContentOf(place.Path("in.md5")), ContentOf(place.Path("out.md5")));
     EXPECT_EQ(Times(place, "in.mkv"), Times(place, "out.mkv"));
@@ -252,9 +252,9 @@ TEST(Video, TurnsUprightAndDoublesTransparency) {
     place.Run("{f} -i turned.mkv");
     EXPECT_NE(place.Said().find(" 64x128"), std::string::npos) << place.Said();
     EXPECT_EQ(place.Said().find("rotate"), std::string::npos) << place.Said();
-    const auto shown = RawPictures(ContentOf(place.Path("s.raw")), 16, 32);
-    const auto turned = RawPictures(ContentOf(place.Path("t.raw")), 64, 128);
-    const auto clear = RawPictures(ContentOf(place.Path("c.raw")), 32, 24);
+    const auto shown = RawImages(ContentOf(place.Path("s.raw")), 16, 32);
+    const auto turned = RawImages(ContentOf(place.Path("t.raw")), 64, 128);
+    const auto clear = RawImages(ContentOf(place.Path("c.raw")), 32, 24);
     ASSERT_EQ(turned.size() * 100 + clear.size(), 505U);
     for (const auto& [x, y] : {std::pair{0U, 0U}, {63U, 55U}, {31U, 72U}, {63U, 127U}}) {
         const uint8_t* const source = shown[4].At(x / 4, y / 4);

@@ -38,10 +38,10 @@ std::filesystem::path WriteModel(const TempFolder& folder, const std::string& fi
     std::vector<uint8_t> content = ModelFile(network);
     const std::string ending = GetFileExtension(fileName);
     if (ending == "en" || ending == "en2") {
-        content = tool::EncipherContainer(content, kFileKey, random);
+        content = tool::EncryptContainer(content, kFileKey, random);
     }
     if (ending == "en2") {
-        content = tool::EncipherContainer(content, kOuterKey, random);
+        content = tool::EncryptContainer(content, kOuterKey, random);
     }
     return folder.Write(fileName, content);
 }
@@ -67,45 +67,45 @@ void Instance::Close() {
     }
 }
 
-orvane_frame InputFrame(const Picture& picture) {
+orvane_frame InputFrame(const Image& image) {
     orvane_frame frame{};
-    frame.width = static_cast<int32_t>(picture.width);
-    frame.height = static_cast<int32_t>(picture.height);
+    frame.width = static_cast<int32_t>(image.width);
+    frame.height = static_cast<int32_t>(image.height);
     frame.stride = frame.width * 4;
-    frame.data = const_cast<uint8_t*>(picture.pixels.data());  // NOLINT: the library only reads input frames
+    frame.data = const_cast<uint8_t*>(image.pixels.data());  // NOLINT: the library only reads input frames
     return frame;
 }
 
-orvane_frame OutputFrame(Picture& picture) {
-    orvane_frame frame = InputFrame(picture);
-    frame.data = picture.pixels.data();
+orvane_frame OutputFrame(Image& image) {
+    orvane_frame frame = InputFrame(image);
+    frame.data = image.pixels.data();
     return frame;
 }
 
-Picture Process(orvane_handle handle, const Picture& picture, int& result) {
-    Picture doubled(picture.width * 2, picture.height * 2);
-    const orvane_frame input = InputFrame(picture);
-    orvane_frame output = OutputFrame(doubled);
+Image Process(orvane_handle handle, const Image& image, int& result) {
+    Image upscaled(image.width * 2, image.height * 2);
+    const orvane_frame input = InputFrame(image);
+    orvane_frame output = OutputFrame(upscaled);
     result = orvane_process(handle, &output, &input);
-    return doubled;
+    return upscaled;
 }
 
-void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture, size_t stride) {
-    SCOPED_TRACE(testing::Message() << picture.width << " x " << picture.height << ", " << network.channels
+void ExpectUpscaled(orvane_handle handle, const ReferenceNetwork& network, const Image& image, size_t stride) {
+    SCOPED_TRACE(testing::Message() << image.width << " x " << image.height << ", " << network.channels
                                     << " channels, depth " << network.depth << ", stride " << stride);
     constexpr uint8_t kUntouched = 0xA5;
-    const Picture expected = DoublePicture(network, picture);
+    const Image expected = UpscaleImage(network, image);
     const size_t rowBytes = size_t{expected.width} * 4;
     const size_t pitch = (rowBytes + 255) / 256 * 256;
     std::vector<uint8_t> rows(stride * (expected.height + 1) + 1, kUntouched);
-    orvane_frame input = InputFrame(picture);
+    orvane_frame input = InputFrame(image);
     input.width = 1;  // the stride counts
     orvane_frame output = InputFrame(expected);
     output.stride = static_cast<int32_t>(stride);
     output.data = rows.data();
     ASSERT_EQ(orvane_process(handle, &output, &input), ORVANE_OK);
 
-    Picture seen = expected;
+    Image seen = expected;
     for (size_t y = 0; y <= expected.height; ++y) {
         const uint8_t* const row = rows.data() + y * stride;
         const size_t written = y < expected.height ? std::min(pitch, stride) : 0;
@@ -116,7 +116,7 @@ void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const 
     EXPECT_EQ(Difference(seen, expected), "");
 }
 
-std::string Difference(const Picture& actual, const Picture& expected) {
+std::string Difference(const Image& actual, const Image& expected) {
     if (actual.width != expected.width || actual.height != expected.height) {
         return "the sizes differ";
     }

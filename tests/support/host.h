@@ -24,7 +24,7 @@ public:
     std::vector<std::string> TakeTexts();
 };
 
-// Writes the network's model file, enciphered as the name's ending says.
+// Writes the network's model file, encrypted as the name's ending says.
 std::filesystem::path WriteModel(const TempFolder& folder, const std::string& fileName,
                                  const ReferenceNetwork& network);
 
@@ -46,23 +46,23 @@ private:
     orvane_handle m_handle;
 };
 
-// The frame of a picture whose rows follow each other without padding.
-orvane_frame InputFrame(const Picture& picture);
-orvane_frame OutputFrame(Picture& picture);
+// The frame of an image whose rows follow each other without padding.
+orvane_frame InputFrame(const Image& image);
+orvane_frame OutputFrame(Image& image);
 
-// Doubles one picture; the result code is written to `result`.
-Picture Process(orvane_handle handle, const Picture& picture, int& result);
+// Upscales one image; the result code is written to `result`.
+Image Process(orvane_handle handle, const Image& image, int& result);
 
-// Doubles one picture and expects what plain arithmetic makes of it, in rows `stride` bytes apart, with nothing written
+// Upscales one image and expects what plain arithmetic makes of it, in rows `stride` bytes apart, with nothing written
 // beyond them but the padding that may be.
-void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture, size_t stride);
-inline void ExpectDoubled(orvane_handle handle, const ReferenceNetwork& network, const Picture& picture) {
-    ExpectDoubled(handle, network, picture, size_t{picture.width} * 8);
+void ExpectUpscaled(orvane_handle handle, const ReferenceNetwork& network, const Image& image, size_t stride);
+inline void ExpectUpscaled(orvane_handle handle, const ReferenceNetwork& network, const Image& image) {
+    ExpectUpscaled(handle, network, image, size_t{image.width} * 8);
 }
 
-// Empty when the pictures are as close as the GPU's rounding allows: no byte differs by more than 2, and 99.9 % of them
+// Empty when the images are as close as the GPU's rounding allows: no byte differs by more than 2, and 99.9 % of them
 // by at most 1. Otherwise says where they differ.
-std::string Difference(const Picture& actual, const Picture& expected);
+std::string Difference(const Image& actual, const Image& expected);
 
 // The lines in one, with " | " between them.
 std::string Joined(const std::vector<std::string>& lines);

@@ -94,27 +94,27 @@ void ReadModelFile(const std::vector<uint8_t>& file, ReferenceNetwork& network) 
     }
 }
 
-Picture MakeRandomPicture(uint32_t width, uint32_t height, uint32_t seed) {
+Image MakeRandomImage(uint32_t width, uint32_t height, uint32_t seed) {
     std::mt19937 random(seed);
-    Picture picture(width, height);
-    std::generate(picture.pixels.begin(), picture.pixels.end(), [&] { return static_cast<uint8_t>(random()); });
-    return picture;
+    Image image(width, height);
+    std::generate(image.pixels.begin(), image.pixels.end(), [&] { return static_cast<uint8_t>(random()); });
+    return image;
 }
 
-Picture DoublePicture(const ReferenceNetwork& network, const Picture& picture) {
-    Planes planes{picture.width, picture.height, {}};
+Image UpscaleImage(const ReferenceNetwork& network, const Image& image) {
+    Planes planes{image.width, image.height, {}};
     for (const size_t colour : {2U, 1U, 0U}) {  // channel 0 is blue
-        for (size_t i = colour; i < picture.pixels.size(); i += 4) {
-            planes.values.push_back(RoundToHalf(picture.pixels[i] / 255.0));
+        for (size_t i = colour; i < image.pixels.size(); i += 4) {
+            planes.values.push_back(RoundToHalf(image.pixels[i] / 255.0));
         }
     }
     for (const ReferenceLayer& layer : network.layers) {
         planes = Convolve(layer, planes);
     }
-    Picture doubled(picture.width * 2, picture.height * 2);
-    for (uint32_t y = 0; y < doubled.height; ++y) {
-        for (uint32_t x = 0; x < doubled.width; ++x) {
-            uint8_t* const pixel = doubled.At(x, y);
+    Image upscaled(image.width * 2, image.height * 2);
+    for (uint32_t y = 0; y < upscaled.height; ++y) {
+        for (uint32_t x = 0; x < upscaled.width; ++x) {
+            uint8_t* const pixel = upscaled.At(x, y);
             for (size_t c = 0; c < 3; ++c) {
                 const double value = planes.At(c * 4 + y % 2 * 2 + x % 2, x / 2, y / 2);
                 pixel[2 - c] = static_cast<uint8_t>(std::lround(value * 255.0));
@@ -122,19 +122,19 @@ Picture DoublePicture(const ReferenceNetwork& network, const Picture& picture) {
             pixel[3] = 255;
         }
     }
-    return doubled;
+    return upscaled;
 }
 
-double DistanceFromBilinear(const Picture& doubled, const Picture& picture) {
+double DistanceFromBilinear(const Image& upscaled, const Image& image) {
     double largest = 0;
-    for (size_t i = 0; i < doubled.pixels.size(); ++i) {
-        const size_t x = i / 4 % doubled.width;
-        const size_t y = i / 4 / doubled.width;
+    for (size_t i = 0; i < upscaled.pixels.size(); ++i) {
+        const size_t x = i / 4 % upscaled.width;
+        const size_t y = i / 4 / upscaled.width;
         // Rows and columns with the edge once more on every side.
         const auto at = [&](size_t column, size_t row) {
-            const size_t insideX = std::clamp<size_t>(column, 1, picture.width) - 1;
-            const size_t insideY = std::clamp<size_t>(row, 1, picture.height) - 1;
-            return i % 4 == 3 ? 255.0 : picture.pixels[(insideY * picture.width + insideX) * 4 + i % 4];
+            const size_t insideX = std::clamp<size_t>(column, 1, image.width) - 1;
+            const size_t insideY = std::clamp<size_t>(row, 1, image.height) - 1;
+            return i % 4 == 3 ? 255.0 : image.pixels[(insideY * image.width + insideX) * 4 + i % 4];
         };
         const size_t column = x / 2 + 1;
         const size_t row = y / 2 + 1;
@@ -142,7 +142,7 @@ double DistanceFromBilinear(const Picture& doubled, const Picture& picture) {
         const size_t otherRow = y % 2 == 0 ? row - 1 : row + 1;
         const double value = 0.75 * (0.75 * at(column, row) + 0.25 * at(otherColumn, row)) +
                              0.25 * (0.75 * at(column, otherRow) + 0.25 * at(otherColumn, otherRow));
-        largest = std::max(largest, std::abs(doubled.pixels[i] - value));
+        largest = std::max(largest, std::abs(upscaled.pixels[i] - value));
     }
     return largest;
 }

@@ -1,4 +1,4 @@
-// The network in plain arithmetic on the CPU: what the library's pictures are compared with.
+// The network in plain arithmetic on the CPU: what the library's images are compared with.
 #pragma once
 
 #include <cstddef>
@@ -29,26 +29,26 @@ std::vector<uint8_t> ModelFile(const ReferenceNetwork& network);
 void ReadModelFile(const std::vector<uint8_t>& file, ReferenceNetwork& network);
 
 // Rows of 4-byte pixels without padding.
-struct Picture {
+struct Image {
     uint32_t width = 0;
     uint32_t height = 0;
     std::vector<uint8_t> pixels;
 
-    Picture() = default;
-    Picture(uint32_t pictureWidth, uint32_t pictureHeight)
-        : width(pictureWidth), height(pictureHeight), pixels(size_t{pictureWidth} * pictureHeight * 4) {}
+    Image() = default;
+    Image(uint32_t imageWidth, uint32_t imageHeight)
+        : width(imageWidth), height(imageHeight), pixels(size_t{imageWidth} * imageHeight * 4) {}
 
     uint8_t* At(uint32_t x, uint32_t y) { return &pixels[(size_t{y} * width + x) * 4]; }
     const uint8_t* At(uint32_t x, uint32_t y) const { return &pixels[(size_t{y} * width + x) * 4]; }
 };
 
-Picture MakeRandomPicture(uint32_t width, uint32_t height, uint32_t seed);
+Image MakeRandomImage(uint32_t width, uint32_t height, uint32_t seed);
 
-// The doubled picture, rounded to half precision after every layer.
-Picture DoublePicture(const ReferenceNetwork& network, const Picture& picture);
+// The upscaled image, rounded to half precision after every layer.
+Image UpscaleImage(const ReferenceNetwork& network, const Image& image);
 
-// The largest distance of the doubled picture from bilinear interpolation. Beyond the edge lie the pixels at the edge.
-double DistanceFromBilinear(const Picture& doubled, const Picture& picture);
+// The largest distance of the upscaled image from bilinear interpolation. Beyond the edge lie the pixels at the edge.
+double DistanceFromBilinear(const Image& upscaled, const Image& image);
 
 // A finite number in half precision.
 double DecodeHalf(uint16_t bits);

@@ -31,7 +31,7 @@ TEST(TeaDecryptBlock, KnownBlocks) {
         Block cipher;
         Block plain;
     };
-    // Enciphered by a script written for this test. Bytes above 127 show a sign that is extended.
+    // Encrypted by a script written for this test. Bytes above 127 show a sign that is extended.
     const std::string_view highKey = "\xFF\xFF\xFF\xFF_\x80\x80\x80\x80_\x7F\x7F\x7F\x7F_\xFE\xFE\xFE\xFE_";
     const Block high{0xFF, 0xFE, 0x80, 0x00, 0x00, 0x01, 0x7F, 0xFF};
     const Case cases[] = {
@@ -52,7 +52,7 @@ TEST(TeaDecryptBlock, KnownBlocks) {
 }
 
 TEST(TeaDecryptBuffer, KnownContainer) {
-    // Enciphered with kFileKey by the same script; 5 bytes of padding.
+    // Encrypted with kFileKey by the same script; 5 bytes of padding.
     const Bytes container{0x09, 0x8A, 0x78, 0x5F, 0x19, 0x06, 0xDB, 0xAB, 0x6F, 0xD7, 0x60, 0xB7,
                           0x1C, 0x1B, 0xFE, 0x95, 0x18, 0x20, 0x03, 0xB3, 0x5F, 0x99, 0x2F, 0x4E};
     for (const int32_t capacity : {std::numeric_limits<int32_t>::min(), -1, 0, 8, 9, 99}) {
@@ -64,12 +64,12 @@ TEST(TeaDecryptBuffer, KnownContainer) {
     }
 }
 
-Bytes Encipher(const Bytes& plain, std::string_view key) {
+Bytes Encrypt(const Bytes& plain, std::string_view key) {
     std::mt19937 random(1);
-    return tool::EncipherContainer(plain, key, random);
+    return tool::EncryptContainer(plain, key, random);
 }
 Bytes Once(const Bytes& plain) {
-    return Encipher(plain, kFileKey);
+    return Encrypt(plain, kFileKey);
 }
 
 // The 7 bytes before the plain content's last one become its trailer.
@@ -95,7 +95,7 @@ TEST(TeaDecryptBuffer, EveryByteOfTheTrailerMustBeZero) {
 TEST(OpenModelStream, ReadsAFileAsItsEndingSays) {
     const Bytes text{'a', '\r', '\n', 'b', '\n', 0, 0x1A, 0xFF, 0, 'z'};  // everything that a text mode alters
     const Bytes once = Once(text);
-    const Bytes twice = Encipher(once, kOuterKey);
+    const Bytes twice = Encrypt(once, kOuterKey);
     const Bytes damaged = WithoutLastBlock(Once({1, 2, 3, 4, 5, 6, 7, 8, 9, 1}));
     struct Case {
         const char* file;
@@ -115,9 +115,9 @@ TEST(OpenModelStream, ReadsAFileAsItsEndingSays) {
                           {"model.en", WithoutLastBlock(Once(Bytes(7))), Bytes(16)},  // a body of -1 bytes
                           {"model.en", damaged, {1, 2}},
                           {"model.en2", twice, text},
-                          {"model.en2", Encipher(Bytes(13, 1), kOuterKey), Bytes(13)},
-                          {"model.en2", Encipher({}, kOuterKey), {}},
-                          {"model.en2", Encipher(damaged, kOuterKey), {1, 2}}};
+                          {"model.en2", Encrypt(Bytes(13, 1), kOuterKey), Bytes(13)},
+                          {"model.en2", Encrypt({}, kOuterKey), {}},
+                          {"model.en2", Encrypt(damaged, kOuterKey), {1, 2}}};
     const TempFolder folder;
     LogCapture log;
     for (const auto& [file, content, expected] : cases) {

@@ -16,8 +16,8 @@
 #include "apps/models/model_inspection.h"
 #include "apps/models/model_lookup.h"
 #include "apps/models/network_size.h"
-#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"
 #include "model/model_stream.h"
 #include "tests/support/failure_of.h"
@@ -77,9 +77,9 @@ TEST(BilinearModel, DoublesWithClampedEdges) {
         test::ReferenceNetwork network = test::MakeRandomNetwork(channels, depth, 1);
         ASSERT_EQ(file.size(), test::ModelFile(network).size());
         test::ReadModelFile(file, network);
-        const test::Picture picture = test::MakeRandomPicture(width, height, 1);
+        const test::Image image = test::MakeRandomImage(width, height, 1);
         // Half a code value, and an eighth for the rounding to half precision.
-        EXPECT_LE(test::DistanceFromBilinear(test::DoublePicture(network, picture), picture), 0.625);
+        EXPECT_LE(test::DistanceFromBilinear(test::UpscaleImage(network, image), image), 0.625);
     }
     EXPECT_THROW(MakeBilinearModel(26, 2), Failure);
     EXPECT_THROW(MakeBilinearModel(1025, 2), Failure);
@@ -100,11 +100,11 @@ TEST(ModelFile, ComesBackInAllFormsOrIsSaidToBeDamaged) {
         EXPECT_EQ(readByLibrary.str(), std::string(plain.begin(), plain.end()));
 
         std::vector<uint8_t> file = ReadWholeFile(path);
-        const bool isEnciphered = EnciphermentOf(path) != Encipherment::kNone;
+        const bool isEncrypted = EncryptionOf(path) != Encryption::kNone;
         WriteModelFile(path, plain);
         EXPECT_EQ(ReadWholeFile(path), file);
-        EXPECT_EQ(file == plain, !isEnciphered);
-        if (isEnciphered) {
+        EXPECT_EQ(file == plain, !isEncrypted);
+        if (isEncrypted) {
             EXPECT_THROW(ReadModelFile(folder.Write("plain." + ending, plain)), Failure);
             file[file.size() / 2] ^= 1;
             EXPECT_THROW(ReadModelFile(folder.Write("changed." + ending, file)), Failure);

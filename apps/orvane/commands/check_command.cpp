@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/frames/library_log.h"
+#include "apps/orvane/frames/upscaler.h"
 #include "apps/orvane/machine/machine.h"
 #include "apps/orvane/machine/machine_report.h"
-#include "apps/orvane/commands/model_options.h"
-#include "apps/orvane/frames/upscaler.h"
 #include "apps/utils/failure.h"
 
 namespace orvane::tool {
@@ -42,7 +42,7 @@ Trial TryFrame() {
         upscaler.Process({kWidth, kHeight, size_t{kWidth} * 4, input.data()},
                          {2 * kWidth, 2 * kHeight, size_t{kWidth} * 8, output.data()});
         return IsGrey(output)
-                   ? Trial{true, "A trial frame was doubled and came back as it should."}
+                   ? Trial{true, "A trial frame was upscaled and came back as it should."}
                    : Trial{false, "A trial frame came back with wrong colours. Install the newest graphics driver."};
     } catch (const Failure& failure) {
         return {false, failure.what()};

@@ -8,10 +8,10 @@
 #include "apps/models/bilinear_model.h"
 #include "apps/models/model_file.h"
 #include "apps/models/model_lookup.h"
-#include "apps/orvane/commands/model_options.h"
 #include "apps/models/model_report.h"
-#include "apps/utils/files/atomic_file.h"
+#include "apps/orvane/commands/model_options.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/long_path.h"
 #include "apps/utils/files/utf8_path.h"
 
@@ -81,18 +81,18 @@ void Rewrite(const Arguments& arguments) {
 }
 
 void Seal(const Arguments& arguments) {
-    if (EnciphermentOf(PathFromUtf8(arguments.output)) == Encipherment::kNone) {
-        throw UsageError("The name \"" + arguments.output + "\" must end in .en (enciphered once) or .en2 (twice).");
+    if (EncryptionOf(PathFromUtf8(arguments.output)) == Encryption::kNone) {
+        throw UsageError("The name \"" + arguments.output + "\" must end in .en (encrypted once) or .en2 (twice).");
     }
     Rewrite(arguments);
 }
 
 void Open(const Arguments& arguments) {
-    if (EnciphermentOf(PathFromUtf8(arguments.output)) != Encipherment::kNone) {
-        throw UsageError("The name \"" + arguments.output + "\" means an enciphered file. Choose another ending.");
+    if (EncryptionOf(PathFromUtf8(arguments.output)) != Encryption::kNone) {
+        throw UsageError("The name \"" + arguments.output + "\" means an encrypted file. Choose another ending.");
     }
-    if (EnciphermentOf(PathFromUtf8(arguments.input)) == Encipherment::kNone) {
-        throw UsageError("The name \"" + arguments.input + "\" must end in .en or .en2: others are not enciphered.");
+    if (EncryptionOf(PathFromUtf8(arguments.input)) == Encryption::kNone) {
+        throw UsageError("The name \"" + arguments.input + "\" must end in .en or .en2: others are not encrypted.");
     }
     Rewrite(arguments);
 }
@@ -128,7 +128,7 @@ void AddOutput(CLI::App& command, Arguments& arguments, const char* description)
 
 void AddModelCommand(CLI::App& app) {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* const model = app.add_subcommand("model", "Lists, looks into, enciphers and makes model files");
+    CLI::App* const model = app.add_subcommand("model", "Lists, looks into, encrypts and makes model files");
     model->require_subcommand(1);
     model->footer("Example: orvane model info default");
 
@@ -141,19 +141,19 @@ void AddModelCommand(CLI::App& app) {
     AddNetworkOptions(*info, arguments->model);
     info->add_flag("--json", arguments->isJson, "One JSON object instead of text");
 
-    CLI::App* const seal = Add(*model, "seal", "Enciphers a model file", Seal, arguments);
+    CLI::App* const seal = Add(*model, "seal", "Encrypts a model file", Seal, arguments);
     seal->footer("Example: orvane model seal mine.bin mine.en");
     seal->add_option("IN", arguments->input, "The model file")->required();
-    AddOutput(*seal, *arguments, "The file to write: NAME.en enciphered once, NAME.en2 twice");
+    AddOutput(*seal, *arguments, "The file to write: NAME.en encrypted once, NAME.en2 twice");
 
-    CLI::App* const open = Add(*model, "open", "Deciphers a model file", Open, arguments);
+    CLI::App* const open = Add(*model, "open", "Decrypts a model file", Open, arguments);
     open->footer("Example: orvane model open mine.en mine.bin");
-    open->add_option("IN", arguments->input, "The enciphered file: NAME.en or NAME.en2")->required();
+    open->add_option("IN", arguments->input, "The encrypted file: NAME.en or NAME.en2")->required();
     AddOutput(*open, *arguments, "The plain file to write");
 
     CLI::App* const make = Add(*model, "new", "Writes a model that interpolates, for trials", New, arguments);
     make->footer("Example: orvane model new trial.en --channels 32 --depth 2");
-    AddOutput(*make, *arguments, "The model file to write, enciphered if it ends in .en or .en2; a .json beside it");
+    AddOutput(*make, *arguments, "The model file to write, encrypted if it ends in .en or .en2; a .json beside it");
     make->add_option("--channels", arguments->network.channels, "Feature channels of the network")
         ->capture_default_str()
         ->check(CLI::Range(static_cast<int32_t>(kMinBilinearChannels), kMaxModelChannels));

@@ -5,11 +5,11 @@
 #include <optional>
 #include <string>
 
-#include "apps/orvane/video/frame_line.h"
+#include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/containers/frame_bytes.h"
 #include "apps/orvane/frames/library_log.h"
-#include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/machine/support_check.h"
+#include "apps/orvane/video/frame_line.h"
 #include "apps/utils/process/pipe.h"
 #include "apps/utils/progress.h"
 #include "apps/utils/size_text.h"
@@ -20,7 +20,7 @@ namespace {
 struct Arguments {
     std::string raw;  // empty: PAM
     ModelOptions model;
-    EnlargeOptions enlarge;
+    FrameOptions upscale;
     ProgressOptions progress;
     bool verbose = false;
 };
@@ -52,7 +52,7 @@ void Run(const Arguments& arguments) {
     FrameCount count;
     progress->Begin({"frames", std::nullopt, true});
     try {
-        EnlargeFrames(*reader, *writer, model, arguments.enlarge, log, *progress, count);
+        UpscaleFrames(*reader, *writer, model, arguments.upscale, log, *progress, count);
     } catch (const NobodyReads&) {
         // Whoever read has got what it wanted, as `head` does.
     }
@@ -68,11 +68,11 @@ void Run(const Arguments& arguments) {
 
 void AddStreamCommand(CLI::App& app) {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* stream = app.add_subcommand("stream", "Doubles frames from standard input to standard output");
+    CLI::App* stream = app.add_subcommand("stream", "Upscales frames from standard input to standard output");
     stream->add_option("--raw", arguments->raw, "Frames of WIDTHxHEIGHT without headers, R, G, B, A; default: PAM")
         ->check(CheckSize);
     AddModelOptions(*stream, arguments->model);
-    AddEnlargeOptions(*stream, arguments->enlarge);
+    AddFrameOptions(*stream, arguments->upscale);
     AddProgressOptions(*stream, arguments->progress);
     stream->add_flag("--verbose", arguments->verbose, "Print every message of the library");
     stream->footer(

@@ -1,4 +1,4 @@
-// orvane upscale: pictures.
+// orvane upscale: images.
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -6,8 +6,8 @@
 #include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/video/upscale_video.h"
 #include "apps/utils/failure.h"
-#include "apps/utils/progress.h"
 #include "apps/utils/files/utf8_path.h"
+#include "apps/utils/progress.h"
 
 namespace orvane::tool {
 namespace {
@@ -47,7 +47,7 @@ void Run(Arguments& arguments) {
     if (!arguments.duration.empty()) {
         options.job.duration = arguments.duration;
     }
-    EnlargeVideo(options, *MakeProgress(arguments.progress, stdout));
+    UpscaleVideo(options, *MakeProgress(arguments.progress, stdout));
 }
 
 }  // namespace
@@ -55,7 +55,7 @@ void Run(Arguments& arguments) {
 void AddVideoCommand(CLI::App& app) {
     const auto arguments = std::make_shared<Arguments>();
     VideoOptions& options = arguments->options;
-    CLI::App* video = app.add_subcommand("video", "Doubles the width and height of a video");
+    CLI::App* video = app.add_subcommand("video", "Upscales the width and height of a video");
     video->add_option("IN", arguments->input, "The video to double, of any kind that ffmpeg reads")->required();
     video->add_option("OUT", arguments->output, "The video to write; its ending says of which kind")->required();
     video->add_option("ENCODER", options.job.encoderArguments, "After --: options for the ffmpeg that writes OUT");
@@ -68,7 +68,7 @@ void AddVideoCommand(CLI::App& app) {
     video->add_option("--ffmpeg", arguments->ffmpeg, "ffmpeg.exe; default: beside this program, then in PATH");
     video->add_flag("--force", options.force, "Replace OUT if it exists");
     AddModelOptions(*video, arguments->model);
-    AddEnlargeOptions(*video, options.enlarge);
+    AddFrameOptions(*video, options.upscale);
     AddProgressOptions(*video, arguments->progress);
     video->add_flag("--verbose", options.verbose, "Print every message of the library");
     video->footer("Example: orvane video holiday.mp4 holiday-2x.mp4 --crf 16 -- -tune film");

@@ -43,11 +43,11 @@ std::vector<uint8_t> WithoutAlpha(const std::vector<uint8_t>& pixels) {
 
 Frame MakeFrame(uint32_t width, uint32_t height, std::vector<uint8_t> pixels) {
     Frame frame;
-    frame.picture.width = width;
-    frame.picture.height = height;
-    frame.picture.pixels = std::move(pixels);
-    for (size_t i = 3; i < frame.picture.pixels.size() && !frame.picture.hasAlpha; i += kBytesPerPixel) {
-        frame.picture.hasAlpha = frame.picture.pixels[i] != 255;
+    frame.image.width = width;
+    frame.image.height = height;
+    frame.image.pixels = std::move(pixels);
+    for (size_t i = 3; i < frame.image.pixels.size() && !frame.image.hasAlpha; i += kBytesPerPixel) {
+        frame.image.hasAlpha = frame.image.pixels[i] != 255;
     }
     return frame;
 }
@@ -68,10 +68,10 @@ std::optional<Frame> PamFrameReader::Next() {
 }
 
 bool PamFrameWriter::Write(const Frame& frame) {
-    const Picture& picture = frame.picture;
-    const std::string header = PamHeaderText({picture.width, picture.height, frame.isRgba ? 4U : 3U});
+    const Image& image = frame.image;
+    const std::string header = PamHeaderText({image.width, image.height, frame.isRgba ? 4U : 3U});
     const std::vector<uint8_t> bytes(header.begin(), header.end());
-    return m_sink.Write(bytes) && m_sink.Write(frame.isRgba ? picture.pixels : WithoutAlpha(picture.pixels));
+    return m_sink.Write(bytes) && m_sink.Write(frame.isRgba ? image.pixels : WithoutAlpha(image.pixels));
 }
 
 std::optional<Frame> RawFrameReader::Next() {

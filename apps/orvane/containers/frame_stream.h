@@ -11,7 +11,7 @@
 namespace orvane::tool {
 
 struct Frame {
-    Picture picture;
+    Image image;
     bool isRgba = true;  // else its alpha, 255 everywhere, is not passed on
     uint64_t time = 0;   // for the one who made it
 };
@@ -71,7 +71,7 @@ private:
 class RawFrameWriter : public FrameWriter {
 public:
     explicit RawFrameWriter(ByteSink& sink) : m_sink(sink) {}
-    bool Write(const Frame& frame) override { return m_sink.Write(frame.picture.pixels); }
+    bool Write(const Frame& frame) override { return m_sink.Write(frame.image.pixels); }
 
 private:
     ByteSink& m_sink;

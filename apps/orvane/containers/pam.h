@@ -1,4 +1,4 @@
-// The header of a picture in netpbm's PAM format. Portable.
+// The header of an image in netpbm's PAM format. Portable.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace orvane::tool {
 
-// A picture of 8 bits per channel. Its rows follow the header without padding.
+// An image of 8 bits per channel. Its rows follow the header without padding.
 struct PamHeader {
     uint32_t width = 0;
     uint32_t height = 0;
@@ -20,7 +20,7 @@ struct PamHeader {
 };
 
 // Reads up to the first pixel; nothing when the source is at its end. Throws Failure when there is something else than
-// a header, or one of a picture that is not handled here.
+// a header, or one of an image that is not handled here.
 std::optional<PamHeader> ReadPamHeader(ByteSource& source);
 
 std::string PamHeaderText(const PamHeader& header);

@@ -15,10 +15,10 @@ struct Point {
 
 // The pixels that touch the point, itself included.
 template <typename Visit>
-void ForEachAround(const Picture& picture, Point point, const Visit& visit) {
-    for (uint32_t y = point.y - (point.y > 0 ? 1 : 0); y < std::min(point.y + 2, picture.height); ++y) {
-        for (uint32_t x = point.x - (point.x > 0 ? 1 : 0); x < std::min(point.x + 2, picture.width); ++x) {
-            visit(Point{x, y}, size_t{y} * picture.width + x);
+void ForEachAround(const Image& image, Point point, const Visit& visit) {
+    for (uint32_t y = point.y - (point.y > 0 ? 1 : 0); y < std::min(point.y + 2, image.height); ++y) {
+        for (uint32_t x = point.x - (point.x > 0 ? 1 : 0); x < std::min(point.x + 2, image.width); ++x) {
+            visit(Point{x, y}, size_t{y} * image.width + x);
         }
     }
 }
@@ -27,18 +27,18 @@ enum class Colour : uint8_t { kNone, kWanted, kKnown };
 
 class ColourSpreader {
 public:
-    explicit ColourSpreader(Picture& picture) : m_picture(picture), m_colours(picture.pixels.size() / kBytesPerPixel) {
+    explicit ColourSpreader(Image& image) : m_image(image), m_colours(image.pixels.size() / kBytesPerPixel) {
         for (size_t i = 0; i < m_colours.size(); ++i) {
-            m_colours[i] = picture.pixels[i * kBytesPerPixel + 3] != 0 ? Colour::kKnown : Colour::kNone;
+            m_colours[i] = image.pixels[i * kBytesPerPixel + 3] != 0 ? Colour::kKnown : Colour::kNone;
         }
     }
 
     // The transparent pixels that touch others.
     std::vector<Point> FirstRing() {
         std::vector<Point> ring;
-        for (uint32_t y = 0; y < m_picture.height; ++y) {
-            for (uint32_t x = 0; x < m_picture.width; ++x) {
-                if (m_colours[size_t{y} * m_picture.width + x] == Colour::kKnown) {
+        for (uint32_t y = 0; y < m_image.height; ++y) {
+            for (uint32_t x = 0; x < m_image.width; ++x) {
+                if (m_colours[size_t{y} * m_image.width + x] == Colour::kKnown) {
                     WantAround({x, y}, ring);
                 }
             }
@@ -62,10 +62,10 @@ public:
     }
 
 private:
-    size_t Index(Point point) const { return size_t{point.y} * m_picture.width + point.x; }
+    size_t Index(Point point) const { return size_t{point.y} * m_image.width + point.x; }
 
     void WantAround(Point point, std::vector<Point>& ring) {
-        ForEachAround(m_picture, point, [&](Point around, size_t index) {
+        ForEachAround(m_image, point, [&](Point around, size_t index) {
             if (m_colours[index] == Colour::kNone) {
                 m_colours[index] = Colour::kWanted;
                 ring.push_back(around);
@@ -76,30 +76,30 @@ private:
     void TakeMean(Point point) {
         std::array<uint32_t, 3> sum{};
         uint32_t count = 0;
-        ForEachAround(m_picture, point, [&](Point /*around*/, size_t index) {
+        ForEachAround(m_image, point, [&](Point /*around*/, size_t index) {
             if (m_colours[index] == Colour::kKnown) {
                 for (size_t channel = 0; channel < sum.size(); ++channel) {
-                    sum[channel] += m_picture.pixels[index * kBytesPerPixel + channel];
+                    sum[channel] += m_image.pixels[index * kBytesPerPixel + channel];
                 }
                 ++count;
             }
         });
         for (size_t channel = 0; channel < sum.size(); ++channel) {
-            m_picture.pixels[Index(point) * kBytesPerPixel + channel] =
+            m_image.pixels[Index(point) * kBytesPerPixel + channel] =
                 static_cast<uint8_t>((sum[channel] + count / 2) / count);
         }
     }
 
-    Picture& m_picture;
+    Image& m_image;
     std::vector<Colour> m_colours;
 };
 
-// The centres of the doubled pixels lie a quarter of a pixel beside those of the single ones. In units of 1/128.
+// The centres of the upscaled pixels lie a quarter of a pixel beside those of the single ones. In units of 1/128.
 constexpr int kUnit = 128;
 constexpr std::array kFilter{-9, 111, 29, -3};
 
-// Four samples for the doubled one at `index`, with the nearer pair's inner one second. Beyond the edge lies the edge's
-// own.
+// Four samples for the upscaled one at `index`, with the nearer pair's inner one second. Beyond the edge lies the
+// edge's own.
 std::array<uint32_t, 4> Taps(uint32_t index, uint32_t length) {
     const int64_t direction = index % 2 == 0 ? -1 : 1;
     std::array<uint32_t, 4> taps{};
@@ -110,8 +110,8 @@ std::array<uint32_t, 4> Taps(uint32_t index, uint32_t length) {
     return taps;
 }
 
-// One row of the doubled transparency, in height only and in units of 1 / kUnit.
-void MixRows(const Picture& input, uint32_t outputY, std::vector<int>& mixed) {
+// One row of the upscaled transparency, in height only and in units of 1 / kUnit.
+void MixRows(const Image& input, uint32_t outputY, std::vector<int>& mixed) {
     const std::array<uint32_t, 4> rows = Taps(outputY, input.height);
     for (uint32_t x = 0; x < input.width; ++x) {
         mixed[x] = 0;
@@ -123,15 +123,15 @@ void MixRows(const Picture& input, uint32_t outputY, std::vector<int>& mixed) {
 
 }  // namespace
 
-void SpreadColours(Picture& picture, uint32_t distance) {
-    ColourSpreader spreader(picture);
+void SpreadColours(Image& image, uint32_t distance) {
+    ColourSpreader spreader(image);
     std::vector<Point> ring = spreader.FirstRing();
     for (uint32_t i = 0; i < distance && !ring.empty(); ++i) {
         ring = spreader.Grow(ring);
     }
 }
 
-void DoubleAlpha(const Picture& input, Picture& output) {
+void UpscaleAlpha(const Image& input, Image& output) {
     std::vector<int> mixed(input.width);
     for (uint32_t y = 0; y < output.height; ++y) {
         MixRows(input, y, mixed);
@@ -148,15 +148,15 @@ void DoubleAlpha(const Picture& input, Picture& output) {
     output.hasAlpha = true;
 }
 
-void LayOnWhite(Picture& picture) {
-    for (size_t i = 0; i < picture.pixels.size(); i += kBytesPerPixel) {
-        const uint32_t alpha = std::exchange(picture.pixels[i + 3], uint8_t{255});
+void LayOnWhite(Image& image) {
+    for (size_t i = 0; i < image.pixels.size(); i += kBytesPerPixel) {
+        const uint32_t alpha = std::exchange(image.pixels[i + 3], uint8_t{255});
         for (size_t channel = 0; channel < 3; ++channel) {
-            const uint32_t mixed = picture.pixels[i + channel] * alpha + 255 * (255 - alpha);
-            picture.pixels[i + channel] = static_cast<uint8_t>((mixed + 127) / 255);
+            const uint32_t mixed = image.pixels[i + channel] * alpha + 255 * (255 - alpha);
+            image.pixels[i + channel] = static_cast<uint8_t>((mixed + 127) / 255);
         }
     }
-    picture.hasAlpha = false;
+    image.hasAlpha = false;
 }
 
 }  // namespace orvane::tool

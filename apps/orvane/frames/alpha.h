@@ -9,13 +9,13 @@ namespace orvane::tool {
 
 // Gives the wholly transparent pixels within `distance` of others the colour of their neighbours. What a file holds
 // there is usually black, and the network would draw it into the visible edge.
-void SpreadColours(Picture& picture, uint32_t distance);
+void SpreadColours(Image& image, uint32_t distance);
 
-// Doubles the transparency of `input` with a cubic filter (Catmull and Rom's) into `output`, which has twice its width
+// Upscales the transparency of `input` with a cubic filter (Catmull and Rom's) into `output`, which has twice its width
 // and height.
-void DoubleAlpha(const Picture& input, Picture& output);
+void UpscaleAlpha(const Image& input, Image& output);
 
-// Lays the picture on white and makes it opaque.
-void LayOnWhite(Picture& picture);
+// Lays the image on white and makes it opaque.
+void LayOnWhite(Image& image);
 
 }  // namespace orvane::tool

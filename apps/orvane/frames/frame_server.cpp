@@ -16,9 +16,9 @@ ServedFrame FrameSession::Receive() {
     return std::move(*frame);
 }
 
-std::shared_ptr<FrameSession> FrameServer::Begin(const FrameExtent& picture) {
+std::shared_ptr<FrameSession> FrameServer::Begin(const FrameExtent& image) {
     const std::lock_guard lock(m_beginMutex);
-    auto session = std::make_shared<FrameSession>(m_sizes.Choose(picture));
+    auto session = std::make_shared<FrameSession>(m_sizes.Choose(image));
     m_sessions.Push(session);
     return session;
 }
@@ -64,7 +64,7 @@ void FrameServer::ServeFrames(FrameSession& session) {
     }
 }
 
-// A model or a machine that will not do is not the fault of one picture.
+// A model or a machine that will not do is not the fault of one image.
 void FrameServer::OpenFirst(const FrameExtent& extent) {
     if (m_isOpen) {
         return;

@@ -31,7 +31,7 @@ public:
     Stopped() : Failure("Stopped.") {}
 };
 
-// The frames of one picture. Used by the thread that began it.
+// The frames of one image. Used by the thread that began it.
 class FrameSession {
 public:
     // How many frames may be under way.
@@ -57,7 +57,7 @@ private:
     std::exception_ptr m_error;  // set before m_outputs is closed
 };
 
-// Sessions are served one after the other in the order in which they began, so that pictures of different sizes do not
+// Sessions are served one after the other in the order in which they began, so that images of different sizes do not
 // make the library go back and forth between them. While one is served the others get their frames ready, or write what
 // they got.
 class FrameServer {
@@ -67,7 +67,7 @@ public:
         : m_upscaler(upscaler), m_sizes(sizes), m_progress(progress), m_sessions(kMaxSessions) {}
 
     // From any thread. Every session that was begun has to be ended.
-    std::shared_ptr<FrameSession> Begin(const FrameExtent& picture);
+    std::shared_ptr<FrameSession> Begin(const FrameExtent& image);
 
     // Serves until Finish(), on the thread of the upscaler. Throws Failure when no instance could be opened at all.
     void Run();
@@ -97,7 +97,7 @@ private:
     BoundedQueue<std::shared_ptr<FrameSession>> m_sessions;
     std::optional<FrameExtent> m_lastExtent;  // what the library is set up for
     double m_openSeconds = 0;
-    bool m_isOpen = false;  // an instance was opened, so failures belong to pictures
+    bool m_isOpen = false;  // an instance was opened, so failures belong to images
     std::atomic<bool> m_hasFailed = false;
     std::exception_ptr m_error;
 };

@@ -4,19 +4,19 @@
 
 namespace orvane::tool {
 
-FrameExtent FrameSizeChoice::Choose(const FrameExtent& picture) {
+FrameExtent FrameSizeChoice::Choose(const FrameExtent& image) {
     const std::lock_guard lock(m_mutex);
-    const FrameExtent best{BestFrameSide(picture.width, m_rules), BestFrameSide(picture.height, m_rules)};
-    if (!m_current || !StayingPays(picture, best)) {
+    const FrameExtent best{BestFrameSide(image.width, m_rules), BestFrameSide(image.height, m_rules)};
+    if (!m_current || !StayingPays(image, best)) {
         m_current = best;
         m_wasted = 0;
     }
     return *m_current;
 }
 
-bool FrameSizeChoice::StayingPays(const FrameExtent& picture, const FrameExtent& best) {
-    // Without a rim the picture has to end where the frame does.
-    const bool isTooLarge = m_current->width > picture.width || m_current->height > picture.height;
+bool FrameSizeChoice::StayingPays(const FrameExtent& image, const FrameExtent& best) {
+    // Without a rim the image has to end where the frame does.
+    const bool isTooLarge = m_current->width > image.width || m_current->height > image.height;
     if (m_rules.rim == 0 && isTooLarge) {
         return false;
     }
@@ -24,11 +24,11 @@ bool FrameSizeChoice::StayingPays(const FrameExtent& picture, const FrameExtent&
     const auto isTooShort = [&](uint32_t frame, uint32_t length) {
         return frame <= 2 * m_rules.reach && frame < length + 2 * m_rules.rim;
     };
-    if (isTooShort(m_current->width, picture.width) || isTooShort(m_current->height, picture.height)) {
+    if (isTooShort(m_current->width, image.width) || isTooShort(m_current->height, image.height)) {
         return false;
     }
-    const uint64_t extra = WorkArea(picture, *m_current, m_rules) -
-                           std::min(WorkArea(picture, *m_current, m_rules), WorkArea(picture, best, m_rules));
+    const uint64_t extra = WorkArea(image, *m_current, m_rules) -
+                           std::min(WorkArea(image, *m_current, m_rules), WorkArea(image, best, m_rules));
     m_wasted += static_cast<double>(extra) * m_perPixel;
     return extra == 0 || (m_perPixel > 0 && m_wasted <= m_rebuild);
 }

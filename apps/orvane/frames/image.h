@@ -1,4 +1,4 @@
-// A picture in memory.
+// An image in memory.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@ namespace orvane::tool {
 
 inline constexpr size_t kBytesPerPixel = 4;
 
-struct Picture {
+struct Image {
     uint32_t width = 0;
     uint32_t height = 0;
     std::vector<uint8_t> pixels;  // R, G, B, A; colours not multiplied by alpha; rows from top to bottom, no padding

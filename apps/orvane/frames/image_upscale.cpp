@@ -11,7 +11,7 @@
 namespace orvane::tool {
 namespace {
 
-// What lies beyond an edge is the mirrored picture, its outermost pixels twice.
+// What lies beyond an edge is the mirrored image, its outermost pixels twice.
 uint32_t Mirrored(int64_t position, uint32_t length) {
     const int64_t period = 2 * int64_t{length};
     const int64_t folded = ((position % period) + period) % period;
@@ -23,18 +23,18 @@ struct Tile {
     AxisTile y;
 };
 
-ServedFrame CutOut(const Picture& picture, const Tile& tile, const FrameExtent& extent) {
+ServedFrame CutOut(const Image& image, const Tile& tile, const FrameExtent& extent) {
     ServedFrame frame{extent, std::vector<uint8_t>(extent.Area() * kBytesPerPixel), {}, 0};
     // The columns of the frame that need no mirroring.
     const int64_t start = tile.x.frameStart;
     const int64_t insideStart = std::max<int64_t>(start, 0);
-    const int64_t insideEnd = std::min<int64_t>(start + extent.width, picture.width);
+    const int64_t insideEnd = std::min<int64_t>(start + extent.width, image.width);
     uint8_t* target = frame.input.data();
     for (uint32_t row = 0; row < extent.height; ++row) {
-        const uint8_t* source = picture.Row(Mirrored(tile.y.frameStart + row, picture.height));
+        const uint8_t* source = image.Row(Mirrored(tile.y.frameStart + row, image.height));
         const auto copyMirrored = [&](int64_t from, int64_t to) {
             for (int64_t x = from; x < to; ++x) {
-                std::memcpy(target, source + Mirrored(x, picture.width) * kBytesPerPixel, kBytesPerPixel);
+                std::memcpy(target, source + Mirrored(x, image.width) * kBytesPerPixel, kBytesPerPixel);
                 target += kBytesPerPixel;
             }
         };
@@ -46,7 +46,7 @@ ServedFrame CutOut(const Picture& picture, const Tile& tile, const FrameExtent& 
     return frame;
 }
 
-void PutIn(const ServedFrame& frame, const Tile& tile, Picture& output) {
+void PutIn(const ServedFrame& frame, const Tile& tile, Image& output) {
     const size_t frameRowBytes = size_t{frame.extent.width} * 2 * kBytesPerPixel;
     const size_t columns = size_t{tile.x.keepEnd - tile.x.keepStart} * 2;
     const auto frameX = static_cast<size_t>(tile.x.keepStart - tile.x.frameStart) * 2;
@@ -57,18 +57,18 @@ void PutIn(const ServedFrame& frame, const Tile& tile, Picture& output) {
     }
 }
 
-std::vector<Tile> CutIntoTiles(const Picture& picture, const FrameExtent& frame, const TileRules& rules) {
+std::vector<Tile> CutIntoTiles(const Image& image, const FrameExtent& frame, const TileRules& rules) {
     std::vector<Tile> tiles;
-    for (const AxisTile& y : SplitAxis(picture.height, frame.height, rules)) {
-        for (const AxisTile& x : SplitAxis(picture.width, frame.width, rules)) {
+    for (const AxisTile& y : SplitAxis(image.height, frame.height, rules)) {
+        for (const AxisTile& x : SplitAxis(image.width, frame.width, rules)) {
             tiles.push_back({x, y});
         }
     }
     return tiles;
 }
 
-Picture EmptyDouble(const Picture& input) {
-    Picture output;
+Image EmptyDouble(const Image& input) {
+    Image output;
     output.width = 2 * input.width;
     output.height = 2 * input.height;
     output.colourProfile = input.colourProfile;
@@ -91,7 +91,7 @@ private:
 };
 
 // While the library is at one tile, the next one is cut out and the last one is put in.
-void ProcessTiles(const Picture& input, Picture& output, FrameServer& server, const FrameDone& frameDone) {
+void ProcessTiles(const Image& input, Image& output, FrameServer& server, const FrameDone& frameDone) {
     const std::shared_ptr<FrameSession> session = server.Begin({input.width, input.height});
     const EndOfSession end(*session);
     const std::vector<Tile> tiles = CutIntoTiles(input, session->Extent(), server.Rules());
@@ -109,14 +109,14 @@ void ProcessTiles(const Picture& input, Picture& output, FrameServer& server, co
 
 }  // namespace
 
-Picture DoublePicture(Picture input, FrameServer& server, const FrameDone& frameDone) {
+Image UpscaleImage(Image input, FrameServer& server, const FrameDone& frameDone) {
     if (input.hasAlpha) {
         SpreadColours(input, server.Rules().reach);
     }
-    Picture output = EmptyDouble(input);
+    Image output = EmptyDouble(input);
     ProcessTiles(input, output, server, frameDone);
     if (input.hasAlpha) {
-        DoubleAlpha(input, output);
+        UpscaleAlpha(input, output);
     }
     return output;
 }

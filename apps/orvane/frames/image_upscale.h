@@ -1,4 +1,4 @@
-// Doubles whole pictures.
+// Upscales whole images.
 #pragma once
 
 #include <functional>
@@ -8,11 +8,11 @@
 
 namespace orvane::tool {
 
-// Called after every frame of a picture: the share of the picture's work that it was, and what the library took.
+// Called after every frame of an image: the share of the image's work that it was, and what the library took.
 using FrameDone = std::function<void(double share, double milliseconds)>;
 
-// The picture in twice its width and height, with its transparency and colour profile and at twice its resolution. The
+// The image in twice its width and height, with its transparency and colour profile and at twice its resolution. The
 // frames are processed by `server`, tile by tile. Throws what made the library fail, or Stopped.
-Picture DoublePicture(Picture input, FrameServer& server, const FrameDone& frameDone);
+Image UpscaleImage(Image input, FrameServer& server, const FrameDone& frameDone);
 
 }  // namespace orvane::tool

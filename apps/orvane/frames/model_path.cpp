@@ -7,8 +7,8 @@
 #include <windows.h>
 
 #include "api/orvane.h"
-#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/long_path.h"
 #include "apps/utils/files/utf8_path.h"
 #include "apps/utils/windows_text.h"
@@ -29,7 +29,7 @@ bool EqualIgnoringCase(const std::wstring& a, const std::wstring& b) {
                       [](wchar_t x, wchar_t y) { return std::towlower(x) == std::towlower(y); });
 }
 
-// Short names are in capitals, but the library tells enciphered files by an ending in lower case: that is put
+// Short names are in capitals, but the library tells encrypted files by an ending in lower case: that is put
 // back.
 fs::path WithEndingOf(const fs::path& path, fs::path shortened) {
     if (EqualIgnoringCase(shortened.extension().native(), path.extension().native())) {

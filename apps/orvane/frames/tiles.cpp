@@ -34,8 +34,8 @@ std::vector<AxisTile> SplitAxis(uint32_t length, uint32_t frame, const TileRules
     return tiles;
 }
 
-uint64_t WorkArea(const FrameExtent& picture, const FrameExtent& frame, const TileRules& rules) {
-    return SplitAxis(picture.width, frame.width, rules).size() * SplitAxis(picture.height, frame.height, rules).size() *
+uint64_t WorkArea(const FrameExtent& image, const FrameExtent& frame, const TileRules& rules) {
+    return SplitAxis(image.width, frame.width, rules).size() * SplitAxis(image.height, frame.height, rules).size() *
            frame.Area();
 }
 

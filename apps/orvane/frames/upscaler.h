@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "api/orvane.h"
-#include "apps/orvane/frames/library_log.h"
 #include "apps/orvane/commands/model_options.h"
+#include "apps/orvane/frames/library_log.h"
 
 namespace orvane::tool {
 
@@ -32,7 +32,7 @@ public:
     // own reasons.
     void Open(uint32_t width, uint32_t height);
 
-    // Doubles `input`, whose rows have no padding, into `output`, which has twice its width and height; alpha becomes
+    // Upscales `input`, whose rows have no padding, into `output`, which has twice its width and height; alpha becomes
     // 255. A frame of another size than the last one's costs a rebuild of the network. Opens an instance if need be.
     // Returns the time that the library took for the frame, in milliseconds. Throws Failure with the library's own
     // reasons; the next call works on a new instance then.

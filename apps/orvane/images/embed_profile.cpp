@@ -96,13 +96,13 @@ size_t JpegHeadLength(const std::filesystem::path& path) {
 
 }  // namespace
 
-bool EmbedProfile(const std::filesystem::path& path, PictureFormat format, const std::vector<uint8_t>& profile) {
+bool EmbedProfile(const std::filesystem::path& path, ImageFormat format, const std::vector<uint8_t>& profile) {
     constexpr size_t kPngHeadLength = 8 + 25;  // the signature and the first chunk
-    if (format == PictureFormat::kPng) {
+    if (format == ImageFormat::kPng) {
         InsertIntoFile(path, kPngHeadLength, PngChunk(profile));
         return true;
     }
-    if (format == PictureFormat::kJpeg) {
+    if (format == ImageFormat::kJpeg) {
         InsertIntoFile(path, JpegHeadLength(path), JpegSegments(profile));
         return true;
     }

@@ -11,6 +11,6 @@ namespace orvane::tool {
 
 // Puts an ICC profile into a PNG or JPEG file that has none. False for other formats, with nothing changed. Throws
 // Failure.
-bool EmbedProfile(const std::filesystem::path& path, PictureFormat format, const std::vector<uint8_t>& profile);
+bool EmbedProfile(const std::filesystem::path& path, ImageFormat format, const std::vector<uint8_t>& profile);
 
 }  // namespace orvane::tool

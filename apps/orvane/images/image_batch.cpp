@@ -18,8 +18,8 @@
 #include "apps/orvane/images/image_reader.h"
 #include "apps/orvane/images/image_writer.h"
 #include "apps/orvane/images/wic.h"
-#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 
 namespace orvane::tool {
 namespace {
@@ -33,22 +33,22 @@ MEMORYSTATUSEX MemoryStatus() {
     return status;
 }
 
-// One more than there are processors, so that somebody always has a frame ready; not many, since each holds a picture.
+// One more than there are processors, so that somebody always has a frame ready; not many, since each holds an image.
 size_t WorkerCount(size_t jobs) {
     return std::min<size_t>(jobs, std::clamp(std::thread::hardware_concurrency() + 1, 3U, 8U));
 }
 
-// The picture as the codec holds it, the picture, and in the last pass what goes in and what comes out.
-uint64_t MemoryFor(const PictureReader& reader, int32_t passes) {
+// The image as the codec holds it, the image, and in the last pass what goes in and what comes out.
+uint64_t MemoryFor(const ImageReader& reader, int32_t passes) {
     const uint64_t bytes = uint64_t{reader.Width()} * reader.Height() * kBytesPerPixel;
     return bytes * (2 + (uint64_t{5} << (2 * (passes - 1))));
 }
 
 // Before the machine comes to a halt over it.
-void RequireMemory(const PictureReader& reader, uint64_t bytes) {
+void RequireMemory(const ImageReader& reader, uint64_t bytes) {
     const auto gigabytes = [](uint64_t value) { return std::to_string((value >> 30) + 1) + " GB"; };
     if (const uint64_t there = MemoryStatus().ullAvailPageFile; bytes > there) {
-        throw Failure("A picture of " + std::to_string(reader.Width()) + " x " + std::to_string(reader.Height()) +
+        throw Failure("An image of " + std::to_string(reader.Width()) + " x " + std::to_string(reader.Height()) +
                       " takes about " + gigabytes(bytes) + " of memory here, and less than " + gigabytes(there) +
                       " is free.");
     }
@@ -60,7 +60,7 @@ std::string Milliseconds(double value) {
     return text.data();
 }
 
-void MakeFolder(const PictureJob& job) {
+void MakeFolder(const ImageJob& job) {
     std::error_code error;
     std::filesystem::create_directories(job.output.parent_path(), error);
     if (!std::filesystem::is_directory(job.output.parent_path(), error)) {
@@ -70,8 +70,8 @@ void MakeFolder(const PictureJob& job) {
 
 }  // namespace
 
-// What one picture took, told as it happens.
-class PictureBatch::Tally {
+// What one image took, told as it happens.
+class ImageBatch::Tally {
 public:
     explicit Tally(Progress& progress) : m_progress(progress) {}
 
@@ -95,8 +95,8 @@ private:
     double m_milliseconds = 0;
 };
 
-PictureBatch::PictureBatch(const std::vector<PictureJob>& jobs, const BatchOptions& options, FrameServer& server,
-                           Progress& progress)
+ImageBatch::ImageBatch(const std::vector<ImageJob>& jobs, const BatchOptions& options, FrameServer& server,
+                       Progress& progress)
     : m_jobs(jobs),
       m_options(options),
       m_server(server),
@@ -104,7 +104,7 @@ PictureBatch::PictureBatch(const std::vector<PictureJob>& jobs, const BatchOptio
       m_memory(MemoryStatus().ullTotalPhys / 4) {
 }
 
-BatchResult PictureBatch::Run() {
+BatchResult ImageBatch::Run() {
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::jthread> threads(WorkerCount(m_jobs.size()));
     m_workers = threads.size();
@@ -118,7 +118,7 @@ BatchResult PictureBatch::Run() {
     return m_result;
 }
 
-void PictureBatch::Work() {
+void ImageBatch::Work() {
     {
         const ComScope com;
         for (size_t i = m_next++; i < m_jobs.size() && !m_server.IsStopping(); i = m_next++) {
@@ -130,7 +130,7 @@ void PictureBatch::Work() {
     }
 }
 
-void PictureBatch::DoJob(const PictureJob& job) {
+void ImageBatch::DoJob(const ImageJob& job) {
     Tally tally(m_progress);
     const auto fail = [&](const std::string& reason) {
         m_progress.Failed(job.inputName + ": " + reason,
@@ -140,21 +140,21 @@ void PictureBatch::DoJob(const PictureJob& job) {
         ++m_result.failed;
     };
     try {
-        const PictureReader reader(job.input);
+        const ImageReader reader(job.input);
         const uint64_t memory = MemoryFor(reader, m_options.passes);
         const MemoryBudget::Lease lease(m_memory, memory);
         RequireMemory(reader, memory);
-        const Picture picture = DoubleAll(
+        const Image image = UpscaleAll(
             reader.Read([&](const std::string& text) { m_progress.Warn(job.inputName + ": " + text); }), tally);
-        Save(job, picture);
-        const std::string size = std::to_string(picture.width) + " x " + std::to_string(picture.height);
+        Save(job, image);
+        const std::string size = std::to_string(image.width) + " x " + std::to_string(image.height);
         m_progress.Item("Wrote: " + job.outputName + " (" + size + ", " + std::to_string(tally.Frames()) +
                             (tally.Frames() == 1 ? " frame, " : " frames, ") + Milliseconds(tally.Total()) + ")",
                         {{"event", "done"},
                          {"input", job.inputName},
                          {"output", job.outputName},
-                         {"width", picture.width},
-                         {"height", picture.height},
+                         {"width", image.width},
+                         {"height", image.height},
                          {"frames", tally.Frames()},
                          {"milliseconds", tally.Total()}});
         const std::lock_guard lock(m_mutex);
@@ -164,28 +164,28 @@ void PictureBatch::DoJob(const PictureJob& job) {
     } catch (const Stopped&) {
         // The run says why.
     } catch (const std::bad_alloc&) {
-        fail("There is not enough memory for a picture of this size.");
+        fail("There is not enough memory for an image of this size.");
     } catch (const std::exception& error) {
         fail(error.what());
     }
 }
 
-Picture PictureBatch::DoubleAll(Picture picture, Tally& tally) {
+Image ImageBatch::UpscaleAll(Image image, Tally& tally) {
     // Every pass has four times the pixels of the one before.
     const double firstShare = 3 / (std::pow(4.0, m_options.passes) - 1);
     for (int32_t pass = 0; pass < m_options.passes; ++pass) {
         const double passShare = firstShare * std::pow(4.0, pass);
-        picture = DoublePicture(std::move(picture), m_server,
-                                [&](double share, double milliseconds) { tally.Add(share * passShare, milliseconds); });
+        image = UpscaleImage(std::move(image), m_server,
+                             [&](double share, double milliseconds) { tally.Add(share * passShare, milliseconds); });
     }
-    return picture;
+    return image;
 }
 
-void PictureBatch::Save(const PictureJob& job, const Picture& picture) {
+void ImageBatch::Save(const ImageJob& job, const Image& image) {
     MakeFolder(job);
     PendingFile file(job.output, job.outputName);
-    WritePicture(file.Path(), picture, {job.format, m_options.quality},
-                 [&](const std::string& text) { m_progress.Warn(job.outputName + ": " + text); });
+    WriteImage(file.Path(), image, {job.format, m_options.quality},
+               [&](const std::string& text) { m_progress.Warn(job.outputName + ": " + text); });
     file.Commit();
 }
 

@@ -1,4 +1,4 @@
-// The threads that bring pictures to the library and their results into files.
+// The threads that bring images to the library and their results into files.
 #pragma once
 
 #include <atomic>
@@ -24,16 +24,15 @@ struct BatchResult {
     uint64_t failed = 0;
     uint64_t frames = 0;
     double frameMilliseconds = 0;  // that the library took for them
-    double seconds = 0;            // from the first picture's reading to the last one's writing, without the open
+    double seconds = 0;            // from the first image's reading to the last one's writing, without the open
 };
 
-// Every thread takes one picture at a time all the way, from its file to the file of its result. As several do so, some
+// Every thread takes one image at a time all the way, from its file to the file of its result. As several do so, some
 // read, write and compress while the library is at the frames of another.
-class PictureBatch {
+class ImageBatch {
 public:
     // All must outlive the object.
-    PictureBatch(const std::vector<PictureJob>& jobs, const BatchOptions& options, FrameServer& server,
-                 Progress& progress);
+    ImageBatch(const std::vector<ImageJob>& jobs, const BatchOptions& options, FrameServer& server, Progress& progress);
 
     // On the thread of the server's upscaler. Throws Failure when no instance could be opened.
     BatchResult Run();
@@ -42,11 +41,11 @@ private:
     class Tally;
 
     void Work();
-    void DoJob(const PictureJob& job);
-    Picture DoubleAll(Picture picture, Tally& tally);
-    void Save(const PictureJob& job, const Picture& picture);
+    void DoJob(const ImageJob& job);
+    Image UpscaleAll(Image image, Tally& tally);
+    void Save(const ImageJob& job, const Image& image);
 
-    const std::vector<PictureJob>& m_jobs;
+    const std::vector<ImageJob>& m_jobs;
     const BatchOptions m_options;
     FrameServer& m_server;
     Progress& m_progress;

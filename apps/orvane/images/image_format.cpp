@@ -8,13 +8,13 @@
 namespace orvane::tool {
 namespace {
 
-using Ending = std::pair<const char*, PictureFormat>;
+using Ending = std::pair<const char*, ImageFormat>;
 
 // Of several endings of a kind the first is the one that results get.
 constexpr std::array kEndings{
-    Ending{".png", PictureFormat::kPng},  Ending{".jpg", PictureFormat::kJpeg}, Ending{".jpeg", PictureFormat::kJpeg},
-    Ending{".jpe", PictureFormat::kJpeg}, Ending{".tif", PictureFormat::kTiff}, Ending{".tiff", PictureFormat::kTiff},
-    Ending{".bmp", PictureFormat::kBmp},  Ending{".dib", PictureFormat::kBmp},
+    Ending{".png", ImageFormat::kPng},  Ending{".jpg", ImageFormat::kJpeg}, Ending{".jpeg", ImageFormat::kJpeg},
+    Ending{".jpe", ImageFormat::kJpeg}, Ending{".tif", ImageFormat::kTiff}, Ending{".tiff", ImageFormat::kTiff},
+    Ending{".bmp", ImageFormat::kBmp},  Ending{".dib", ImageFormat::kBmp},
 };
 
 std::string LowerCaseEnding(const std::filesystem::path& path) {
@@ -27,7 +27,7 @@ std::string LowerCaseEnding(const std::filesystem::path& path) {
 
 }  // namespace
 
-std::optional<PictureFormat> FormatOfEnding(const std::filesystem::path& path) {
+std::optional<ImageFormat> FormatOfEnding(const std::filesystem::path& path) {
     const std::string ending = LowerCaseEnding(path);
     for (const auto& [text, format] : kEndings) {
         if (ending == text) {
@@ -37,11 +37,11 @@ std::optional<PictureFormat> FormatOfEnding(const std::filesystem::path& path) {
     return std::nullopt;
 }
 
-bool HasPictureEnding(const std::filesystem::path& path) {
+bool HasImageExtension(const std::filesystem::path& path) {
     return FormatOfEnding(path).has_value() || LowerCaseEnding(path) == ".webp";
 }
 
-std::string EndingOf(PictureFormat format) {
+std::string EndingOf(ImageFormat format) {
     for (const auto& [text, known] : kEndings) {
         if (known == format) {
             return text;
@@ -50,15 +50,15 @@ std::string EndingOf(PictureFormat format) {
     return {};
 }
 
-std::string NameOf(PictureFormat format) {
+std::string NameOf(ImageFormat format) {
     switch (format) {
-        case PictureFormat::kPng:
+        case ImageFormat::kPng:
             return "PNG";
-        case PictureFormat::kJpeg:
+        case ImageFormat::kJpeg:
             return "JPEG";
-        case PictureFormat::kTiff:
+        case ImageFormat::kTiff:
             return "TIFF";
-        case PictureFormat::kBmp:
+        case ImageFormat::kBmp:
             return "BMP";
     }
     return {};

@@ -1,4 +1,4 @@
-// The kinds of picture files.
+// The kinds of image files.
 #pragma once
 
 #include <filesystem>
@@ -8,15 +8,15 @@
 namespace orvane::tool {
 
 // Those that can be written.
-enum class PictureFormat { kPng, kJpeg, kTiff, kBmp };
+enum class ImageFormat { kPng, kJpeg, kTiff, kBmp };
 
 // By the file's name, in capitals or not. Nothing for other endings.
-std::optional<PictureFormat> FormatOfEnding(const std::filesystem::path& path);
+std::optional<ImageFormat> FormatOfEnding(const std::filesystem::path& path);
 
-// Whether a file of this name in a folder counts as a picture: those that can be written, and WebP.
-bool HasPictureEnding(const std::filesystem::path& path);
+// Whether a file of this name in a folder counts as an image: those that can be written, and WebP.
+bool HasImageExtension(const std::filesystem::path& path);
 
-std::string EndingOf(PictureFormat format);  // ".png"
-std::string NameOf(PictureFormat format);    // "PNG"
+std::string EndingOf(ImageFormat format);  // ".png"
+std::string NameOf(ImageFormat format);    // "PNG"
 
 }  // namespace orvane::tool

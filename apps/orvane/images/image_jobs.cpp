@@ -44,7 +44,7 @@ public:
     explicit JobFinder(const JobOptions& options)
         : m_options(options), m_output(PathFromUtf8(options.output)), m_longOutput(LongPath(m_output)) {}
 
-    std::vector<PictureJob> Find() {
+    std::vector<ImageJob> Find() {
         if (IsSingleFile()) {
             AddSingleFile();
         } else {
@@ -59,19 +59,19 @@ public:
             AddList();
         }
         if (m_jobs.empty()) {
-            throw Failure("There are no pictures to double: files that end in .png, .jpg, .tif, .bmp or .webp.");
+            throw Failure("There are no images to double: files that end in .png, .jpg, .tif, .bmp or .webp.");
         }
         return std::move(m_jobs);
     }
 
 private:
     bool IsSingleFile() const {
-        return m_options.inputs.size() == 1 && m_options.list.empty() && HasPictureEnding(m_output) &&
+        return m_options.inputs.size() == 1 && m_options.list.empty() && HasImageExtension(m_output) &&
                !IsFolder(m_longOutput) && !IsFolder(LongPath(PathFromUtf8(m_options.inputs.front())));
     }
 
     void AddSingleFile() {
-        const std::optional<PictureFormat> format = FormatOfEnding(m_output);
+        const std::optional<ImageFormat> format = FormatOfEnding(m_output);
         if (!format) {
             throw UsageError("Files like " + InQuotes(m_options.output) +
                              " cannot be written: choose .png, .jpg, .tif or .bmp.");
@@ -86,10 +86,10 @@ private:
     void AddFolder(const fs::path& folder) {
         const fs::path root = LongPath(folder);
         const size_t rootLength = (root / "").native().size();
-        // Results of an earlier run are no pictures of this one.
+        // Results of an earlier run are no images of this one.
         const bool mayHoldResults = !LiesIn(root / "x", m_longOutput);
         for (const fs::path& path : FindFiles(root)) {
-            if (HasPictureEnding(path) && !(mayHoldResults && LiesIn(path, m_longOutput))) {
+            if (HasImageExtension(path) && !(mayHoldResults && LiesIn(path, m_longOutput))) {
                 const fs::path relative = path.native().substr(rootLength);
                 Add(folder / relative, relative);
             }
@@ -97,7 +97,7 @@ private:
     }
 
     // Paths of the list that lead downwards keep their folders: a list of a large collection would otherwise have many
-    // pictures of one name.
+    // images of one name.
     void AddLine(std::string line) {
         if (line.ends_with('\r')) {
             line.pop_back();
@@ -131,10 +131,10 @@ private:
     }
 
     void Add(const fs::path& input, const fs::path& relativeOutput) {
-        const PictureFormat own = FormatOfEnding(input).value_or(PictureFormat::kPng);
-        const PictureFormat format = m_options.keepsFormat ? own : m_options.format.value_or(PictureFormat::kPng);
+        const ImageFormat own = FormatOfEnding(input).value_or(ImageFormat::kPng);
+        const ImageFormat format = m_options.keepsFormat ? own : m_options.format.value_or(ImageFormat::kPng);
         fs::path result = relativeOutput;
-        // A picture's own ending stays as it is spelled.
+        // An image's own ending stays as it is spelled.
         if (FormatOfEnding(result) != format) {
             result.replace_extension(EndingOf(format));
         }
@@ -142,7 +142,7 @@ private:
         Add({LongPath(input), LongPath(output), Utf8FromPath(input), Utf8FromPath(output), format});
     }
 
-    void Add(PictureJob job) {
+    void Add(ImageJob job) {
         const auto [other, isNew] = m_inputOfOutput.emplace(Key(job.output), job);
         if (!isNew && Key(other->second.input) == Key(job.input)) {
             return;  // named twice
@@ -154,8 +154,7 @@ private:
         }
         std::error_code error;
         if (Key(job.input) == Key(job.output) || fs::equivalent(job.input, job.output, error)) {
-            throw UsageError("The result would replace the picture " + InQuotes(job.inputName) +
-                             ". Choose another -o.");
+            throw UsageError("The result would replace the image " + InQuotes(job.inputName) + ". Choose another -o.");
         }
         m_jobs.push_back(std::move(job));
     }
@@ -163,13 +162,13 @@ private:
     const JobOptions& m_options;
     fs::path m_output;
     fs::path m_longOutput;
-    std::vector<PictureJob> m_jobs;
-    std::map<std::wstring, PictureJob> m_inputOfOutput;
+    std::vector<ImageJob> m_jobs;
+    std::map<std::wstring, ImageJob> m_inputOfOutput;
 };
 
 }  // namespace
 
-std::vector<PictureJob> FindPictures(const JobOptions& options) {
+std::vector<ImageJob> FindImages(const JobOptions& options) {
     return JobFinder(options).Find();
 }
 

@@ -21,7 +21,7 @@ using Microsoft::WRL::ComPtr;
 constexpr size_t kBandBytes = 4 << 20;
 
 // The codecs' own words for what is wrong differ.
-constexpr const char* kNotReadable = "This is not a picture that Windows can read, or it is damaged.";
+constexpr const char* kNotReadable = "This is not an image that Windows can read, or it is damaged.";
 
 void RequireFile(const std::filesystem::path& path) {
     std::error_code error;
@@ -67,7 +67,7 @@ bool IsRgbProfile(const std::vector<uint8_t>& profile) {
     return profile.size() >= 20 && std::equal(kRgb.begin(), kRgb.end(), profile.begin() + 16);
 }
 
-// A picture without a profile, or with one that cannot be read, is left without: it counts as sRGB.
+// An image without a profile, or with one that cannot be read, is left without: it counts as sRGB.
 std::vector<uint8_t> ReadColourProfile(IWICImagingFactory* factory, IWICBitmapFrameDecode* frame) {
     ComPtr<IWICColorContext> context;
     IWICColorContext* first = nullptr;
@@ -101,19 +101,19 @@ uint16_t ReadOrientation(IWICBitmapFrameDecode* frame) {
 }
 
 // Windows says 96 for a file that says nothing.
-void ReadResolution(IWICBitmapFrameDecode* frame, Picture& picture) {
+void ReadResolution(IWICBitmapFrameDecode* frame, Image& image) {
     constexpr double kUnsaid = 96;
     double x = 0;
     double y = 0;
     if (SUCCEEDED(frame->GetResolution(&x, &y)) && x > 0 && y > 0 && (x != kUnsaid || y != kUnsaid)) {
-        picture.dpiX = x;
-        picture.dpiY = y;
+        image.dpiX = x;
+        image.dpiY = y;
     }
 }
 
-bool IsTransparent(const Picture& picture) {
-    for (size_t alpha = 3; alpha < picture.pixels.size(); alpha += kBytesPerPixel) {
-        if (picture.pixels[alpha] != 255) {
+bool IsTransparent(const Image& image) {
+    for (size_t alpha = 3; alpha < image.pixels.size(); alpha += kBytesPerPixel) {
+        if (image.pixels[alpha] != 255) {
             return true;
         }
     }
@@ -122,7 +122,7 @@ bool IsTransparent(const Picture& picture) {
 
 }  // namespace
 
-PictureReader::PictureReader(const std::filesystem::path& path) : m_factory(MakeWicFactory()) {
+ImageReader::ImageReader(const std::filesystem::path& path) : m_factory(MakeWicFactory()) {
     RequireFile(path);
     ComPtr<IWICBitmapDecoder> decoder;
     RequireSuccess(m_factory->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
@@ -135,27 +135,27 @@ PictureReader::PictureReader(const std::filesystem::path& path) : m_factory(Make
     }
 }
 
-Picture PictureReader::Read(const Warning& warn) const {
-    Picture picture;
-    picture.width = m_width;
-    picture.height = m_height;
-    ReadPixels(picture);
-    picture.hasAlpha = IsTransparent(picture);
-    ReadResolution(m_frame.Get(), picture);
-    picture.colourProfile = ReadColourProfile(m_factory.Get(), m_frame.Get());
-    if (!picture.colourProfile.empty() && !IsRgbProfile(picture.colourProfile)) {
+Image ImageReader::Read(const Warning& warn) const {
+    Image image;
+    image.width = m_width;
+    image.height = m_height;
+    ReadPixels(image);
+    image.hasAlpha = IsTransparent(image);
+    ReadResolution(m_frame.Get(), image);
+    image.colourProfile = ReadColourProfile(m_factory.Get(), m_frame.Get());
+    if (!image.colourProfile.empty() && !IsRgbProfile(image.colourProfile)) {
         warn("The colour profile is not for RGB and is not kept.");
-        picture.colourProfile.clear();
+        image.colourProfile.clear();
     }
-    return Upright(std::move(picture), ReadOrientation(m_frame.Get()));
+    return Upright(std::move(image), ReadOrientation(m_frame.Get()));
 }
 
-void PictureReader::ReadPixels(Picture& picture) const {
-    picture.pixels.reserve(picture.RowBytes() * picture.height);
+void ImageReader::ReadPixels(Image& image) const {
+    image.pixels.reserve(image.RowBytes() * image.height);
     WICPixelFormatGUID format{};
     RequireSuccess(m_frame->GetPixelFormat(&format), kNotReadable);
     if (const size_t channels = WideChannels(format); channels > 0) {
-        ReadWidePixels(channels, picture);
+        ReadWidePixels(channels, image);
         return;
     }
     ComPtr<IWICFormatConverter> converter;
@@ -163,25 +163,24 @@ void PictureReader::ReadPixels(Picture& picture) const {
     RequireSuccess(converter->Initialize(m_frame.Get(), GUID_WICPixelFormat32bppRGBA, WICBitmapDitherTypeNone, nullptr,
                                          0.0, WICBitmapPaletteTypeCustom),
                    "The pixel format cannot be converted to RGBA.");
-    CopyRows(converter.Get(), picture.RowBytes(), [&](const uint8_t* bytes) {
-        picture.pixels.insert(picture.pixels.end(), bytes, bytes + picture.RowBytes());
-    });
+    CopyRows(converter.Get(), image.RowBytes(),
+             [&](const uint8_t* bytes) { image.pixels.insert(image.pixels.end(), bytes, bytes + image.RowBytes()); });
 }
 
-void PictureReader::ReadWidePixels(size_t channels, Picture& picture) const {
+void ImageReader::ReadWidePixels(size_t channels, Image& image) const {
     CopyRows(m_frame.Get(), m_width * channels * 2, [&](const uint8_t* bytes) {
         for (uint32_t x = 0; x < m_width; ++x, bytes += channels * 2) {
             const uint8_t red = EightBits(bytes);
             const uint8_t green = channels > 1 ? EightBits(bytes + 2) : red;
             const uint8_t blue = channels > 1 ? EightBits(bytes + 4) : red;
             const uint8_t alpha = channels > 3 ? EightBits(bytes + 6) : uint8_t{255};
-            picture.pixels.insert(picture.pixels.end(), {red, green, blue, alpha});
+            image.pixels.insert(image.pixels.end(), {red, green, blue, alpha});
         }
     });
 }
 
-void PictureReader::CopyRows(IWICBitmapSource* source, size_t rowBytes,
-                             const std::function<void(const uint8_t* bytes)>& take) const {
+void ImageReader::CopyRows(IWICBitmapSource* source, size_t rowBytes,
+                           const std::function<void(const uint8_t* bytes)>& take) const {
     const auto bandRows = static_cast<uint32_t>(std::clamp<size_t>(kBandBytes / rowBytes, 1, m_height));
     std::vector<uint8_t> band(rowBytes * bandRows);
     for (uint32_t y = 0; y < m_height; y += bandRows) {

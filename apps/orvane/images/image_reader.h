@@ -1,4 +1,4 @@
-// Reads pictures.
+// Reads images.
 #pragma once
 
 #include <cstdint>
@@ -18,22 +18,22 @@ namespace orvane::tool {
 // Takes a sentence about what a result does not keep; it does not name the file.
 using Warning = std::function<void(const std::string&)>;
 
-// One file of any kind that Windows can read; of several pictures in it the first. Needs COM on this thread.
-class PictureReader {
+// One file of any kind that Windows can read; of several images in it the first. Needs COM on this thread.
+class ImageReader {
 public:
     // Opens the file. Throws Failure with a sentence that does not name it.
-    explicit PictureReader(const std::filesystem::path& path);
+    explicit ImageReader(const std::filesystem::path& path);
 
     // As stored, before it is turned upright.
     uint32_t Width() const { return m_width; }
     uint32_t Height() const { return m_height; }
 
-    // The picture turned upright, with what has 16 bits a channel rounded to 8. Throws Failure likewise.
-    Picture Read(const Warning& warn) const;
+    // The image turned upright, with what has 16 bits a channel rounded to 8. Throws Failure likewise.
+    Image Read(const Warning& warn) const;
 
 private:
-    void ReadPixels(Picture& picture) const;
-    void ReadWidePixels(size_t channels, Picture& picture) const;
+    void ReadPixels(Image& image) const;
+    void ReadWidePixels(size_t channels, Image& image) const;
     void CopyRows(IWICBitmapSource* source, size_t rowBytes,
                   const std::function<void(const uint8_t* bytes)>& take) const;
 

@@ -17,22 +17,22 @@ using Microsoft::WRL::ComPtr;
 
 constexpr size_t kBandBytes = 4 << 20;
 
-GUID ContainerOf(PictureFormat format) {
+GUID ContainerOf(ImageFormat format) {
     switch (format) {
-        case PictureFormat::kPng:
+        case ImageFormat::kPng:
             return GUID_ContainerFormatPng;
-        case PictureFormat::kJpeg:
+        case ImageFormat::kJpeg:
             return GUID_ContainerFormatJpeg;
-        case PictureFormat::kTiff:
+        case ImageFormat::kTiff:
             return GUID_ContainerFormatTiff;
-        case PictureFormat::kBmp:
+        case ImageFormat::kBmp:
             return GUID_ContainerFormatBmp;
     }
     return {};
 }
 
-bool KeepsTransparency(PictureFormat format) {
-    return format == PictureFormat::kPng || format == PictureFormat::kTiff;
+bool KeepsTransparency(ImageFormat format) {
+    return format == ImageFormat::kPng || format == ImageFormat::kTiff;
 }
 
 // One file while it is written.
@@ -47,18 +47,18 @@ public:
     }
 
     // False when the colour profile was not taken.
-    bool Write(const Picture& picture) {
+    bool Write(const Image& image) {
         ComPtr<IPropertyBag2> properties;
         Require(m_encoder->CreateNewFrame(&m_frame, &properties));
         SetQuality(properties.Get());
         Require(m_frame->Initialize(properties.Get()));
-        Require(m_frame->SetSize(picture.width, picture.height));
-        if (picture.dpiX > 0) {
-            Require(m_frame->SetResolution(picture.dpiX, picture.dpiY));
+        Require(m_frame->SetSize(image.width, image.height));
+        if (image.dpiX > 0) {
+            Require(m_frame->SetResolution(image.dpiX, image.dpiY));
         }
-        SetPixelFormat(picture.hasAlpha);
-        const bool hasProfile = SetColourProfile(picture.colourProfile);
-        WritePixels(picture);
+        SetPixelFormat(image.hasAlpha);
+        const bool hasProfile = SetColourProfile(image.colourProfile);
+        WritePixels(image);
         Require(m_frame->Commit());
         Require(m_encoder->Commit());
         return hasProfile;
@@ -81,7 +81,7 @@ private:
     }
 
     void SetQuality(IPropertyBag2* properties) {
-        if (m_options.format != PictureFormat::kJpeg || properties == nullptr) {
+        if (m_options.format != ImageFormat::kJpeg || properties == nullptr) {
             return;
         }
         std::wstring name = L"ImageQuality";
@@ -116,15 +116,15 @@ private:
                SUCCEEDED(m_frame->SetColorContexts(1, &first));
     }
 
-    void WritePixels(const Picture& picture) {
-        const size_t rowBytes = picture.width * m_pixelBytes;
-        const auto bandRows = static_cast<uint32_t>(std::clamp<size_t>(kBandBytes / rowBytes, 1, picture.height));
+    void WritePixels(const Image& image) {
+        const size_t rowBytes = image.width * m_pixelBytes;
+        const auto bandRows = static_cast<uint32_t>(std::clamp<size_t>(kBandBytes / rowBytes, 1, image.height));
         std::vector<uint8_t> band(rowBytes * bandRows);
-        for (uint32_t y = 0; y < picture.height; y += bandRows) {
-            const uint32_t rows = std::min(bandRows, picture.height - y);
+        for (uint32_t y = 0; y < image.height; y += bandRows) {
+            const uint32_t rows = std::min(bandRows, image.height - y);
             uint8_t* target = band.data();
-            const uint8_t* end = picture.pixels.data() + picture.RowBytes() * (y + rows);
-            for (const uint8_t* pixel = picture.Row(y); pixel != end; pixel += kBytesPerPixel, target += m_pixelBytes) {
+            const uint8_t* end = image.pixels.data() + image.RowBytes() * (y + rows);
+            for (const uint8_t* pixel = image.Row(y); pixel != end; pixel += kBytesPerPixel, target += m_pixelBytes) {
                 target[0] = pixel[2];
                 target[1] = pixel[1];
                 target[2] = pixel[0];
@@ -147,18 +147,18 @@ private:
 
 }  // namespace
 
-void WritePicture(const std::filesystem::path& path, const Picture& picture, const WritingOptions& options,
-                  const Warning& warn) {
+void WriteImage(const std::filesystem::path& path, const Image& image, const WritingOptions& options,
+                const Warning& warn) {
     bool hasProfile = false;
-    if (picture.hasAlpha && !KeepsTransparency(options.format)) {
-        warn(NameOf(options.format) + " files keep no transparency here: the picture is laid on white.");
-        Picture opaque = picture;
+    if (image.hasAlpha && !KeepsTransparency(options.format)) {
+        warn(NameOf(options.format) + " files keep no transparency here: the image is laid on white.");
+        Image opaque = image;
         LayOnWhite(opaque);
         hasProfile = Encoding(path, options).Write(opaque);
     } else {
-        hasProfile = Encoding(path, options).Write(picture);
+        hasProfile = Encoding(path, options).Write(image);
     }
-    if (!hasProfile && !EmbedProfile(path, options.format, picture.colourProfile)) {
+    if (!hasProfile && !EmbedProfile(path, options.format, image.colourProfile)) {
         warn("This system cannot write a colour profile into a " + NameOf(options.format) + " file: it is not kept.");
     }
 }

@@ -1,4 +1,4 @@
-// Writes pictures.
+// Writes images.
 #pragma once
 
 #include <filesystem>
@@ -10,14 +10,14 @@
 namespace orvane::tool {
 
 struct WritingOptions {
-    PictureFormat format = PictureFormat::kPng;
+    ImageFormat format = ImageFormat::kPng;
     int32_t quality = 95;  // of JPEG, 1..100
 };
 
-// Writes a file of 8 bits a channel with the picture's colours, transparency, colour profile and resolution. `warn` is
+// Writes a file of 8 bits a channel with the image's colours, transparency, colour profile and resolution. `warn` is
 // called with what the format or this system cannot keep. The file may be half written when Failure is thrown. Needs
 // COM on this thread.
-void WritePicture(const std::filesystem::path& path, const Picture& picture, const WritingOptions& options,
-                  const Warning& warn);
+void WriteImage(const std::filesystem::path& path, const Image& image, const WritingOptions& options,
+                const Warning& warn);
 
 }  // namespace orvane::tool

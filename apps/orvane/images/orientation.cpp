@@ -5,16 +5,16 @@
 
 namespace orvane::tool {
 
-Picture Upright(Picture stored, uint16_t orientation) {
+Image Upright(Image stored, uint16_t orientation) {
     if (orientation < 2 || orientation > 8) {
         return stored;
     }
-    // Where the pixel (x, y) of the upright picture lies in the stored one: first swap, then mirror.
+    // Where the pixel (x, y) of the upright image lies in the stored one: first swap, then mirror.
     const bool swapsAxes = orientation >= 5;
     const bool mirrorsX = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
     const bool mirrorsY = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
 
-    Picture upright;
+    Image upright;
     upright.width = swapsAxes ? stored.height : stored.width;
     upright.height = swapsAxes ? stored.width : stored.height;
     upright.colourProfile = std::move(stored.colourProfile);

@@ -1,4 +1,4 @@
-// Turns pictures that a camera stored lying on their side.
+// Turns images that a camera stored lying on their side.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +9,6 @@ namespace orvane::tool {
 
 // `orientation` is Exif's: 1 is upright, 2 to 8 are the other mirrorings and quarter turns. Anything else
 // counts as upright.
-Picture Upright(Picture stored, uint16_t orientation);
+Image Upright(Image stored, uint16_t orientation);
 
 }  // namespace orvane::tool

@@ -10,10 +10,10 @@
 #include "apps/orvane/frames/frame_server.h"
 #include "apps/orvane/frames/frame_size_choice.h"
 #include "apps/orvane/frames/library_log.h"
-#include "apps/orvane/images/image_batch.h"
-#include "apps/orvane/machine/support_check.h"
 #include "apps/orvane/frames/upscaler.h"
+#include "apps/orvane/images/image_batch.h"
 #include "apps/orvane/images/wic.h"
+#include "apps/orvane/machine/support_check.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/process/stop_signal.h"
 
@@ -25,8 +25,8 @@ std::string Counted(uint64_t count, const std::string& thing) {
 }
 
 // Takes out what an earlier run has done, and returns how many that were.
-uint64_t SkipDone(std::vector<PictureJob>& jobs, Progress& progress) {
-    return std::erase_if(jobs, [&](const PictureJob& job) {
+uint64_t SkipDone(std::vector<ImageJob>& jobs, Progress& progress) {
+    return std::erase_if(jobs, [&](const ImageJob& job) {
         std::error_code error;
         if (!std::filesystem::exists(job.output, error)) {
             return false;
@@ -38,7 +38,7 @@ uint64_t SkipDone(std::vector<PictureJob>& jobs, Progress& progress) {
 }
 
 void Summarise(const BatchResult& result, uint64_t skipped, Progress& progress) {
-    std::string text = Counted(result.done, "picture") + " done";
+    std::string text = Counted(result.done, "image") + " done";
     if (skipped > 0) {
         text += ", " + std::to_string(skipped) + " skipped";
     }
@@ -60,7 +60,7 @@ void Summarise(const BatchResult& result, uint64_t skipped, Progress& progress) 
                          {"seconds", result.seconds}});
 }
 
-BatchResult RunBatch(const UpscaleOptions& options, const std::vector<PictureJob>& jobs, Progress& progress) {
+BatchResult RunBatch(const UpscaleOptions& options, const std::vector<ImageJob>& jobs, Progress& progress) {
     const ModelChoice model = ChooseModel(options.model);
     if (!model.note.empty()) {
         progress.Note(model.note);
@@ -72,8 +72,8 @@ BatchResult RunBatch(const UpscaleOptions& options, const std::vector<PictureJob
     Upscaler upscaler(model, log);
     FrameSizeChoice sizes({model.reach, options.rawEdges ? 0 : model.reach, options.tile});
     FrameServer server(upscaler, sizes, progress);
-    PictureBatch batch(jobs, {options.quality, options.passes}, server, progress);
-    progress.Begin({"pictures", jobs.size()});
+    ImageBatch batch(jobs, {options.quality, options.passes}, server, progress);
+    progress.Begin({"images", jobs.size()});
     const BatchResult result = batch.Run();
     progress.End();
     return result;
@@ -85,8 +85,8 @@ void Upscale(const UpscaleOptions& options) {
     const StopSignal signal;
     const ComScope com;
     const std::unique_ptr<Progress> progress = MakeProgress(options.progress, stdout);
-    progress->Note("Looking for pictures ...");
-    std::vector<PictureJob> jobs = FindPictures(options.jobs);
+    progress->Note("Looking for images ...");
+    std::vector<ImageJob> jobs = FindImages(options.jobs);
     const uint64_t skipped = options.force ? 0 : SkipDone(jobs, *progress);
 
     const BatchResult result = jobs.empty() ? BatchResult() : RunBatch(options, jobs, *progress);
@@ -95,7 +95,7 @@ void Upscale(const UpscaleOptions& options) {
         throw Failure("Stopped by Ctrl-C. What was finished is kept; the same command goes on with the rest.");
     }
     if (result.failed > 0) {
-        throw Failure(std::to_string(result.failed) + " of " + std::to_string(jobs.size()) + " pictures failed.");
+        throw Failure(std::to_string(result.failed) + " of " + std::to_string(jobs.size()) + " images failed.");
     }
 }
 

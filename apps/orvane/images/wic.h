@@ -1,4 +1,4 @@
-// What reading and writing pictures with the Windows Imaging Component have in common.
+// What reading and writing images with the Windows Imaging Component have in common.
 #pragma once
 
 #include <string>

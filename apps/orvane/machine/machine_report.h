@@ -11,7 +11,7 @@ namespace orvane::tool {
 std::string SupportReason(uint32_t status);
 std::string SupportAdvice(uint32_t status);
 
-// `trial` says in a sentence how a small frame was doubled, or why that failed.
+// `trial` says in a sentence how a small frame was upscaled, or why that failed.
 struct Trial {
     bool isDone = false;
     std::string sentence;

@@ -102,7 +102,7 @@ Arguments CodecArguments(const VideoJob& job) {
     return arguments;
 }
 
-// Everything of the source but its pictures.
+// Everything of the source but its images.
 Arguments OtherStreams(const VideoJob& job, const VideoSource& source) {
     Arguments arguments{"-map", "1:a?", "-c:a", "copy"};
     size_t taken = 0;

@@ -11,7 +11,7 @@
 
 namespace orvane::tool {
 
-// What the result's colours are said to be, and converted with. The matrix is always named, because a doubled picture
+// What the result's colours are said to be, and converted with. The matrix is always named, because a upscaled image
 // may be so large that players would guess another one than for the source: where the source does not say, it is bt709
 // from 720 rows on and that of NTSC and PAL below.
 ColourDescription ResolvedColour(const VideoSource& source);

@@ -21,16 +21,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct Enlarged {
+struct Upscaled {
     Frame frame;
     uint64_t libraryFrames = 0;
     double milliseconds = 0;
 };
 
-Enlarged Enlarge(Frame frame, int32_t passes, FrameServer& server) {
-    Enlarged result;
+Upscaled Upscale(Frame frame, int32_t passes, FrameServer& server) {
+    Upscaled result;
     for (int32_t pass = 0; pass < passes; ++pass) {
-        frame.picture = DoublePicture(std::move(frame.picture), server, [&](double /*share*/, double milliseconds) {
+        frame.image = UpscaleImage(std::move(frame.image), server, [&](double /*share*/, double milliseconds) {
             ++result.libraryFrames;
             result.milliseconds += milliseconds;
         });
@@ -87,18 +87,18 @@ private:
         m_underWay.Close();
     }
 
-    std::future<Enlarged> Begin(Frame frame) {
+    std::future<Upscaled> Begin(Frame frame) {
         if (m_firstRead == Clock::time_point()) {
             m_firstRead = Clock::now();
         }
         return std::async(std::launch::async, [this, next = std::move(frame)]() mutable {
-            return Enlarge(std::move(next), m_passes, m_server);
+            return Upscale(std::move(next), m_passes, m_server);
         });
     }
 
     void Write() {
         try {
-            while (std::optional<std::future<Enlarged>> next = m_underWay.Pop()) {
+            while (std::optional<std::future<Upscaled>> next = m_underWay.Pop()) {
                 WriteOne(next->get());
             }
         } catch (...) {
@@ -106,21 +106,21 @@ private:
         }
         // The server is there until the last frame has left it.
         m_underWay.Abandon();
-        while (std::optional<std::future<Enlarged>> rest = m_underWay.Pop()) {
+        while (std::optional<std::future<Upscaled>> rest = m_underWay.Pop()) {
             rest->wait();
         }
         m_server.Finish();
     }
 
-    void WriteOne(const Enlarged& enlarged) {
-        if (!m_writer.Write(enlarged.frame)) {
+    void WriteOne(const Upscaled& upscaled) {
+        if (!m_writer.Write(upscaled.frame)) {
             throw NobodyReads();
         }
         ++m_count.written;
         m_count.seconds = std::chrono::duration<double>(Clock::now() - m_firstRead).count();
-        m_count.libraryFrames += enlarged.libraryFrames;
-        m_count.milliseconds += enlarged.milliseconds;
-        m_progress.Advance(1, enlarged.libraryFrames, enlarged.milliseconds);
+        m_count.libraryFrames += upscaled.libraryFrames;
+        m_count.milliseconds += upscaled.milliseconds;
+        m_progress.Advance(1, upscaled.libraryFrames, upscaled.milliseconds);
     }
 
     FrameReader& m_reader;
@@ -129,7 +129,7 @@ private:
     FrameServer& m_server;
     Progress& m_progress;
     FrameCount& m_count;
-    BoundedQueue<std::future<Enlarged>> m_underWay{kUnderWay};
+    BoundedQueue<std::future<Upscaled>> m_underWay{kUnderWay};
     Clock::time_point m_firstRead;
     std::exception_ptr m_readError;
     std::exception_ptr m_writeError;
@@ -137,7 +137,7 @@ private:
 
 }  // namespace
 
-void AddEnlargeOptions(CLI::App& command, EnlargeOptions& options) {
+void AddFrameOptions(CLI::App& command, FrameOptions& options) {
     command.add_option("--passes", options.passes, "How often to double: 2 for four times the size, 3 for eight")
         ->capture_default_str()
         ->check(CLI::Range(1, 3));
@@ -147,7 +147,7 @@ void AddEnlargeOptions(CLI::App& command, EnlargeOptions& options) {
     command.add_flag("--raw-edges", options.rawEdges, "Do not mirror the frames beyond their edges");
 }
 
-void EnlargeFrames(FrameReader& reader, FrameWriter& writer, const ModelChoice& model, const EnlargeOptions& options,
+void UpscaleFrames(FrameReader& reader, FrameWriter& writer, const ModelChoice& model, const FrameOptions& options,
                    LibraryLog& log, Progress& progress, FrameCount& count) {
     const StopSignal stop;
     Upscaler upscaler(model, log);

@@ -10,16 +10,16 @@
 #include <system_error>
 #include <utility>
 
-#include "apps/orvane/video/frame_line.h"
-#include "apps/orvane/video/ffmpeg_program.h"
 #include "apps/orvane/containers/frame_stream.h"
-#include "apps/orvane/frames/library_log.h"
 #include "apps/orvane/containers/nut.h"
+#include "apps/orvane/frames/library_log.h"
 #include "apps/orvane/machine/support_check.h"
-#include "apps/utils/files/atomic_file.h"
-#include "apps/utils/process/child_process.h"
+#include "apps/orvane/video/ffmpeg_program.h"
+#include "apps/orvane/video/frame_line.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"
+#include "apps/utils/process/child_process.h"
 
 namespace orvane::tool {
 namespace {
@@ -72,8 +72,8 @@ public:
     explicit FramesToEncode(ByteSink& sink) : m_sink(sink) {}
 
     bool Write(const Frame& frame) override {
-        return WriteText(m_sink, NutFrameHeader(frame.time, frame.picture.pixels.size())) &&
-               m_sink.Write(frame.picture.pixels);
+        return WriteText(m_sink, NutFrameHeader(frame.time, frame.image.pixels.size())) &&
+               m_sink.Write(frame.image.pixels);
     }
 
     static bool WriteText(ByteSink& sink, const std::string& text) {
@@ -129,15 +129,15 @@ public:
         if (!first) {
             FailWithoutFrames(decoder);
         }
-        NutVideo enlarged = *video;
-        enlarged.width <<= m_options.enlarge.passes;
-        enlarged.height <<= m_options.enlarge.passes;
-        ChildProcess encoder(m_ffmpeg, EncodeArguments(m_options.job, source, enlarged, first->time),
+        NutVideo upscaled = *video;
+        upscaled.width <<= m_options.upscale.passes;
+        upscaled.height <<= m_options.upscale.passes;
+        ChildProcess encoder(m_ffmpeg, EncodeArguments(m_options.job, source, upscaled, first->time),
                              {.input = true, .output = false});
         DecodedFrames frames(reader, std::move(*first), *video);
         m_progress.Begin({"frames", ExpectedFrames(m_options.job, source), true});
-        Encode(frames, enlarged, decoder, encoder);
-        Finish(decoder, encoder, enlarged);
+        Encode(frames, upscaled, decoder, encoder);
+        Finish(decoder, encoder, upscaled);
     }
 
 private:
@@ -155,13 +155,13 @@ private:
                       (reason.empty() ? "." : ": " + reason + "."));
     }
 
-    void Encode(FrameReader& frames, const NutVideo& enlarged, ChildProcess& decoder, ChildProcess& encoder) {
+    void Encode(FrameReader& frames, const NutVideo& upscaled, ChildProcess& decoder, ChildProcess& encoder) {
         FramesToEncode writer(encoder.Input());
-        if (!FramesToEncode::WriteText(encoder.Input(), NutHeaders(enlarged))) {
+        if (!FramesToEncode::WriteText(encoder.Input(), NutHeaders(upscaled))) {
             FailEncoding(encoder);
         }
         try {
-            EnlargeFrames(frames, writer, m_options.model, m_options.enlarge, m_log, m_progress, m_count);
+            UpscaleFrames(frames, writer, m_options.model, m_options.upscale, m_log, m_progress, m_count);
         } catch (const NobodyReads&) {
             // Options of the user's may make it end early.
             decoder.Kill();
@@ -170,7 +170,7 @@ private:
     }
 
     // An encoder that failed leaves nothing; a source that is damaged leaves what was read of it.
-    void Finish(ChildProcess& decoder, ChildProcess& encoder, const NutVideo& enlarged) {
+    void Finish(ChildProcess& decoder, ChildProcess& encoder, const NutVideo& upscaled) {
         m_progress.End();
         if (encoder.Wait() != 0) {
             FailEncoding(encoder);
@@ -178,12 +178,12 @@ private:
         const bool decoded = decoder.Wait() == 0 || m_encoderEndedFirst;
         m_result.Commit();
         m_progress.Item("Wrote: " + Utf8FromPath(m_options.output) + " (" + std::to_string(m_count.written) +
-                            " frames of " + SizeText(enlarged.width, enlarged.height) + ")",
+                            " frames of " + SizeText(upscaled.width, upscaled.height) + ")",
                         {{"event", "video"},
                          {"output", Utf8FromPath(m_options.output)},
                          {"frames", m_count.written},
-                         {"width", enlarged.width},
-                         {"height", enlarged.height},
+                         {"width", upscaled.width},
+                         {"height", upscaled.height},
                          {"libraryFrames", m_count.libraryFrames},
                          {"frameMilliseconds", m_count.milliseconds},
                          {"seconds", m_count.seconds}});
@@ -205,7 +205,7 @@ private:
 
 }  // namespace
 
-void EnlargeVideo(const VideoOptions& options, Progress& progress) {
+void UpscaleVideo(const VideoOptions& options, Progress& progress) {
     RequireUsablePaths(options);
     VideoRun(options, progress).Run();
 }

@@ -1,10 +1,10 @@
-// Doubles videos.
+// Upscales videos.
 #pragma once
 
 #include <filesystem>
 
-#include "apps/orvane/video/frame_line.h"
 #include "apps/orvane/commands/model_options.h"
+#include "apps/orvane/video/frame_line.h"
 #include "apps/orvane/video/video_output.h"
 #include "apps/utils/progress.h"
 
@@ -17,12 +17,12 @@ struct VideoOptions {
     VideoJob job;                  // its paths are filled in here
     bool force = false;            // an older output is replaced
     ModelChoice model;
-    EnlargeOptions enlarge;
+    FrameOptions upscale;
     bool verbose = false;
 };
 
 // Throws Failure and leaves nothing behind then; but when the source turns out to be damaged the output holds what
 // could be read of it.
-void EnlargeVideo(const VideoOptions& options, Progress& progress);
+void UpscaleVideo(const VideoOptions& options, Progress& progress);
 
 }  // namespace orvane::tool

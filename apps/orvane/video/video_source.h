@@ -30,7 +30,7 @@ struct VideoSource {
     uint32_t libavutilVersion = 0;  // the first number; 56 is that of ffmpeg 4
 };
 
-// Reads what `ffmpeg -i FILE` prints. Of the video streams it is the first one that is not a cover picture.
+// Reads what `ffmpeg -i FILE` prints. Of the video streams it is the first one that is not a cover image.
 VideoSource ParseVideoSource(std::string_view ffmpegOutput);
 
 // "12.5", "1:30", "01:02:03.5" in seconds; a negative number when it is not a time.

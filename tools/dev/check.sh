@@ -1,0 +1,81 @@
+# shellcheck shell=bash
+# What a change must pass besides the tests: format, code, scripts, validation layers.
+
+VALIDATION=$BUILD/validation
+
+# validated NAME PROGRAM [ARGUMENT...]: runs a program under the Vulkan validation layer, with its output in NAME.log.
+validated() {
+  VK_INSTANCE_LAYERS=VK_LAYER_KHRONOS_validation VK_LAYER_SETTINGS_PATH=$PWD/tests/validation \
+    tools/wine/run-wine "$BIN/$2.exe" "${@:3}" >"$VALIDATION/$1.log" 2>&1 || {
+    cat "$VALIDATION/$1.log"
+    return 1
+  }
+}
+
+# messages NAME...: what the layer said, without what differs from one time to the next: handles, numbers, explanations.
+messages() {
+  sed -nE 's/^(\S+)\(.*msgNum: .*\| MessageID = 0x[0-9a-f]+ \| (.*)/\1 \2/p' "${@/#/$VALIDATION/}" |
+    sed -E 's/\. The Vulkan .*//; s/0x[0-9a-f]+/H/g; s/[0-9]+/N/g'
+}
+
+# Fails on any message that Direct3D and DirectML do not cause alone.
+validate() {
+  local frames=(frames.log frames_nhwc.log exports.log)
+  setup validate
+  need_wine
+  build mingw-release
+  mkdir -p "$VALIDATION"
+  step "Running Direct3D and DirectML alone" validated baseline validation_baseline
+  step "Leaving a barrier out" validated fault validation_baseline fault
+  step "Running the frame tests" validated frames frames_test '--gtest_filter=*Frames*'
+  step "Running the frame tests on NHWC tensors" validated frames_nhwc frames_nhwc_test '--gtest_filter=*Frames*'
+  step "Running the tests of the exports, which change sizes" validated exports exports_test
+  messages baseline.log | sort -u >"$VALIDATION/known.txt"
+  messages fault.log | sort -u | comm -23 - "$VALIDATION/known.txt" | grep '^SYNC-HAZARD' >/dev/null ||
+    die "the barrier that was left out was not missed: the checks are not on"
+  if messages "${frames[@]}" | sort -u | comm -23 - "$VALIDATION/known.txt" | grep .; then
+    die "the library causes these messages; the logs are in $VALIDATION"
+  fi
+  say "$(messages "${frames[@]}" | sort -u | wc -l) kinds of message, $(messages "${frames[@]}" | wc -l) in all." \
+    "Direct3D and DirectML cause each of these kinds alone."
+}
+
+sources() { git ls-files --cached --others --exclude-standard '*.cpp' '*.h' '*.hpp' '*.c'; }
+
+check_format() { sources | xargs clang-format --dry-run --Werror; }
+
+check_scripts() { shellcheck -x dev .ci/run tools/wine/run-wine tools/wine/wine-session bench/on-card tests/package/try-package tests/program/stream_lines.sh; }
+
+# clang reads what GCC compiled: the same flags, MinGW's headers, so that a second compiler's warnings are seen too.
+check_tidy() {
+  local gcc_folder flag flags=(-Wno-unknown-warning-option -Wno-unused-command-line-argument)
+  gcc_folder=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=include)")
+  for flag in -nostdinc++ -isystem "$gcc_folder/include/c++" -isystem "$gcc_folder/include/c++/x86_64-w64-mingw32"; do
+    flags+=("$flag")
+  done
+  # shellcheck disable=SC2046
+  sources | grep -E '\.(cpp|c)$' | grep -v -e '^tests/fuzz/' $(have_peer || printf -- '-e ^bench/peer') | xargs -P "$(nproc)" -n 4 \
+    clang-tidy --quiet -p "$BUILD/mingw-release" $(printf -- '--extra-arg=%s ' "${flags[@]}")
+  # These are for clang alone.
+  clang-tidy --quiet -p "$BUILD/native" tests/fuzz/*.cpp
+}
+
+# What a host compiles with Visual C++. Its own headers are not here, so clang's must do, which have just what orvane.h needs.
+check_interface() {
+  local language
+  for language in "c -std=c99" "c++ -std=c++17"; do
+    # shellcheck disable=SC2086 # two words
+    clang --target=x86_64-pc-windows-msvc -ffreestanding -fsyntax-only -x $language -Wall -Wextra -pedantic -Werror api/orvane.h
+  done
+}
+
+lint() {
+  setup lint
+  build native
+  build mingw-release
+  step "Checking the scripts (shellcheck)" check_scripts
+  step "Checking the format (clang-format)" check_format
+  step "Checking the interface for Visual C++ (clang)" check_interface
+  step "Checking the code (clang-tidy and clang's warnings)" check_tidy
+  say "No complaints."
+}

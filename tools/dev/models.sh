@@ -1,0 +1,61 @@
+# shellcheck shell=bash
+# The demonstration, and training and judging models.
+
+demo() {
+  local image=examples/photo.png out=$BUILD/demo started result
+  case ${1:-} in
+  '') ;;
+  /*) image=$1 ;;
+  *) image=$(realpath -m --relative-to="$PWD" -- "$here/$1") ;;
+  esac
+  [ -f "$image" ] || die "there is no picture $image"
+  result=$(basename "$image")
+  result=$out/${result%.*}-2x.png
+  setup
+  need_wine
+  build mingw-release --target orvane_weights
+  mkdir -p "$out"
+  say "Upscaling $image on DirectML, on this machine's CPU (the first frame compiles the network)"
+  started=$EPOCHREALTIME
+  run tools/wine/run-wine "$BIN/orvane.exe" upscale "$image" -o "$result" --force
+  say "Upscaled in $(seconds_since "$started")"
+  "$PYTHON" training/beside.py "$image" "$result" "${result%.png}-beside-bicubic.png"
+  say "Beside bicubic: ${result%.png}-beside-bicubic.png"
+}
+
+# Debian's own Python, for which its packages are.
+PYTHON=/usr/bin/python3
+
+# train NAME [OPTION...]: everything from the images to the figures. Resumes where it was stopped.
+train() {
+  local name=${1:-} data=$BUILD/training/data results=$BUILD/training/${1:-} images=test
+  [ -f "training/configs/$name.json" ] ||
+    die "train needs the name of a configuration: $(basename -a -s .json training/configs/*.json | tr '\n' ' ')"
+  setup train
+  need_wine
+  build mingw-release --target orvane_cli
+  [ -f "$data/tiles.npz" ] || "$PYTHON" training/prepare.py --data "$data"
+  if grep -q '"video"' "training/configs/$name.json"; then
+    [ -f "$data/video.npz" ] || "$PYTHON" training/prepare_video.py --data "$data"
+    images=test-video
+  fi
+  "$PYTHON" training/train.py "$name" --data "$data" "${@:2}"
+  "$PYTHON" training/export.py "$name" --data "$data"
+  "$PYTHON" training/evaluate.py "$name" "$data/$images" --json "$results/figures.json"
+  if [ "$images" = test-video ]; then
+    "$PYTHON" training/evaluate.py default "$data/$images" --json "$results/figures-default.json"
+  fi
+  "$PYTHON" training/card.py "$name" --data "$data"
+}
+
+# evaluate MODEL FOLDER [OPTION...]
+evaluate() {
+  [ $# -ge 2 ] || die "evaluate needs a model (a name in weights, or a file) and a folder of PNG images"
+  local model=$1 folder=$2
+  [ ! -f "$here/$model" ] || model=$here/$model
+  [ -d "$folder" ] && [[ $folder == /* ]] || folder=$here/$folder
+  setup train
+  need_wine
+  build mingw-release --target orvane_cli
+  "$PYTHON" training/evaluate.py "$model" "$folder" "${@:3}"
+}
