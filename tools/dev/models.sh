@@ -8,7 +8,7 @@ demo() {
   /*) image=$1 ;;
   *) image=$(realpath -m --relative-to="$PWD" -- "$here/$1") ;;
   esac
-  [ -f "$image" ] || die "there is no picture $image"
+  [ -f "$image" ] || die "there is no image $image"
   result=$(basename "$image")
   result=$out/${result%.*}-2x.png
   setup
