@@ -7,14 +7,10 @@ from pathlib import Path
 
 import numpy as np
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "training"))
-import cipher
-import compress
-import convert
-import licences
-import metrics
-import prepare_video
-import resize
+sys.path.insert(0, str(Path(__file__).resolve().parents[2]))
+from training.data import compress, licences, prepare_video, resize  # noqa: E402
+from training.judge import metrics  # noqa: E402
+from training.model import cipher, convert  # noqa: E402
 
 
 def small_chain(channels=4, depth=1, seed=1):

@@ -19,7 +19,7 @@ demo() {
   started=$EPOCHREALTIME
   run tools/wine/run-wine "$BIN/orvane.exe" upscale "$image" -o "$result" --force
   say "Upscaled in $(seconds_since "$started")"
-  "$PYTHON" training/beside.py "$image" "$result" "${result%.png}-beside-bicubic.png"
+  "$PYTHON" -m training.judge.beside "$image" "$result" "${result%.png}-beside-bicubic.png"
   say "Beside bicubic: ${result%.png}-beside-bicubic.png"
 }
 
@@ -34,18 +34,18 @@ train() {
   setup train
   need_wine
   build mingw-release --target orvane_cli
-  [ -f "$data/tiles.npz" ] || "$PYTHON" training/prepare.py --data "$data"
+  [ -f "$data/tiles.npz" ] || "$PYTHON" -m training.data.prepare --data "$data"
   if grep -q '"video"' "training/configs/$name.json"; then
-    [ -f "$data/video.npz" ] || "$PYTHON" training/prepare_video.py --data "$data"
+    [ -f "$data/video.npz" ] || "$PYTHON" -m training.data.prepare_video --data "$data"
     images=test-video
   fi
-  "$PYTHON" training/train.py "$name" --data "$data" "${@:2}"
-  "$PYTHON" training/export.py "$name" --data "$data"
-  "$PYTHON" training/evaluate.py "$name" "$data/$images" --json "$results/figures.json"
+  "$PYTHON" -m training.model.train "$name" --data "$data" "${@:2}"
+  "$PYTHON" -m training.model.export "$name" --data "$data"
+  "$PYTHON" -m training.judge.evaluate "$name" "$data/$images" --json "$results/figures.json"
   if [ "$images" = test-video ]; then
-    "$PYTHON" training/evaluate.py default "$data/$images" --json "$results/figures-default.json"
+    "$PYTHON" -m training.judge.evaluate default "$data/$images" --json "$results/figures-default.json"
   fi
-  "$PYTHON" training/card.py "$name" --data "$data"
+  "$PYTHON" -m training.judge.card "$name" --data "$data"
 }
 
 # evaluate MODEL FOLDER [OPTION...]
@@ -57,5 +57,5 @@ evaluate() {
   setup train
   need_wine
   build mingw-release --target orvane_cli
-  "$PYTHON" training/evaluate.py "$model" "$folder" "${@:3}"
+  "$PYTHON" -m training.judge.evaluate "$model" "$folder" "${@:3}"
 }

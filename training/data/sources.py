@@ -8,8 +8,7 @@ from pathlib import Path
 
 from PIL import Image
 
-import licences
-import qt_resources
+from training.data import licences, qt_resources
 
 SMALLEST_SIDE = 200
 Image.MAX_IMAGE_PIXELS = None

@@ -14,20 +14,15 @@ import sys
 import time
 from pathlib import Path
 
-os.environ.setdefault("OMP_WAIT_POLICY", "passive")  # threads that spin would starve a machine that does other things too
-
 import numpy as np
 import torch
-
-import compress
-import convert
-import metrics
-import network
-import resize
-import tiles
 from PIL import Image
 
-HERE = Path(__file__).parent
+from training import KIT, ROOT
+from training.data import compress, resize, tiles
+from training.judge import metrics
+from training.model import convert, network
+
 DEFAULTS = {
     "start": None,  # name of a trained model to start from
     "inverted": [],  # layers of it that pass the colours on inverted, see network.py
@@ -52,7 +47,7 @@ DEFAULTS = {
 
 
 def read_configuration(name):
-    path = HERE / "configs" / f"{name}.json"
+    path = KIT / "configs" / f"{name}.json"
     if not path.is_file():
         raise SystemExit(f"there is no configuration {path}")
     return {**DEFAULTS, "name": name, **json.loads(path.read_text())}
@@ -60,7 +55,7 @@ def read_configuration(name):
 
 def find_start(name, results):
     """The model of that name that was trained here, or the one that comes with the kit."""
-    for path in (results / name / "weights.npz", HERE.parent / "weights" / f"{name}.en", HERE / "start" / f"{name}.npz"):
+    for path in (results / name / "weights.npz", ROOT / "weights" / f"{name}.en", KIT / "start" / f"{name}.npz"):
         if path.is_file():
             return path
     raise SystemExit(f"training starts from the model {name}, which is not there: train it first")

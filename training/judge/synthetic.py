@@ -4,7 +4,7 @@ All figures are in codes of 8 bits.
 """
 import numpy as np
 
-import resize
+from training.data import resize
 
 SIDE = 24
 RIM = 4  # pixels of the doubled picture that count as its rim

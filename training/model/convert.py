@@ -10,7 +10,7 @@ from pathlib import Path
 
 import numpy as np
 
-import cipher
+from training.model import cipher
 
 
 def read(path, sizes=None):
@@ -22,7 +22,7 @@ def read(path, sizes=None):
     elif path.suffix == ".safetensors":
         weights = from_names(_read_safetensors(path), path)
     elif path.suffix == ".onnx":
-        import onnx_chain
+        from training.model import onnx_chain
         weights = onnx_chain.read(path)
     elif path.suffix in (".bin", ".en"):
         data = path.read_bytes()
@@ -44,7 +44,7 @@ def write(path, weights):
     elif path.suffix == ".safetensors":
         _write_safetensors(path, named)
     elif path.suffix == ".onnx":
-        import onnx_chain
+        from training.model import onnx_chain
         onnx_chain.write(path, weights)
     elif path.suffix in (".bin", ".en"):
         data = to_bytes(weights)

@@ -1,8 +1,8 @@
 """Judges a model through the real library: pictures are halved, doubled by it, and compared with what they were.
 
-    evaluate.py MODEL FOLDER
+    python3 -m training.judge.evaluate MODEL FOLDER
 
-MODEL is a name in weights/ or a file that convert.py reads. FOLDER holds PNG pictures; where small-X.png lies beside
+MODEL is a name in weights/ or a file that model/convert.py reads. FOLDER holds PNG pictures; where small-X.png lies beside
 photo-X.png or drawn-X.png it is what gets doubled (compressed frames), otherwise the halved picture is. PSNR and SSIM of the
 luma are those of the literature (BT.601, studio range, rounded to 8 bits, a border of 2 pixels cut).
 """
@@ -17,16 +17,11 @@ import numpy as np
 import torch
 from PIL import Image
 
-import compress
-import convert
-import metrics
-import network
-import product
-import resize
-import synthetic
-import train
+from training import ROOT
+from training.data import compress, resize
+from training.judge import metrics, product, synthetic
+from training.model import convert, network, train
 
-HERE = Path(__file__).parent
 
 
 @dataclass
@@ -57,7 +52,7 @@ class Model:
     def __init__(self, name, sizes):
         path = Path(name)
         if not path.suffix:
-            path = HERE.parent / "weights" / f"{name}.en"
+            path = ROOT / "weights" / f"{name}.en"
         if not path.is_file():
             raise SystemExit(f"there is no model {path}")
         arrays = convert.read(path, sizes)

@@ -6,8 +6,7 @@ what it sees at the edges of a frame.
 import numpy as np
 import torch
 
-import pack
-import resize
+from training.data import pack, resize
 
 PLAIN_TILES = 400
 

@@ -7,7 +7,8 @@ from pathlib import Path
 import numpy as np
 from PIL import Image
 
-ROOT = Path(__file__).parent.parent
+from training import ROOT
+
 TIMEOUT = 3600  # seconds; a software adapter takes its time
 
 

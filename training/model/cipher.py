@@ -2,14 +2,15 @@
 import re
 import secrets
 import struct
-from pathlib import Path
+
+from training import ROOT
 
 _DELTA, _ROUNDS = 0x9E3779B9, 16
 _MASK = 0xFFFFFFFF
 
 
 def file_key():
-    text = (Path(__file__).parent.parent / "model" / "keys.h").read_text()
+    text = (ROOT / "model" / "keys.h").read_text()
     return re.search(r'kFileKey = "([ -~]{20})"', text)[1].encode()
 
 

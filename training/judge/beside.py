@@ -1,13 +1,13 @@
 """Shows a doubled picture beside what bicubic doubling makes of the same small one.
 
-    beside.py SMALL DOUBLED OUT.png
+    python3 -m training.judge.beside SMALL DOUBLED OUT.png
 """
 import sys
 
 import numpy as np
 from PIL import Image, ImageDraw, ImageOps
 
-import resize
+from training.data import resize
 
 TITLE = 18  # pixels of the strip above the pictures
 

@@ -3,7 +3,7 @@ import subprocess
 
 import numpy as np
 
-import resize
+from training.data import resize
 
 FRAMES = 4
 MARGIN = 16  # pixels of the large picture that the pan needs on each side

@@ -6,12 +6,11 @@ from pathlib import Path
 import numpy as np
 from PIL import Image, ImageDraw, ImageFont
 
-import convert
-import drawn
-import evaluate
-import resize
+from training import ROOT
+from training.data import drawn, resize
+from training.judge import evaluate
+from training.model import convert
 
-HERE = Path(__file__).parent
 CROP = 56  # pixels of the large picture
 ZOOM = 3
 # Picture of the test folder, and the corner of the crop as a share of its sides.
@@ -106,7 +105,7 @@ def main():
     parser.add_argument("name")
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
     parser.add_argument("--results", type=Path, default=Path("build/training"))
-    parser.add_argument("--weights", type=Path, default=HERE.parent / "weights")
+    parser.add_argument("--weights", type=Path, default=ROOT / "weights")
     arguments = parser.parse_args()
     path = arguments.weights / f"{arguments.name}.json"
     card = json.loads(path.read_text())

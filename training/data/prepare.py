@@ -12,10 +12,7 @@ from pathlib import Path
 import numpy as np
 from PIL import Image
 
-import drawn
-import pack
-import resize
-import sources
+from training.data import drawn, pack, resize, sources
 
 LONGEST_SIDES = (1700, 1150, 850, 640)  # large photographs are used at several sizes
 LOSSY_REDUCTION = 1.6  # hides what JPEG and WebP did to a picture, the halved colours above all

@@ -12,12 +12,10 @@ from pathlib import Path
 import numpy as np
 import torch
 
-import cipher
-import convert
-import evaluate
-import network
+from training import ROOT
+from training.judge import evaluate
+from training.model import cipher, convert, network
 
-HERE = Path(__file__).parent
 PURPOSES = {
     "base": "what default-first and video-first start from",
     "wide": "what quality-first starts from",
@@ -54,7 +52,7 @@ def corrected(weights, pairs):
 
 
 def _commit():
-    done = subprocess.run(["git", "rev-parse", "--short=12", "HEAD"], cwd=HERE, stdout=subprocess.PIPE, text=True, check=False)
+    done = subprocess.run(["git", "rev-parse", "--short=12", "HEAD"], cwd=ROOT, stdout=subprocess.PIPE, text=True, check=False)
     return done.stdout.strip() or "unknown"
 
 
@@ -63,7 +61,7 @@ def main():
     parser.add_argument("name")
     parser.add_argument("--results", type=Path, default=Path("build/training"))
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
-    parser.add_argument("--weights", type=Path, default=HERE.parent / "weights")
+    parser.add_argument("--weights", type=Path, default=ROOT / "weights")
     arguments = parser.parse_args()
     folder = arguments.results / arguments.name
     settings = json.loads((folder / "configuration.json").read_text())

@@ -11,9 +11,7 @@ from pathlib import Path
 import numpy as np
 from PIL import Image
 
-import compress
-import pack
-import prepare
+from training.data import compress, pack, prepare
 
 TEST_CRF = 28
 CRFS = 25, 32  # of the training tiles, the second left out: what is streamed

@@ -1,0 +1,5 @@
+"""The training kit. Its scripts are modules and run from the root of the repository: python3 -m training.model.train NAME."""
+from pathlib import Path
+
+KIT = Path(__file__).resolve().parent
+ROOT = KIT.parent

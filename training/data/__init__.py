@@ -1,0 +1,1 @@
+"""Training data: fetches images, cuts and packs tiles, and makes the batches."""
