@@ -127,8 +127,8 @@ class Interrupted(ProgramTest):
         (self.folder / "in.raw").write_bytes(noise(32, 24 * 300, 4).tobytes())
         result = self.folder / "out.raw"
         with open(self.folder / "in.raw", "rb") as source, open(result, "wb") as output:
-            code, said = self.interrupt(lambda text: result.stat().st_size > 0, "stream", "--raw", "32x24", *MODEL, stdin=source,
-                                        stdout=output)
+            code, said = self.interrupt(lambda text: result.stat().st_size > 0, "stream", "--raw", "32x24", *MODEL,
+                                        stdin=source, stdout=output)
         self.assertEqual(code, 1, said)
         frames, rest = divmod(result.stat().st_size, 64 * 48 * 4)
         self.assertEqual(rest, 0)
@@ -138,8 +138,8 @@ class Interrupted(ProgramTest):
     def test_stream_that_nobody_reads_any_more(self):
         (self.folder / "in.raw").write_bytes(noise(32, 24 * 300, 4).tobytes())
         with open(self.folder / "in.raw", "rb") as source:
-            process = self.start(ORVANE, "stream", "--raw", "32x24", "--json", *MODEL, stdin=source, stdout=subprocess.PIPE,
-                                 stderr=subprocess.PIPE)
+            process = self.start(ORVANE, "stream", "--raw", "32x24", "--json", *MODEL, stdin=source,
+                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.assertEqual(len(process.stdout.read(64 * 48 * 4)), 64 * 48 * 4)
         process.stdout.close()
         said = process.stderr.read().decode()
@@ -177,7 +177,7 @@ class Interrupted(ProgramTest):
 class FullDisk(ProgramTest):
     LIMIT = 20000  # bytes, beyond which no file may grow
 
-    # The signal that comes with the limit is ignored in Python, and so it must be in what Python starts: then the write fails.
+    # Python ignores the signal that comes with the limit. Its child must ignore it too, so that the write fails.
     def test_no_model_is_half_written(self):
         model = windows_path(ORVANE.parent / "weights/interpolating.en")
         (self.folder / "old.en2").write_text("old")
@@ -193,8 +193,8 @@ class FullDisk(ProgramTest):
         for i in range(8):
             self.save(f"large-{i}.png", noise(64, 64, seed=i))
         said = ""
-        with self.start(ORVANE, "upscale", "in", "-o", "out", "--json", *MODEL, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                        restore_signals=False) as process:
+        with self.start(ORVANE, "upscale", "in", "-o", "out", "--json", *MODEL, stdin=subprocess.DEVNULL,
+                        stdout=subprocess.PIPE, restore_signals=False) as process:
             for line in process.stdout:
                 said += line.decode()
                 if b'"event":"done"' in line:
@@ -217,7 +217,8 @@ class Images(ProgramTest):
         wide = Image.fromarray(noise(20, 14, 1)[:, :, 0].astype(np.uint16) * 257)
         half = Image.fromarray(np.dstack([noise(20, 14), np.full((14, 20), 128, np.uint8)]))
         # JPEG files lose little of a ramp.
-        ramp = Image.fromarray((np.indices((14, 20)).transpose(1, 2, 0) @ [[9, 0, 5], [0, 10, 3]] + 10).astype(np.uint8))
+        slopes = [[9, 0, 5], [0, 10, 3]]
+        ramp = Image.fromarray((np.indices((14, 20)).transpose(1, 2, 0) @ slopes + 10).astype(np.uint8))
         profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
         kinds = {
             "grey.png": (colours.convert("L"), {}),
@@ -239,7 +240,8 @@ class Images(ProgramTest):
         }
         for name, (image, options) in kinds.items():
             image.save(self.folder / "in" / name, **options)
-        self.expect(0, f"{len(kinds)} images done", "upscale", "in", "-o", "out", "--format", "same", "--quality", "100", *MODEL)
+        self.expect(0, f"{len(kinds)} images done", "upscale", "in", "-o", "out", "--format", "same", "--quality",
+                    "100", *MODEL)
         for name, (image, _) in kinds.items():
             with self.subTest(name):
                 result = read(self.folder / "out" / name)
@@ -257,13 +259,14 @@ class Images(ProgramTest):
         deep = Path(*[f"{i} \u6A21\u578B \u00FC " + "x" * 40 for i in range(6)])
         (self.folder / deep).mkdir(parents=True)
         for ending in (".en", ".json"):
-            shutil.copy(ORVANE.parent / "weights" / ("interpolating" + ending), self.folder / deep / ("a model" + ending))
+            source = ORVANE.parent / "weights" / ("interpolating" + ending)
+            shutil.copy(source, self.folder / deep / ("a model" + ending))
         Image.fromarray(noise(8, 8)).save(self.folder / deep / "image.png")
         (self.folder / "list").write_text(f"{deep}/image.png\n")
         model = str(deep / "a model.en")
         self.expect(0, "Complete, and every value is finite.", "model", "info", model)
-        self.expect(0, "2 images done", "upscale", windows_path(self.folder / deep), "--list", "list", "-o", str("out" / deep),
-                    "--model", model)
+        self.expect(0, "2 images done", "upscale", windows_path(self.folder / deep), "--list", "list",
+                    "-o", str("out" / deep), "--model", model)
         out = self.folder / "out" / deep
         self.assertEqual([read(path).size for path in (out / "image.png", out / deep / "image.png")], [(16, 16)] * 2)
 

@@ -1,4 +1,4 @@
-"""The parts of the training kit that need no PyTorch: resizing, compressed tiles, figures, model files."""
+"""Tests the parts of the training kit that do not need PyTorch: resizing, compressed tiles, metrics, model files."""
 import sys
 import tempfile
 import unittest
@@ -21,7 +21,7 @@ def small_chain(channels=4, depth=1, seed=1):
 
 
 class Resizing(unittest.TestCase):
-    def test_halving_is_keys_kernel_stretched_by_two(self):
+    def test_downscaling_is_keys_kernel_stretched_by_two(self):
         row = resize.matrix(32, 0.5)[8]
         # Half the kernel at 0.25, 0.75, 1.25 and 1.75.
         half = np.array([0.43359375, 0.11328125, -0.03515625, -0.01171875])
@@ -29,49 +29,52 @@ class Resizing(unittest.TestCase):
         self.assertEqual(np.count_nonzero(np.abs(row) > 1e-12), 8)
 
     def test_edges_are_mirrored_with_the_edge_pixel(self):
-        picture = np.random.default_rng(2).random((12, 8, 3))
-        around = np.pad(picture, ((8, 8), (8, 8), (0, 0)), mode="symmetric")
-        np.testing.assert_allclose(resize.halve(picture), resize.halve(around)[4:-4, 4:-4], atol=1e-12)
-        np.testing.assert_allclose(resize.double_bicubic(picture), resize.double_bicubic(around)[16:-16, 16:-16], atol=1e-12)
+        image = np.random.default_rng(2).random((12, 8, 3))
+        around = np.pad(image, ((8, 8), (8, 8), (0, 0)), mode="symmetric")
+        np.testing.assert_allclose(resize.downscale(image), resize.downscale(around)[4:-4, 4:-4], atol=1e-12)
+        upscaled = resize.upscale_bicubic(around)[16:-16, 16:-16]
+        np.testing.assert_allclose(resize.upscale_bicubic(image), upscaled, atol=1e-12)
 
     def test_polynomials(self):
         y, x = np.mgrid[:24, :32].astype(float)
         place_y, place_x = (np.mgrid[:48, :64] + 0.5) / 2 - 0.5
         # Rows and columns are told apart, a shift by half a pixel too.
         flat = (3 + 2 * x - y)[..., None]
-        np.testing.assert_allclose(resize.halve(flat)[3:-3, 3:-3, 0], (flat.reshape(12, 2, 16, 2).mean((1, 3)))[3:-3, 3:-3])
+        means = flat.reshape(12, 2, 16, 2).mean((1, 3))
+        np.testing.assert_allclose(resize.downscale(flat)[3:-3, 3:-3, 0], means[3:-3, 3:-3])
         curved = (x * x - 2 * y * y + x * y)[..., None]
         aim = place_x**2 - 2 * place_y**2 + place_x * place_y
-        np.testing.assert_allclose(resize.double_bicubic(curved)[6:-6, 6:-6, 0], aim[6:-6, 6:-6])
+        np.testing.assert_allclose(resize.upscale_bicubic(curved)[6:-6, 6:-6, 0], aim[6:-6, 6:-6])
 
     def test_odd_sides_are_refused(self):
-        with self.assertRaisesRegex(ValueError, "cannot halve 4x3"):
-            resize.halve(np.zeros((3, 4, 3)))
+        with self.assertRaisesRegex(ValueError, "cannot downscale 4x3 by 2"):
+            resize.downscale(np.zeros((3, 4, 3)))
 
 
 class Video(unittest.TestCase):
-    def test_a_compressed_picture_lies_where_the_halved_one_does(self):
+    def test_a_compressed_image_is_aligned_with_the_downscaled_one(self):
         random = np.random.default_rng(4)
-        # Sides that neither the encoder nor the margin takes as they are.
-        blocks = random.integers(40, 216, (21, 42, 1)).repeat(8, 0).repeat(8, 1)[:166, :330].repeat(3, 2).astype(np.uint8)
-        halved = resize.halve(blocks)
+        # Sides that are not multiples of what the encoder and the pan need.
+        blocks = random.integers(40, 216, (21, 42, 1)).repeat(8, 0).repeat(8, 1)[:166, :330]
+        blocks = blocks.repeat(3, 2).astype(np.uint8)
+        downscaled = resize.downscale(blocks)
         with unittest.mock.patch.object(compress, "through_x264", lambda frames, crf: np.stack(frames)):
-            for _ in range(3):  # each pans another way
+            for _ in range(3):  # each with another pan
                 small = prepare_video.compressed(blocks, random)
-                np.testing.assert_allclose(small[:83, :165], halved, atol=20)  # what blur and noise do
+                np.testing.assert_allclose(small[:83, :165], downscaled, atol=20)  # for blur and noise
 
 
-class Figures(unittest.TestCase):
+class Metrics(unittest.TestCase):
     def test_luma(self):
         colours = np.array([[[255, 255, 255], [0, 0, 0], [255, 0, 0], [0, 255, 0], [0, 0, 255]]])
         self.assertEqual(metrics.luma(colours)[0].tolist(), [235, 16, 81, 145, 41])
 
     def test_psnr_and_ssim(self):
         random = np.random.default_rng(3)
-        picture = random.integers(0, 256, (24, 24))
-        self.assertAlmostEqual(metrics.psnr(picture, picture + 5), 20 * np.log10(255 / 5))
-        self.assertAlmostEqual(metrics.ssim(picture, picture), 1)
-        # Between two flat pictures only the means are left.
+        image = random.integers(0, 256, (24, 24))
+        self.assertAlmostEqual(metrics.psnr(image, image + 5), 20 * np.log10(255 / 5))
+        self.assertAlmostEqual(metrics.ssim(image, image), 1)
+        # For two flat images only the means count.
         a, b, c1 = 50.0, 80.0, 6.5025
         self.assertAlmostEqual(metrics.ssim(np.full((16, 16), a), np.full((16, 16), b)),
                                (2 * a * b + c1) / (a * a + b * b + c1), places=6)
@@ -79,19 +82,19 @@ class Figures(unittest.TestCase):
     def test_halo(self):
         truth = np.zeros((20, 20, 3))
         truth[:, 10:] = 100
-        picture = truth.copy()
-        picture[8, 8] = 50  # two pixels from the edge: between what lies around
-        self.assertEqual(metrics.halo(picture, truth), 0)
-        picture[8, 4], picture[8, 15] = 16, 84  # in flat ground, above and below it
-        self.assertAlmostEqual(metrics.halo(picture, truth), np.sqrt(2 * 16**2 / 16**2))
+        image = truth.copy()
+        image[8, 8] = 50  # two pixels from the edge: within the range around it
+        self.assertEqual(metrics.halo(image, truth), 0)
+        image[8, 4], image[8, 15] = 16, 84  # in flat areas, above and below them
+        self.assertAlmostEqual(metrics.halo(image, truth), np.sqrt(2 * 16**2 / 16**2))
 
 
 class ModelFiles(unittest.TestCase):
-    def test_every_kind_gives_the_weights_back(self):
+    def test_every_format_keeps_the_weights(self):
         chain = small_chain()
         with tempfile.TemporaryDirectory() as folder:
-            for ending, tolerance in (("npz", 0), ("safetensors", 0), ("bin", 1e-3), ("en", 1e-3)):
-                path = Path(folder, f"chain.{ending}")
+            for extension, tolerance in (("npz", 0), ("safetensors", 0), ("bin", 1e-3), ("en", 1e-3)):
+                path = Path(folder, f"chain.{extension}")
                 convert.write(path, chain)
                 for written, read in zip(chain, convert.read(path, (4, 1))):
                     for a, b in zip(written, read):
@@ -105,27 +108,27 @@ class ModelFiles(unittest.TestCase):
 
         for chain, message in (
             (small_chain()[:1], "1 layers"),
-            (changed(0, lambda f, b: (f[:, :2], b)), "layer 1 takes 2 channels, where 3 arrive"),
+            (changed(0, lambda f, b: (f[:, :2], b)), "layer 1 takes 2 channels, but receives 3"),
             (changed(1, lambda f, b: (f[..., :1], b)), "filter 2 is 4x4x3x1"),
             (changed(2, lambda f, b: (f[:8], b[:8])), "the last layer gives 8 channels"),
             (changed(1, lambda f, b: (f, b[:3])), "bias 2 has 3 values for 4 outputs"),
-            (changed(1, lambda f, b: (f * 1e9, b)), "layer 2 holds values that half precision does not"),
+            (changed(1, lambda f, b: (f * 1e9, b)), "layer 2 holds values beyond the range of half precision"),
         ):
             with self.subTest(message), self.assertRaisesRegex(SystemExit, message):
                 convert.check(chain, "chain")
 
-    def test_a_container_that_the_library_reads(self):
-        # Sealed by `orvane model seal` from the bytes 0 to 20.
-        sealed = bytes.fromhex("d3af3c285c640f6a7c5db003990b29208a6ee0f895d96a00169d397113aa86ca")
-        self.assertEqual(cipher.unseal(sealed), bytes(range(21)))
+    def test_a_container_as_the_library_reads_it(self):
+        # Encrypted by `orvane model encrypt` from the bytes 0 to 20.
+        encrypted = bytes.fromhex("d3af3c285c640f6a7c5db003990b29208a6ee0f895d96a00169d397113aa86ca")
+        self.assertEqual(cipher.decrypt(encrypted), bytes(range(21)))
         for size in range(18):
-            self.assertEqual(cipher.unseal(cipher.seal(bytes(range(size)))), bytes(range(size)))
+            self.assertEqual(cipher.decrypt(cipher.encrypt(bytes(range(size)))), bytes(range(size)))
         with self.assertRaisesRegex(ValueError, "damaged"):
-            cipher.unseal(sealed[:-1] + bytes([sealed[-1] ^ 1]))
+            cipher.decrypt(encrypted[:-1] + bytes([encrypted[-1] ^ 1]))
 
 
 class Licences(unittest.TestCase):
-    def test_only_free_pictures_are_taken(self):
+    def test_only_free_images_are_used(self):
         rules = [("*", "GPL-3+"), ("a/*", "CC-BY-SA-3.0"), ("a/b", "public-domain")]
         self.assertEqual([licences.licence_of(rules, name) for name in ("c.png", "a/c.webp", "a/b.jpg")],
                          ["GPL-3+", "CC-BY-SA-3.0", "public-domain"])

@@ -1,14 +1,19 @@
-"""The file of training tiles: one .npz with every tile as JPEG or WebP, small enough to carry to another machine."""
+"""Packs training tiles: one .npz file with each tile as JPEG or WebP, small enough to copy to another machine."""
 import io
+from collections.abc import Sequence
+from pathlib import Path
 
 import numpy as np
 from PIL import Image
 
-TILE = 160  # pixels a side; the small side of a pair has half as many
+TILE = 160  # pixels along each side of a large tile; the small one of a pair has half as many
 
 
-def encode(tile, lossless):
-    """Photographs lose nothing that matters at this quality and without colour subsampling; drawings would."""
+def encode(tile: np.ndarray, lossless: bool) -> bytes:
+    """Encodes a tile (side x side x 3 bytes, red first).
+
+    At this quality and without colour subsampling JPEG is good enough for photographs, but not for drawings.
+    """
     out = io.BytesIO()
     if lossless:
         Image.fromarray(tile).save(out, "WEBP", lossless=True, quality=90)
@@ -17,8 +22,8 @@ def encode(tile, lossless):
     return out.getvalue()
 
 
-def write(path, groups, numbers=None):
-    """groups: name -> list of encoded tiles; numbers: name -> which tiles of another file they belong to."""
+def write(path: Path, groups: dict[str, list[bytes]], numbers: dict[str, Sequence[int]] | None = None) -> None:
+    """Writes groups of encoded tiles. `numbers` says for each group to which tiles of another file its tiles belong."""
     arrays = {}
     for name, tiles in groups.items():
         arrays[f"{name}.bytes"] = np.frombuffer(b"".join(tiles), np.uint8)
@@ -30,23 +35,25 @@ def write(path, groups, numbers=None):
     partial.rename(path)
 
 
-def _array(path, name):
+def _array(path: Path, name: str) -> np.ndarray:
     with np.load(path) as arrays:
         if name not in arrays:
-            raise SystemExit(f"{path} has no {name}; remove it and make it anew")
+            raise SystemExit(f"{path} has no {name}; delete the file and create it again")
         return arrays[name]
 
 
-def count(path, group):
+def count(path: Path, group: str) -> int:
+    """Number of tiles in a group."""
     return len(_array(path, f"{group}.sizes"))
 
 
-def read_numbers(path, group):
+def read_numbers(path: Path, group: str) -> np.ndarray:
+    """For each tile of a group, the index of the tile of another file that it belongs to."""
     return _array(path, f"{group}.numbers")
 
 
-def read(path, group):
-    """All tiles of a group as one array: count x side x side x 3."""
+def read(path: Path, group: str) -> np.ndarray:
+    """All tiles of a group as one array of bytes: count x side x side x 3, red first."""
     sizes, content = _array(path, f"{group}.sizes"), _array(path, f"{group}.bytes").tobytes()
     ends = np.cumsum(sizes)
     return np.stack([np.asarray(Image.open(io.BytesIO(content[end - size : end])).convert("RGB"))

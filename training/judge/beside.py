@@ -1,6 +1,6 @@
-"""Shows a doubled picture beside what bicubic doubling makes of the same small one.
+"""Shows an upscaled image beside the bicubic result for the same small image.
 
-    python3 -m training.judge.beside SMALL DOUBLED OUT.png
+    python3 -m training.judge.beside SMALL UPSCALED OUT.png
 """
 import sys
 
@@ -9,14 +9,15 @@ from PIL import Image, ImageDraw, ImageOps
 
 from training.data import resize
 
-TITLE = 18  # pixels of the strip above the pictures
+TITLE = 18  # height of the strip above the images in pixels
 
 
-def beside(small, doubled):
-    bicubic = resize.to_bytes(resize.double_bicubic(small))
-    if doubled.shape != bicubic.shape:
-        raise SystemExit(f"{doubled.shape[1]}x{doubled.shape[0]} is not twice {small.shape[1]}x{small.shape[0]}")
-    both = np.concatenate([bicubic, np.full_like(bicubic[:, :4], 255), doubled], axis=1)
+def beside(small: np.ndarray, upscaled: np.ndarray) -> Image.Image:
+    """The bicubic result on the left, `upscaled` on the right, each with a title."""
+    bicubic = resize.to_bytes(resize.upscale_bicubic(small))
+    if upscaled.shape != bicubic.shape:
+        raise SystemExit(f"{upscaled.shape[1]}x{upscaled.shape[0]} is not twice {small.shape[1]}x{small.shape[0]}")
+    both = np.concatenate([bicubic, np.full_like(bicubic[:, :4], 255), upscaled], axis=1)
     result = Image.new("RGB", (both.shape[1], both.shape[0] + TITLE), "white")
     result.paste(Image.fromarray(both), (0, TITLE))
     draw = ImageDraw.Draw(result)
@@ -25,11 +26,11 @@ def beside(small, doubled):
     return result
 
 
-def main():
+def main() -> None:
     if len(sys.argv) != 4:
         raise SystemExit(__doc__)
-    small, doubled = (np.asarray(ImageOps.exif_transpose(Image.open(path)).convert("RGB")) for path in sys.argv[1:3])
-    beside(small, doubled).save(sys.argv[3])
+    small, upscaled = (np.asarray(ImageOps.exif_transpose(Image.open(path)).convert("RGB")) for path in sys.argv[1:3])
+    beside(small, upscaled).save(sys.argv[3])
 
 
 if __name__ == "__main__":

@@ -1,7 +1,8 @@
-"""Enciphers and deciphers model files: TEA with 16 rounds in a chained container (docs/model-files.md)."""
+"""Encrypts and decrypts model files: TEA with 16 rounds in a chained container (docs/model-files.md)."""
 import re
 import secrets
 import struct
+from collections.abc import Callable
 
 from training import ROOT
 
@@ -9,16 +10,17 @@ _DELTA, _ROUNDS = 0x9E3779B9, 16
 _MASK = 0xFFFFFFFF
 
 
-def file_key():
+def file_key() -> bytes:
+    """The key of `.en` files, from model/keys.h."""
     text = (ROOT / "model" / "keys.h").read_text()
     return re.search(r'kFileKey = "([ -~]{20})"', text)[1].encode()
 
 
-def _words(key):
+def _words(key: bytes) -> list[int]:
     return [int.from_bytes(key[start : start + 4], "big") for start in (0, 5, 10, 15)]
 
 
-def _encrypt(block, key):
+def _encrypt_block(block: bytes, key: list[int]) -> bytes:
     a, b = struct.unpack(">2I", block)
     total = 0
     for _ in range(_ROUNDS):
@@ -28,7 +30,7 @@ def _encrypt(block, key):
     return struct.pack(">2I", a, b)
 
 
-def _decrypt(block, key):
+def _decrypt_block(block: bytes, key: list[int]) -> bytes:
     a, b = struct.unpack(">2I", block)
     total = (_DELTA * _ROUNDS) & _MASK
     for _ in range(_ROUNDS):
@@ -38,37 +40,38 @@ def _decrypt(block, key):
     return struct.pack(">2I", a, b)
 
 
-def _xor(a, b):
+def _xor(a: bytes, b: bytes) -> bytes:
     return bytes(x ^ y for x, y in zip(a, b))
 
 
-def seal(content, random_bytes=secrets.token_bytes):
-    """The container of `content`: its bytes differ each time unless `random_bytes` says otherwise."""
+def encrypt(content: bytes, random_bytes: Callable[[int], bytes] = secrets.token_bytes) -> bytes:
+    """Encrypts `content`. The result differs each time, unless `random_bytes` always returns the same bytes."""
     key = _words(file_key())
     padding = -(len(content) + 10) % 8
     first = bytes([(random_bytes(1)[0] & 0xF8) | padding])
     plain = first + random_bytes(padding) + random_bytes(2) + content + bytes(7)
-    sealed, chained, previous = [], bytes(8), bytes(8)
+    encrypted, chained, previous = [], bytes(8), bytes(8)
     for start in range(0, len(plain), 8):
         mixed = _xor(plain[start : start + 8], previous)
-        previous = _xor(_encrypt(mixed, key), chained)
+        previous = _xor(_encrypt_block(mixed, key), chained)
         chained = mixed
-        sealed.append(previous)
-    return b"".join(sealed)
+        encrypted.append(previous)
+    return b"".join(encrypted)
 
 
-def unseal(data):
+def decrypt(data: bytes) -> bytes:
+    """The content of an encrypted file. Raises ValueError if it is damaged or something else."""
     if len(data) < 16 or len(data) % 8:
-        raise ValueError("not an enciphered model: its length is not a multiple of 8, or under 16")
+        raise ValueError("not an encrypted model: the length is below 16 or not a multiple of 8")
     key = _words(file_key())
     plain, state, previous = [], bytes(8), bytes(8)
     for start in range(0, len(data), 8):
         block = data[start : start + 8]
-        state = _decrypt(_xor(block, state), key)
+        state = _decrypt_block(_xor(block, state), key)
         plain.append(_xor(state, previous))
         previous = block
     plain = b"".join(plain)
     padding = plain[0] & 7
     if any(plain[-7:]):
-        raise ValueError("not an enciphered model, or a damaged one: the zeros at its end are missing")
+        raise ValueError("not an encrypted model, or a damaged one: the zeros at its end are missing")
     return plain[3 + padding : -7]

@@ -1,20 +1,22 @@
-"""Reads and writes a chain's weights: .npz, .safetensors, .onnx, the library's plain .bin and its sealed .en.
+"""Converts weights between .npz, .safetensors, .onnx, the library's plain .bin and its encrypted .en.
 
-Everywhere the weights are a list of (filter, bias) as 32-bit floats; a filter is outputs x inputs x 3 x 3. In .npz and
-.safetensors the arrays are called filter1, bias1, filter2, ... The files of the library hold no sizes: NAME.json beside
-them does.
+In memory the weights are a list of (filter, bias) with 32-bit floats; a filter is outputs x inputs x 3 x 3. In .npz and
+.safetensors the arrays are called filter1, bias1, filter2, ... The files of the library do not contain the number of
+channels and layers; NAME.json beside them does.
 """
+import argparse
 import json
-import sys
 from pathlib import Path
 
 import numpy as np
 
 from training.model import cipher
 
+Weights = list[tuple[np.ndarray, np.ndarray]]
 
-def read(path, sizes=None):
-    """`sizes`: (channels, depth) of a .bin or .en that has no .json beside it."""
+
+def read(path: str | Path, sizes: tuple[int, int] | None = None) -> Weights:
+    """Reads and checks weights. `sizes`: (channels, depth) of a .bin or .en file without a .json file beside it."""
     path = Path(path)
     if path.suffix == ".npz":
         with np.load(path) as arrays:
@@ -26,14 +28,15 @@ def read(path, sizes=None):
         weights = onnx_chain.read(path)
     elif path.suffix in (".bin", ".en"):
         data = path.read_bytes()
-        weights = from_bytes(cipher.unseal(data) if path.suffix == ".en" else data, *(sizes or _sizes_beside(path)))
+        weights = from_bytes(cipher.decrypt(data) if path.suffix == ".en" else data, *(sizes or _sizes_beside(path)))
     else:
-        raise SystemExit(f"{path}: cannot read this kind of file (.npz, .safetensors, .onnx, .bin, .en)")
+        raise SystemExit(f"{path}: unknown file name extension (.npz, .safetensors, .onnx, .bin, .en)")
     check(weights, path)
     return weights
 
 
-def write(path, weights):
+def write(path: str | Path, weights: Weights) -> None:
+    """Checks the weights and writes them in the format that the extension selects."""
     path = Path(path)
     check(weights, path)
     named = {}
@@ -48,58 +51,61 @@ def write(path, weights):
         onnx_chain.write(path, weights)
     elif path.suffix in (".bin", ".en"):
         data = to_bytes(weights)
-        path.write_bytes(cipher.seal(data) if path.suffix == ".en" else data)
+        path.write_bytes(cipher.encrypt(data) if path.suffix == ".en" else data)
     else:
-        raise SystemExit(f"{path}: cannot write this kind of file (.npz, .safetensors, .onnx, .bin, .en)")
+        raise SystemExit(f"{path}: unknown file name extension (.npz, .safetensors, .onnx, .bin, .en)")
 
 
-def sizes_of(weights):
-    """(channels, depth), the two numbers that a host gives the library."""
+def sizes_of(weights: Weights) -> tuple[int, int]:
+    """(channels, depth), the two numbers that a host passes to the library."""
     return len(weights[-1][0][0]), len(weights) - 2
 
 
-def check(weights, name):
-    """Stops with a message unless the weights are a chain that the library runs."""
-    def refuse(why):
-        raise SystemExit(f"{name}: not a chain that Orvane runs: {why}")
+def check(weights: Weights, name: object) -> None:
+    """Exits with a message if the library cannot run the weights. `name` is for the message."""
+    def refuse(why: str) -> None:
+        raise SystemExit(f"{name}: Orvane cannot run this network: {why}")
 
     if not 2 <= len(weights) <= 16:
-        refuse(f"{len(weights)} layers, where 2 to 16 are needed")
+        refuse(f"{len(weights)} layers, but 2 to 16 are needed")
     inputs = 3
     for number, (filters, bias) in enumerate(weights, 1):
         if filters.ndim != 4 or filters.shape[2:] != (3, 3):
-            refuse(f"filter {number} is {'x'.join(map(str, filters.shape))}, where outputs x inputs x 3 x 3 is needed")
+            refuse(f"filter {number} is {'x'.join(map(str, filters.shape))}, but outputs x inputs x 3 x 3 is needed")
         if filters.shape[1] != inputs:
-            refuse(f"layer {number} takes {filters.shape[1]} channels, where {inputs} arrive")
+            refuse(f"layer {number} takes {filters.shape[1]} channels, but receives {inputs}")
         if bias.shape != filters.shape[:1]:
             refuse(f"bias {number} has {bias.size} values for {filters.shape[0]} outputs")
         if number > 1 and number < len(weights) and filters.shape[0] != inputs:
-            refuse(f"layer {number} gives {filters.shape[0]} channels, where all hidden layers must give {inputs}")
+            refuse(f"layer {number} gives {filters.shape[0]} channels, but all hidden layers must give {inputs}")
         if not all((np.abs(part) <= np.finfo(np.float16).max).all() for part in (filters, bias)):
-            refuse(f"layer {number} holds values that half precision does not")
+            refuse(f"layer {number} holds values beyond the range of half precision")
         inputs = filters.shape[0]
     if inputs != 12:
-        refuse(f"the last layer gives {inputs} channels, where 12 are needed")
+        refuse(f"the last layer gives {inputs} channels, but 12 are needed")
 
 
-def from_names(arrays, name):
+def from_names(arrays: dict[str, np.ndarray], name: object) -> Weights:
+    """The weights from arrays called filter1, bias1, filter2, ..."""
     count = len(arrays) // 2
     wanted = {f"{kind}{number}" for kind in ("filter", "bias") for number in range(1, count + 1)}
     if set(arrays) != wanted or not count:
-        raise SystemExit(f"{name}: not a chain that Orvane runs: arrays filter1, bias1, filter2, ... are needed, "
+        raise SystemExit(f"{name}: Orvane cannot run this network: arrays filter1, bias1, filter2, ... are needed, "
                          f"there are {', '.join(sorted(arrays)[:8]) or 'none'}")
     return [(np.float32(arrays[f"filter{n}"]), np.float32(arrays[f"bias{n}"])) for n in range(1, count + 1)]
 
 
-def to_bytes(weights):
+def to_bytes(weights: Weights) -> bytes:
+    """The content of a plain model file, in half precision."""
     return b"".join(np.ascontiguousarray(part, "<f2").tobytes() for layer in weights for part in layer)
 
 
-def from_bytes(data, channels, depth):
+def from_bytes(data: bytes, channels: int, depth: int) -> Weights:
+    """The weights from the content of a plain model file."""
     widths = [3] + [channels] * (depth + 1) + [12]
     need = 2 * sum(o * i * 9 + o for i, o in zip(widths, widths[1:]))
     if len(data) != need:
-        raise SystemExit(f"{len(data)} bytes are not {depth + 2} layers of {channels} channels, which are {need}")
+        raise SystemExit(f"the file has {len(data)} bytes, but {depth + 2} layers of {channels} channels need {need}")
     values, weights, at = np.frombuffer(data, "<f2").astype(np.float32), [], 0
     for inputs, outputs in zip(widths, widths[1:]):
         size = outputs * inputs * 9
@@ -108,11 +114,11 @@ def from_bytes(data, channels, depth):
     return weights
 
 
-def _sizes_beside(path):
+def _sizes_beside(path: Path) -> tuple[int, int]:
     beside = path.with_suffix(".json")
     if not beside.exists():
-        raise SystemExit(f"{path} does not say how many channels it has, and there is no {beside.name}: "
-                         "give --channels and --depth")
+        raise SystemExit(f"the number of channels of {path} is unknown, because there is no {beside.name}: "
+                         "pass --channels and --depth")
     numbers = json.loads(beside.read_text())
     return numbers["channels"], numbers["depth"]
 
@@ -120,7 +126,7 @@ def _sizes_beside(path):
 _TYPES = {"F16": "<f2", "F32": "<f4", "F64": "<f8"}
 
 
-def _read_safetensors(path):
+def _read_safetensors(path: Path) -> dict[str, np.ndarray]:
     data = path.read_bytes()
     try:
         length = int.from_bytes(data[:8], "little")
@@ -135,23 +141,23 @@ def _read_safetensors(path):
         raise SystemExit(f"{path}: not a readable .safetensors file ({error})") from None
 
 
-def _write_safetensors(path, named):
+def _write_safetensors(path: Path, named: dict[str, np.ndarray]) -> None:
     header, at = {"__metadata__": {"format": "pt", "network": "orvane chain, channel 0 is blue, CRD"}}, 0
     for name, array in named.items():
         header[name] = {"dtype": "F32", "shape": list(array.shape), "data_offsets": [at, at + array.nbytes]}
         at += array.nbytes
     text = json.dumps(header).encode()
     text += b" " * (-len(text) % 8)
-    path.write_bytes(len(text).to_bytes(8, "little") + text + b"".join(a.astype("<f4").tobytes() for a in named.values()))
+    content = b"".join(array.astype("<f4").tobytes() for array in named.values())
+    path.write_bytes(len(text).to_bytes(8, "little") + text + content)
 
 
-def main():
-    import argparse
+def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("source")
     parser.add_argument("target")
-    parser.add_argument("--channels", type=int, help="of a .bin or .en without .json")
-    parser.add_argument("--depth", type=int)
+    parser.add_argument("--channels", type=int, help="of a .bin or .en file without a .json file beside it")
+    parser.add_argument("--depth", type=int, help="number of layers minus 2")
     arguments = parser.parse_args()
     sizes = (arguments.channels, arguments.depth) if arguments.channels is not None else None
     weights = read(arguments.source, sizes)
@@ -161,4 +167,4 @@ def main():
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    main()

@@ -1,8 +1,9 @@
-"""Corrects a trained model for half precision and puts it into weights/: NAME.en, and the numbers of NAME.json.
+"""Corrects a trained model for half precision (FP16) and writes it to weights/ as NAME.en and NAME.json.
 
-A device may round or truncate when it stores a 16-bit float. Truncation makes every channel a little darker, so the biases
-of the last layer are shifted until the mean of each colour over the validation pictures of the training (compressed ones for
-`video`, since compression shifts colours too) lies as much above the source's when rounding as it lies below when truncating.
+A device may round or truncate when it stores a 16-bit float. Truncation makes each channel a little darker. The biases
+of the last layer are therefore shifted: over the validation images, the mean of each colour is then as far above the
+source with rounding as it is below with truncation. For `video` these images are compressed, since compression shifts
+the colours too.
 """
 import argparse
 import json
@@ -19,23 +20,28 @@ from training.model import cipher, convert, network
 PURPOSES = {
     "base": "what default-first and video-first start from",
     "wide": "what quality-first starts from",
-    "default-first": "what default goes on from",
-    "quality-first": "what quality goes on from",
-    "video-first": "what video goes on from",
-    "fast": "the least work a frame",
-    "default": "pictures and clean video",
-    "quality": "pictures, where time does not matter",
+    "default-first": "what default is fine-tuned from",
+    "quality-first": "what quality is fine-tuned from",
+    "video-first": "what video is fine-tuned from",
+    "fast": "the lowest cost per frame",
+    "default": "images and clean video",
+    "quality": "images, where time does not matter",
     "video": "compressed video",
 }
 
 
-def mean_shift(weights, pairs, truncate):
-    """By how much the three colours lie above the source's on average, blue first, in codes. Outputs that the clamp holds are
-    left out: no bias moves them."""
+def _to_tensor(image: np.ndarray) -> torch.Tensor:
+    return torch.from_numpy(np.ascontiguousarray(image[..., ::-1].transpose(2, 0, 1))).float()[None] / 255
+
+
+def mean_shift(weights: network.Weights, pairs: list[evaluate.Pair], truncate: bool) -> torch.Tensor:
+    """How far the three colours (blue first) are above the source on average, in 8-bit code values.
+
+    Clamped outputs are left out, because a bias does not move them.
+    """
     total, count = torch.zeros(3), torch.zeros(3)
     for pair in pairs:
-        small, large = (torch.from_numpy(np.ascontiguousarray(picture[..., ::-1].transpose(2, 0, 1))).float()[None] / 255
-                        for picture in (pair.small, pair.large))
+        small, large = (_to_tensor(image) for image in (pair.small, pair.large))
         with torch.no_grad():
             result = network.run_half(weights, small, truncate)
         free = (result > 0) & (result < 1)
@@ -44,19 +50,20 @@ def mean_shift(weights, pairs, truncate):
     return total / count
 
 
-def corrected(weights, pairs):
-    """The weights with the last biases shifted, a value for each colour."""
+def corrected(weights: network.Weights, pairs: list[evaluate.Pair]) -> network.Weights:
+    """The weights with the last biases shifted by one value for each colour."""
     middle = (mean_shift(weights, pairs, True) + mean_shift(weights, pairs, False)) / 2 / 255
     filters, bias = weights[-1]
     return weights[:-1] + [(filters, bias - middle.repeat_interleave(4))]
 
 
-def _commit():
-    done = subprocess.run(["git", "rev-parse", "--short=12", "HEAD"], cwd=ROOT, stdout=subprocess.PIPE, text=True, check=False)
+def _commit() -> str:
+    command = ["git", "rev-parse", "--short=12", "HEAD"]
+    done = subprocess.run(command, cwd=ROOT, stdout=subprocess.PIPE, text=True, check=False)
     return done.stdout.strip() or "unknown"
 
 
-def main():
+def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("name")
     parser.add_argument("--results", type=Path, default=Path("build/training"))
@@ -69,9 +76,9 @@ def main():
     weights = corrected(weights, evaluate.read_pairs(arguments.data / settings["validation"], "photo-*.png"))
     arguments.weights.mkdir(exist_ok=True)
     data = convert.to_bytes([(f.numpy(), b.numpy()) for f, b in weights])
-    # The container's random bytes come from the content, so that the same model gives the same file.
+    # The random bytes of the container depend on the content, so that the same model gives the same file.
     random = np.random.default_rng(np.frombuffer(data, np.uint8)[:64].tolist())
-    (arguments.weights / f"{arguments.name}.en").write_bytes(cipher.seal(data, random.bytes))
+    (arguments.weights / f"{arguments.name}.en").write_bytes(cipher.encrypt(data, random.bytes))
     card = {"channels": settings["channels"], "depth": settings["depth"], "reach": settings["depth"] + 2,
             "purpose": PURPOSES.get(arguments.name, ""), "seed": settings["seed"], "commit": _commit(),
             "start": settings["start"], "training": json.loads((folder / "training.json").read_text())}

@@ -1,24 +1,31 @@
-"""The chain that the library runs, and the form of it that is trained.
+"""The network as the library runs it, and the form of it that is trained.
 
-Channels are in the library's order (0 is blue), pictures are in [0, 1], tensors N x C x H x W. Each 3x3 layer sees zeros
-beyond the edges and is clamped to [0, 1]; the last one has 12 outputs that become a picture of twice the size in CRD order
-(channel = colour * 4 + row * 2 + column), which is PyTorch's pixel_shuffle.
+Channels are in the library's order (0 is blue), values in [0, 1], tensors N x C x H x W. Each 3x3 layer sees zeros
+beyond the edges and is clamped to [0, 1]. The 12 outputs of the last layer become an image of twice the size in CRD
+order (channel = colour * 4 + row * 2 + column), as with PyTorch's pixel_shuffle.
 """
+from collections.abc import Callable, Sequence
+
+import numpy as np
 import torch
 import torch.nn.functional as F
 from torch import nn
 
+from training.data import resize
 
-def layer_shapes(channels, depth):
-    """(inputs, outputs) of every layer."""
+Weights = list[tuple[torch.Tensor, torch.Tensor]]  # (filter, bias) of each layer
+
+
+def layer_shapes(channels: int, depth: int) -> list[tuple[int, int]]:
+    """(inputs, outputs) of each layer."""
     if depth < 0:
         raise ValueError("depth must be at least 0")
     widths = [3] + [channels] * (depth + 1) + [12]
     return list(zip(widths[:-1], widths[1:]))
 
 
-def interpolation_filter(channels):
-    """The last layer that doubles the first three channels bilinearly."""
+def interpolation_filter(channels: int) -> torch.Tensor:
+    """The last filter that upscales the first three channels bilinearly."""
     filters = torch.zeros(12, channels, 3, 3)
     near, far = 0.75, 0.25
     for colour in range(3):
@@ -30,22 +37,25 @@ def interpolation_filter(channels):
     return filters
 
 
-def identity_filter(inputs, outputs):
+def identity_filter(inputs: int, outputs: int) -> torch.Tensor:
+    """A filter that passes the channels on unchanged."""
     filters = torch.zeros(outputs, inputs, 3, 3)
     for channel in range(min(inputs, outputs)):
         filters[channel, channel, 1, 1] = 1
     return filters
 
 
-def features(count):
-    """First filters without mean: each answers to an edge of some colour and direction."""
+def features(count: int) -> torch.Tensor:
+    """Random first filters with zero mean: each responds to edges of some colour and direction."""
     filters = torch.randn(count, 3, 3, 3)
     return (filters - filters.mean(dim=(1, 2, 3), keepdim=True)) * 0.3
 
 
-def grown(weights, channels, depth):
-    """A wider and deeper chain that does exactly what `weights` do: further channels start as features that the last layer
-    does not look at yet, further layers pass everything on."""
+def grown(weights: Weights, channels: int, depth: int) -> Weights:
+    """A wider and deeper network with exactly the same result as `weights`.
+
+    Additional channels start as features that the last layer ignores. Additional layers start as the identity.
+    """
     width, layers = len(weights[0][0]), len(weights) - 2
     if channels < width or depth < layers:
         raise ValueError(f"{width} channels and depth {layers} do not fit into {channels} and {depth}")
@@ -67,10 +77,12 @@ def grown(weights, channels, depth):
     return result
 
 
-def with_colours_inverted(weights, layers):
-    """The same chain, but these layers (the first is 0) pass the three colours on as 1 - colour. A device that truncates then
-    makes the picture darker in some layers and brighter in others. It is another chain only at the picture's edges, since
-    the zeros that the next layer sees there mean white: train on."""
+def with_colours_inverted(weights: Weights, layers: Sequence[int]) -> Weights:
+    """The same network, but these layers (the first is 0) pass the three colours on as 1 - colour.
+
+    A device that truncates then makes the image darker in some layers and brighter in others. The result differs only
+    at the edges of the image, where the zeros that the next layer sees now mean white. Further training corrects that.
+    """
     result = [(filters.clone(), bias.clone()) for filters, bias in weights]
     for layer in layers:
         (filters, bias), (next_filters, next_bias) = result[layer : layer + 2]
@@ -82,10 +94,13 @@ def with_colours_inverted(weights, layers):
 
 
 class Layer(nn.Module):
-    """A 3x3 filter trained as `mix @ basis + start`: more numbers than the filter has, which trains better. What runs is
-    always the filter itself, so nothing is lost when it is written out."""
+    """A 3x3 filter trained as `mix @ basis + start`.
 
-    def __init__(self, start, bias, spread):
+    These are more parameters than the filter has, which trains better. Every step runs the filter itself, so nothing is
+    lost at export.
+    """
+
+    def __init__(self, start: torch.Tensor, bias: torch.Tensor, spread: float):
         super().__init__()
         outputs, inputs = start.shape[:2]
         rank = max(4 * max(inputs, outputs), 64)
@@ -94,15 +109,19 @@ class Layer(nn.Module):
         self.mix = nn.Parameter(torch.randn(outputs, rank) * spread / rank**0.5)
         self.bias = nn.Parameter(bias.clone())
 
-    def filter(self):
+    def filter(self) -> torch.Tensor:
+        """The filter that runs: outputs x inputs x 3 x 3."""
         return (self.mix @ self.basis).view_as(self.start) + self.start
 
 
 class Chain(nn.Module):
-    """The trained form. `weights`: (filter, bias) of every layer to start from, of this chain or a smaller one; without them
-    the chain starts as bilinear interpolation with random features beside the picture."""
+    """The trained form of the network.
 
-    def __init__(self, channels, depth, weights=None):
+    It starts from `weights`, which may be those of a smaller network. Without them it starts as bilinear interpolation,
+    with random features in the channels after the colours.
+    """
+
+    def __init__(self, channels: int, depth: int, weights: Weights | None = None):
         super().__init__()
         self.layers = nn.ModuleList()
         shapes = layer_shapes(channels, depth)
@@ -117,24 +136,25 @@ class Chain(nn.Module):
         if not weights:
             self.layers[0].start[3:] += features(channels)[3:]
 
-    def collapsed(self):
+    def collapsed(self) -> Weights:
+        """The weights that the library runs, with gradients."""
         return [(layer.filter(), layer.bias) for layer in self.layers]
 
 
-def run(weights, picture, inner=torch.float32):
-    """The network without its last clamp. `inner`: the type in which the layers between the first and the last compute."""
-    value = picture
+def run(weights: Weights, image: torch.Tensor, inner: torch.dtype = torch.float32) -> torch.Tensor:
+    """Runs the network without its last clamp. `inner` is the type of the layers between the first and the last."""
+    value = image
     for index, (filters, bias) in enumerate(weights):
         last = index == len(weights) - 1
-        kind = inner if 0 < index and not last else picture.dtype
+        kind = inner if 0 < index and not last else image.dtype
         value = F.conv2d(value.to(kind), filters.to(kind), bias.to(kind), padding=1)
         if not last:
             value = value.to(inner).clamp(0, 1)
     return F.pixel_shuffle(value, 2)
 
 
-def to_half(value, truncate):
-    """Rounds values of at least 0 to half precision, to nearest or toward zero; the result is float again."""
+def to_half(value: torch.Tensor, truncate: bool) -> torch.Tensor:
+    """Rounds non-negative values to half precision (FP16), to nearest or toward zero. Returns 32-bit floats."""
     half = value.half()
     if truncate:
         above = half.float() > value
@@ -142,15 +162,28 @@ def to_half(value, truncate):
     return half.float()
 
 
-def run_half(weights, picture, truncate):
-    """As the library runs it: weights in half precision, the picture and what every layer gives rounded or truncated to it,
-    sums in single precision, every layer clamped. Gradients pass the rounding unchanged."""
+def run_half(weights: Weights, image: torch.Tensor, truncate: bool) -> torch.Tensor:
+    """Runs the network as the library does.
 
-    def rounded(value):
+    Weights are in half precision; the input and the result of each layer are rounded or truncated to it. Sums are in
+    single precision, and each layer is clamped. Gradients pass through the rounding unchanged.
+    """
+
+    def rounded(value: torch.Tensor) -> torch.Tensor:
         return value + (to_half(value.detach(), truncate) - value.detach())
 
-    value = rounded(picture)
+    value = rounded(image)
     for filters, bias in weights:
         value = F.conv2d(value, filters.half().float(), bias.half().float(), padding=1).clamp(0, 1)
         value = rounded(value)
     return F.pixel_shuffle(value, 2)
+
+
+def upscale(weights: Weights, small: np.ndarray, run_network: Callable[[Weights, torch.Tensor], torch.Tensor],
+            device: str = "cpu") -> np.ndarray:
+    """Upscales one image (height x width x 3 bytes, red first). `run_network`: `run`, or a partial `run_half`."""
+    with torch.no_grad():
+        planes = np.ascontiguousarray(small[..., ::-1].transpose(2, 0, 1))
+        value = torch.from_numpy(planes).float().to(device)[None] / 255
+        result = run_network([(f.to(device), b.to(device)) for f, b in weights], value).clamp(0, 1)[0]
+    return resize.to_bytes(result.cpu().numpy().transpose(1, 2, 0)[..., ::-1] * 255.0)

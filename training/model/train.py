@@ -1,7 +1,7 @@
-"""Trains the model of a configuration; goes on where an earlier run stopped.
+"""Trains the model of a configuration. Resumes an earlier run that was stopped.
 
-Results lie in build/training/NAME: the configuration, log.csv, curves.png, checkpoint.pt and, at the end, weights.npz and
-training.json, which says how long it took and where.
+The results are in build/training/NAME: the configuration, log.csv, curves.png, checkpoint.pt and, at the end,
+weights.npz and training.json with the duration and the machine.
 """
 import argparse
 import csv
@@ -25,93 +25,96 @@ from training.model import convert, network
 
 DEFAULTS = {
     "start": None,  # name of a trained model to start from
-    "inverted": [],  # layers of it that pass the colours on inverted, see network.py
+    "inverted": [],  # its layers that pass the colours on inverted, see network.py
+    # Shares of the groups of tiles.
     "mix": {"photo": 0.70, "drawing": 0.24, "plain": 0.06},
-    "loss": "logarithm",  # of each crop's mean squared error, or "absolute": the mean error of all pixels
-    "floor": 10.0,  # squared codes added to the error under the logarithm: below it an error hardly counts
-    "luma": 1.0,  # how much the error of the luma counts beside that of the three colours
+    "loss": "logarithm",  # of each crop's mean squared error; or "absolute", the mean error of all pixels
+    "floor": 10.0,  # squared code values, added to the squared error: errors far below it hardly count
+    "luma": 1.0,  # weight of the luma error relative to that of the three colours
     "seed": 1,
-    "halo": 0.0,  # how much more an error counts, where it is a halo, in drawings and flat tiles (not in photographs)
-    "batch": 16,
-    "crop": 32,  # pixels of the small side, at most those of a tile
-    "rate": 2e-3,
-    "last_rate": 0.01,  # the share of the rate that is left at the end
-    "warm_up": 200,  # steps
-    "ring": 0.3,  # weight of pixels that see zeros because a crop ends, not because the picture does
-    "fast_share": 0.8,  # of the steps in a 16-bit type
-    "half_share": 0.1,  # of the steps, the last ones, in emulated half precision, rounded and truncated in turn
-    "average": 0.999,
-    "check_every": 1500,
-    "validation": "val",
+    "halo": 0.0,  # additional weight of halos in drawings and flat tiles (not in photographs)
+    "batch": 16,  # crops
+    "crop": 32,  # side of the small crops in pixels, at most that of a tile
+    "rate": 2e-3,  # learning rate of Adam after the warm-up, with a cosine schedule
+    "last_rate": 0.01,  # share of the rate at the end
+    "warm_up": 200,  # steps with a rising rate
+    "ring": 0.3,  # weight of pixels that see zeros at the edge of a crop that is not an edge of the image
+    "fast_share": 0.8,  # share of the steps with a 16-bit type
+    "half_share": 0.1,  # share of the last steps in emulated half precision (FP16), rounded and truncated in turn
+    "average": 0.999,  # decay of the running average of the filters, which is the result
+    "check_every": 1500,  # steps between two validations
+    "validation": "val",  # folder of the validation images
 }
 
 
-def read_configuration(name):
+def read_configuration(name: str) -> dict:
+    """The settings of configs/NAME.json, with the defaults for all others."""
     path = KIT / "configs" / f"{name}.json"
     if not path.is_file():
-        raise SystemExit(f"there is no configuration {path}")
+        raise SystemExit(f"the configuration {path} does not exist")
     return {**DEFAULTS, "name": name, **json.loads(path.read_text())}
 
 
-def find_start(name, results):
-    """The model of that name that was trained here, or the one that comes with the kit."""
-    for path in (results / name / "weights.npz", ROOT / "weights" / f"{name}.en", KIT / "start" / f"{name}.npz"):
+def find_start(name: str, results: Path) -> Path:
+    """The model of that name that was trained here, or the one that is part of the repository."""
+    candidates = (results / name / "weights.npz", ROOT / "weights" / f"{name}.en", KIT / "start" / f"{name}.npz")
+    for path in candidates:
         if path.is_file():
             return path
-    raise SystemExit(f"training starts from the model {name}, which is not there: train it first")
+    raise SystemExit(f"training starts from the model {name}, which does not exist: train it first")
 
 
 class Schedule:
-    """Where training stands: by steps, or by time when the run was given minutes."""
+    """Progress by steps, or by time if `minutes` is given, and what depends on it."""
 
-    def __init__(self, settings, minutes):
+    def __init__(self, settings: dict, minutes: float | None):
         self.settings, self.minutes = settings, minutes
 
-    def progress(self, step, seconds):
+    def progress(self, step: int, seconds: float) -> float:
+        """0 at the start, 1 at the end."""
         return seconds / (60 * self.minutes) if self.minutes else step / self.settings["steps"]
 
-    def rate(self, step, progress):
+    def rate(self, step: int, progress: float) -> float:
+        """The learning rate: a warm-up, then a cosine."""
         least = self.settings["last_rate"]
         falling = least + (1 - least) * 0.5 * (1 + math.cos(math.pi * min(progress, 1)))
         return self.settings["rate"] * falling * min(1, (step + 1) / self.settings["warm_up"])
 
-    def stage(self, progress):
+    def stage(self, progress: float) -> str:
+        """How a step computes: "fast" (16 bits), "single" (32 bits) or "half" (emulated half precision)."""
         if progress < self.settings["fast_share"]:
             return "fast"
         return "single" if progress < 1 - self.settings["half_share"] else "half"
 
 
 class Validation:
-    """The gain over bicubic on pictures that training does not see."""
+    """Measures the gain over bicubic on images that training does not see."""
 
-    def __init__(self, folder):
+    def __init__(self, folder: Path):
         self.pairs = []
         for path in sorted(Path(folder).glob("photo-*.png")):
             large = np.asarray(Image.open(path).convert("RGB"))
             small_path = compress.small_of(path)
-            small = np.asarray(Image.open(small_path)) if small_path.exists() else resize.to_bytes(resize.halve(large))
-            bicubic = metrics.compare(resize.to_bytes(resize.double_bicubic(small)), large)[0]
+            small = (np.asarray(Image.open(small_path)) if small_path.exists()
+                     else resize.to_bytes(resize.downscale(large)))
+            bicubic = metrics.compare(resize.to_bytes(resize.upscale_bicubic(small)), large)[0]
             self.pairs.append((small, large, bicubic))
 
-    def gain(self, weights, device):
+    def gain(self, weights: network.Weights, device: str) -> float:
+        """Mean gain of the luma PSNR over bicubic in dB."""
         gains = []
         for small, large, bicubic in self.pairs:
-            result = double(weights, small, network.run, device)
+            result = network.upscale(weights, small, network.run, device)
             gains.append(metrics.psnr(metrics.luma(metrics.cut(result)), metrics.luma(metrics.cut(large))) - bicubic)
         return sum(gains) / max(1, len(gains))
 
 
-def double(weights, small, run, device="cpu"):
-    """One picture (height x width x 3 bytes, red first) through the network; bytes again."""
-    with torch.no_grad():
-        value = torch.from_numpy(np.ascontiguousarray(small[..., ::-1].transpose(2, 0, 1))).float().to(device)[None] / 255
-        result = run([(f.to(device), b.to(device)) for f, b in weights], value).clamp(0, 1)[0]
-    return resize.to_bytes(result.cpu().numpy().transpose(1, 2, 0)[..., ::-1] * 255.0)
+def fastest_type(device: str) -> torch.dtype:
+    """The type of the middle layers in the fast stage.
 
-
-def fastest_type(device):
-    """What the middle layers compute in during the fast stage: half precision on a card, the finer of the 16-bit types;
-    bfloat16 on a processor with AVX-512; single precision on any other one, where bfloat16 would take nine times longer."""
+    Half precision on a GPU, since it is the more precise 16-bit type. bfloat16 on a CPU with AVX-512. Single precision
+    on any other CPU, where bfloat16 would take nine times longer.
+    """
     if device == "cuda":
         return torch.float16
     about = Path("/proc/cpuinfo")
@@ -119,13 +122,13 @@ def fastest_type(device):
     return torch.bfloat16 if has_avx512 else torch.float32
 
 
-def beyond(result, large):
-    """By how much a result lies above all of the 5x5 source pixels around it, or (negative) below all of them."""
+def beyond(result: torch.Tensor, large: torch.Tensor) -> torch.Tensor:
+    """How far a result is above the largest of the 5x5 source pixels around it, or (negative) below the smallest."""
     side = large.shape[-1]
 
-    def highest(picture):
-        # In slices: PyTorch's own pooling takes thirty times longer on a processor.
-        padded = torch.nn.functional.pad(picture, (2, 2, 2, 2), value=-1.0)
+    def highest(image: torch.Tensor) -> torch.Tensor:
+        # With slices, because PyTorch's own pooling takes thirty times longer on a CPU.
+        padded = torch.nn.functional.pad(image, (2, 2, 2, 2), value=-1.0)
         rows = functools.reduce(torch.maximum, (padded[..., shift : shift + side] for shift in range(5)))
         return functools.reduce(torch.maximum, (rows[..., shift : shift + side, :] for shift in range(5)))
 
@@ -133,13 +136,16 @@ def beyond(result, large):
 
 
 class Training:
-    """The model, its optimizer and the average of its weights. On a card every kind of step is recorded once and then only
-    replayed: its many small operations would take longer to start than to run."""
+    """The model, its optimizer and the running average of its weights.
+
+    On a GPU each kind of step is recorded once and then replayed, because its many small operations would take longer
+    to launch than to run.
+    """
 
     EAGER_STEPS = 3  # before a kind of step is recorded
-    LOSS_SCALE = 4096.0  # keeps small gradients in half precision; Adam does not see it
+    LOSS_SCALE = 4096.0  # keeps small gradients above zero in half precision; Adam is invariant to it
 
-    def __init__(self, settings, arguments):
+    def __init__(self, settings: dict, arguments: argparse.Namespace):
         self.settings, self.arguments = settings, arguments
         self.folder = arguments.results / settings["name"]
         self.device = "cuda" if torch.cuda.is_available() else "cpu"
@@ -147,32 +153,35 @@ class Training:
         torch.manual_seed(settings["seed"])
         start = None
         if settings["start"]:
-            start = [tuple(map(torch.from_numpy, layer)) for layer in convert.read(find_start(settings["start"], arguments.results))]
+            arrays = convert.read(find_start(settings["start"], arguments.results))
+            start = [tuple(map(torch.from_numpy, layer)) for layer in arrays]
             start = network.with_colours_inverted(start, settings["inverted"])
         self.model = network.Chain(settings["channels"], settings["depth"], start).to(self.device)
         self.rate, self.follow, self.loss = (torch.zeros((), device=self.device) for _ in range(3))
-        on_card = {"lr": self.rate, "capturable": True} if self.device == "cuda" else {}
-        self.optimizer = torch.optim.Adam(self.model.parameters(), betas=(0.9, 0.99), **on_card)
+        on_gpu = {"lr": self.rate, "capturable": True} if self.device == "cuda" else {}
+        self.optimizer = torch.optim.Adam(self.model.parameters(), betas=(0.9, 0.99), **on_gpu)
         self.average = [[t.detach().clone() for t in layer] for layer in self.model.collapsed()]
         self.step, self.seconds, self.processor_seconds = 0, 0.0, 0.0
         self.chosen = torch.zeros((4, settings["batch"]), dtype=torch.int64, device=self.device)
         self.luma = torch.tensor([0.114, 0.587, 0.299], device=self.device).view(1, 3, 1, 1)  # BT.601, blue first
         self.seen, self.graphs = {}, {}
 
-    def resume(self):
+    def resume(self) -> None:
+        """Continues from the checkpoint, if there is one."""
         path = self.folder / "checkpoint.pt"
         if not path.exists():
             return
         state = torch.load(path, map_location=self.device)
         if state["settings"] != self.settings:
-            raise SystemExit(f"{path} was made with another configuration; remove {self.folder} to start again")
+            raise SystemExit(f"{path} was made with another configuration; delete {self.folder} to start again")
         self.model.load_state_dict(state["model"])
         self.optimizer.load_state_dict(state["optimizer"])
         self.average, self.step, self.seconds = state["average"], state["step"], state["seconds"]
         self.processor_seconds = state.get("processor_seconds", 0.0)
-        print(f"going on after {self.step} steps and {self.seconds / 60:.1f} min")
+        print(f"resuming after {self.step} steps and {self.seconds / 60:.1f} min")
 
-    def save(self):
+    def save(self) -> None:
+        """Writes the checkpoint."""
         state = {"settings": self.settings, "model": self.model.state_dict(), "optimizer": self.optimizer.state_dict(),
                  "average": self.average, "step": self.step, "seconds": self.seconds,
                  "processor_seconds": self.processor_seconds + time.process_time()}
@@ -180,8 +189,9 @@ class Training:
         torch.save(state, partial)
         partial.rename(self.folder / "checkpoint.pt")
 
-    def one_step(self, batches, stage, rate):
-        kind = (stage, stage == "half" and self.step % 2 == 1)  # the second: conversions truncate
+    def one_step(self, batches: tiles.Batches, stage: str, rate: float) -> None:
+        """Trains with the next batch."""
+        kind = (stage, stage == "half" and self.step % 2 == 1)  # the second value: conversions truncate
         self.chosen.copy_(batches.choose(self.step))
         self.rate.fill_(rate)
         self.follow.fill_(1 - min(self.settings["average"], (self.step + 1) / (self.step + 10)))
@@ -191,9 +201,9 @@ class Training:
         if self.device == "cpu":
             self._update(batches, kind)
         else:
-            self._update_on_card(batches, kind)
+            self._update_on_gpu(batches, kind)
 
-    def _update_on_card(self, batches, kind):
+    def _update_on_gpu(self, batches: tiles.Batches, kind: tuple[str, bool]) -> None:
         self.seen[kind] = self.seen.get(kind, 0) + 1
         if self.seen[kind] <= self.EAGER_STEPS:
             side = torch.cuda.Stream()
@@ -208,8 +218,8 @@ class Training:
                 self._update(batches, kind)
         self.graphs[kind].replay()
 
-    def _update(self, batches, kind):
-        """Everything that changes from step to step is read from tensors: the crops, the rate, how fast the average follows."""
+    def _update(self, batches: tiles.Batches, kind: tuple[str, bool]) -> None:
+        """Reads all that changes from step to step from tensors: the crops, the rate and the decay of the average."""
         self.optimizer.zero_grad(set_to_none=True)
         small, large, weight, halo = batches.cut(self.chosen)
         weights = [(f.to(memory_format=torch.channels_last), b) for f, b in self.model.collapsed()]
@@ -225,14 +235,16 @@ class Training:
         (loss * self.LOSS_SCALE).backward()
         self.optimizer.step()
         self.loss += loss.detach()
-        with torch.no_grad():  # the average of the filters themselves: that of their factors would be something else
+        with torch.no_grad():  # of the filters, since the average of their factors differs
             for mean, layer in zip(self.average, weights):
                 for a, b in zip(mean, layer):
                     a.lerp_(b, self.follow)
 
-    def _loss(self, error, weight):
-        """With the logarithm it is the relative error that counts, as in the mean of PSNRs: an error in a smooth crop weighs
-        more than the same one where nothing could be right."""
+    def _loss(self, error: torch.Tensor, weight: torch.Tensor) -> torch.Tensor:
+        """With the logarithm the relative error counts, as in a mean of PSNRs.
+
+        An error in a smooth crop then weighs more than the same error in a crop that cannot be predicted.
+        """
         luma = (error * self.luma).sum(dim=1, keepdim=True)
         if self.settings["loss"] == "absolute":
             return ((error.abs() + self.settings["luma"] * luma.abs()) * weight).mean() / weight.mean()
@@ -240,17 +252,20 @@ class Training:
         of_crops = squared.mean(dim=(1, 2, 3)) / weight.mean(dim=(1, 2, 3))
         return 0.01 * torch.log(255**2 * of_crops + self.settings["floor"]).mean()
 
-    def weights(self):
+    def weights(self) -> network.Weights:
+        """The running average of the weights, on the CPU."""
         return [(f.detach().float().cpu().contiguous(), b.detach().float().cpu()) for f, b in self.average]
 
 
-def show(training, progress, rate, loss, gain):
+def show(training: Training, progress: float, rate: float, loss: float, gain: float) -> None:
+    """Prints one line about the progress."""
     left = training.seconds * (1 / max(progress, 1e-6) - 1) / 60
     print(f"step {training.step}, {100 * progress:.1f} %, rate {rate:.2e}, loss {loss:.5f}, gain {gain:+.3f} dB, "
           f"{training.seconds / 60:.1f} min, {left:.0f} min left", flush=True)
 
 
-def learn(training, batches, validation, schedule):
+def learn(training: Training, batches: tiles.Batches, validation: Validation, schedule: Schedule) -> bool:
+    """Trains to the end of the schedule. Returns False if a signal stopped it before."""
     stopped = []
     signal.signal(signal.SIGTERM, lambda *_: stopped.append(True))
     signal.signal(signal.SIGINT, lambda *_: stopped.append(True))
@@ -268,7 +283,7 @@ def learn(training, batches, validation, schedule):
             if training.step % training.settings["check_every"] == 0:
                 mean = float(training.loss) / steps
                 if not math.isfinite(mean):
-                    sys.exit("training diverged: the loss is not a number any more")
+                    sys.exit("training diverged: the loss is not finite")
                 gain = validation.gain(training.weights(), training.device)
                 log.writerow([training.step, f"{training.seconds:.1f}", schedule.stage(progress), f"{rate:.3e}",
                               f"{mean:.6f}", f"{gain:.4f}"])
@@ -281,15 +296,16 @@ def learn(training, batches, validation, schedule):
     return not stopped
 
 
-def trim_log(path, step):
-    """Leaves out what was written after the checkpoint from which training goes on."""
+def trim_log(path: Path, step: int) -> None:
+    """Removes the rows that were written after the checkpoint."""
     if path.exists():
         rows = [row for row in csv.reader(path.open()) if int(row[0]) <= step]
         with path.open("w", newline="") as file:
             csv.writer(file).writerows(rows)
 
 
-def plot(folder):
+def plot(folder: Path) -> None:
+    """Draws curves.png from log.csv."""
     import matplotlib
     matplotlib.use("Agg")
     import matplotlib.pyplot as plt
@@ -306,19 +322,21 @@ def plot(folder):
     figure.savefig(folder / "curves.png")
 
 
-def machine():
+def machine() -> str:
+    """The GPU, or the number of CPU cores."""
     if torch.cuda.is_available():
         return torch.cuda.get_device_name(0)
     cores = len(os.sched_getaffinity(0))
-    return f"{cores} processor core{'s' * (cores > 1)}"
+    return f"{cores} CPU core{'s' * (cores > 1)}"
 
 
-def main():
+def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("name", help="a configuration in training/configs")
+    parser.add_argument("name", help="name of a configuration in training/configs")
     parser.add_argument("--data", type=Path, default=Path("build/training/data"))
     parser.add_argument("--results", type=Path, default=Path("build/training"))
-    parser.add_argument("--minutes", type=float, help="spread the schedule over this time instead of the configured steps")
+    parser.add_argument("--minutes", type=float,
+                        help="spread the schedule over this time instead of the configured number of steps")
     arguments = parser.parse_args()
     settings = read_configuration(arguments.name)
     training = Training(settings, arguments)
@@ -332,7 +350,7 @@ def main():
     finished = learn(training, batches, validation, Schedule(settings, arguments.minutes))
     plot(training.folder)
     if not finished:
-        sys.exit("stopped; the same command goes on from here")
+        sys.exit("stopped; run the same command again to resume")
     convert.write(training.folder / "weights.npz", [(f.numpy(), b.numpy()) for f, b in training.weights()])
     done = {"steps": training.step, "minutes": round(training.seconds / 60, 1), "machine": machine(),
             "processor_minutes": round((training.processor_seconds + time.process_time()) / 60, 1)}
