@@ -56,11 +56,13 @@ class _Reader:
         raise SystemExit(f"{self.path}: Orvane cannot run this network: {why}")
 
     def constant(self, name: str) -> np.ndarray:
+        """The value of an input that must be a constant."""
         if name not in self.constants:
             self.refuse(f"{name or 'an input'} is computed, but a constant is needed")
         return self.constants[name]
 
     def convolution(self, node: onnx.NodeProto) -> tuple[np.ndarray, np.ndarray]:
+        """The filter and the bias of a Conv node."""
         attributes = _attributes(node)
         expected = {"strides": [1, 1], "dilations": [1, 1], "group": 1, "pads": [1, 1, 1, 1]}
         for name, value in expected.items():
@@ -72,6 +74,7 @@ class _Reader:
         return filters, bias
 
     def is_clamp(self, node: onnx.NodeProto) -> bool:
+        """Whether a node clamps to [0, 1]."""
         attributes = _attributes(node)
         if node.op_type == "HardSigmoid":
             return attributes.get("alpha", 0.2) == 1 and attributes.get("beta", 0.5) == 0

@@ -40,7 +40,7 @@ DEFAULTS = {
     "warm_up": 200,  # steps with a rising rate
     "ring": 0.3,  # weight of pixels that see zeros at the edge of a crop that is not an edge of the image
     "fast_share": 0.8,  # share of the steps with a 16-bit type
-    "half_share": 0.1,  # share of the last steps in emulated half precision (FP16), rounded and truncated in turn
+    "half_share": 0.1,  # share of the steps, at the end, in emulated half precision (FP16)
     "average": 0.999,  # decay of the running average of the filters, which is the result
     "check_every": 1500,  # steps between two validations
     "validation": "val",  # folder of the validation images
@@ -143,7 +143,7 @@ class Training:
     """
 
     EAGER_STEPS = 3  # before a kind of step is recorded
-    LOSS_SCALE = 4096.0  # keeps small gradients above zero in half precision; Adam is invariant to it
+    LOSS_SCALE = 4096.0  # keeps small gradients above zero in half precision; Adam does not depend on it
 
     def __init__(self, settings: dict, arguments: argparse.Namespace):
         self.settings, self.arguments = settings, arguments
