@@ -1,14 +1,18 @@
 """Tests the parts of the training kit that do not need PyTorch: resizing, compressed tiles, metrics, model files."""
+import json
+import struct
 import sys
 import tempfile
 import unittest
 import unittest.mock
+import zlib
 from pathlib import Path
 
 import numpy as np
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2]))
-from training.data import compress, licences, prepare_video, resize  # noqa: E402
+from training import KIT  # noqa: E402
+from training.data import compress, licences, pack, prepare, prepare_video, qt_resources, resize, sources  # noqa: E402
 from training.judge import metrics  # noqa: E402
 from training.model import cipher, convert  # noqa: E402
 
@@ -125,6 +129,62 @@ class ModelFiles(unittest.TestCase):
             self.assertEqual(cipher.decrypt(cipher.encrypt(bytes(range(size)))), bytes(range(size)))
         with self.assertRaisesRegex(ValueError, "damaged"):
             cipher.decrypt(encrypted[:-1] + bytes([encrypted[-1] ^ 1]))
+
+
+class Split(unittest.TestCase):
+    def test_every_image_keeps_its_use(self):
+        # A test image must never become a training image, whatever is renamed.
+        kept = {}
+        for entry in json.loads((KIT / "data/sources.json").read_text()):
+            kept.setdefault(entry["package"], []).extend(entry.get("test", []))
+        rows = [line.split("\t") for line in (KIT / "data/images.tsv").read_text().splitlines()]
+        self.assertGreater(len(rows), 700)
+        for package, name, licence, kind, split, _ in rows:
+            kept_for_test = any(part in name for part in kept[package])
+            source = sources.Source(package, name, licence, kind, b"", False, kept_for_test)
+            self.assertEqual(prepare.split_of(source), split, name)
+            self.assertTrue(licences.is_free(licence), name)
+
+
+class PackedTiles(unittest.TestCase):
+    def test_tiles_come_back_in_their_order(self):
+        # Of different sizes when encoded.
+        random = np.random.default_rng(5)
+        tiles = [random.integers(0, limit, (pack.TILE, pack.TILE, 3), np.uint8) for limit in (2, 256, 16)]
+        with tempfile.TemporaryDirectory() as folder:
+            path = Path(folder, "tiles.npz")
+            encoded = [pack.encode(tile, True) for tile in tiles]
+            pack.write(path, {"photo": [], "drawing": encoded}, {"drawing": [7, 1, 4]})
+            np.testing.assert_array_equal(pack.read(path, "drawing"), tiles)
+            self.assertEqual(pack.read_numbers(path, "drawing").tolist(), [7, 1, 4])
+            self.assertEqual((pack.count(path, "photo"), pack.count(path, "drawing")), (0, 3))
+            with self.assertRaisesRegex(SystemExit, "has no video.sizes"):
+                pack.count(path, "video")
+
+
+def resource_file(files):
+    """A Qt resource file of version 1: a folder "a" with these files (name, flags, stored content)."""
+    names, contents, tree = b"", b"", struct.pack(">IHII", 0, 2, 1, 1)
+    nodes = [("a", 2, len(files), 2)] + [(name, flags, 0, None) for name, flags, _ in files]
+    stored = [None] + [content for _, _, content in files]
+    for (name, flags, first, second), content in zip(nodes, stored):
+        if content is not None:
+            second = len(contents)
+            contents += struct.pack(">I", len(content)) + content
+        tree += struct.pack(">IHII", len(names), flags, first, second)
+        names += struct.pack(">HI", len(name), 0) + name.encode("utf-16-be")
+    start = struct.calcsize(">4s4I")
+    places = (1, start, start + len(tree), start + len(tree) + len(contents))
+    return struct.pack(">4s4I", b"qres", *places) + tree + contents + names
+
+
+class QtResources(unittest.TestCase):
+    def test_files_in_folders(self):
+        packed = struct.pack(">I", 500) + zlib.compress(b"x" * 500)
+        data = resource_file([("\u00fc.png", 0, b"plain"), ("b.webp", 1, packed), ("c.webp", 4, b"zstd")])
+        self.assertEqual(list(qt_resources.read(data)), [("/a/\u00fc.png", b"plain"), ("/a/b.webp", b"x" * 500)])
+        with self.assertRaisesRegex(ValueError, "not a Qt resource file"):
+            list(qt_resources.read(b"qreS" + data[4:]))
 
 
 class Licences(unittest.TestCase):
