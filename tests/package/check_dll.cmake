@@ -6,7 +6,7 @@ execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE headers COMMAND_ERR
 string(REGEX MATCH "Ordinal/Name Pointer\\] Table[^\n]*\n(\t[^\n]*\n)+" names "${headers}")
 string(REGEX MATCHALL "\t\\[ *[0-9]+\\][^\n]+" exports "${names}")
 list(TRANSFORM exports REPLACE ".* " "")
-file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/../api/liborvane.def expected REGEX "^    ")
+file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/../../api/liborvane.def expected REGEX "^    ")
 list(TRANSFORM expected STRIP)
 if(NOT "${exports}" STREQUAL "${expected}")
   message(FATAL_ERROR "exports: ${exports}")
