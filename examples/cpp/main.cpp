@@ -1,4 +1,4 @@
-// A host with the C++ wrapper: doubles frames whose size changes in mid-stream, and says how long they took.
+// A host with the C++ wrapper. It upscales frames whose size changes in mid-stream, and prints the time of each.
 //
 //     loaded.exe MODEL CHANNELS DEPTH
 #include <chrono>
@@ -28,16 +28,16 @@ int Fail(const char* what, const std::error_code& error) {
     return 1;
 }
 
-std::error_code DoubleFrame(orvane::Instance& instance, int32_t width, int32_t height) {
+std::error_code UpscaleFrame(orvane::Instance& instance, int32_t width, int32_t height) {
     const std::vector<uint8_t> input(static_cast<size_t>(width) * static_cast<size_t>(height) * 4, 200);
-    std::vector<uint8_t> doubled(input.size() * 4);
+    std::vector<uint8_t> upscaled(input.size() * 4);
     const auto start = std::chrono::steady_clock::now();
     const std::error_code error =
-        instance.Process({doubled.data(), 2 * width * 4}, {input.data(), width, height, width * 4});
+        instance.Process({upscaled.data(), 2 * width * 4}, {input.data(), width, height, width * 4});
     const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
     if (!error) {
         std::printf("%d x %d in %.1f ms; a pixel of the result: %d\n", 2 * width, 2 * height, time.count(),
-                    doubled[doubled.size() / 2]);
+                    upscaled[upscaled.size() / 2]);
     }
     return error;
 }
@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
 
     orvane::Instance instance = library.Open({argv[1], Number(argv[2]), Number(argv[3]), 64, 36}, error);
     for (const int32_t width : {64, 64, 48}) {
-        error = error ? error : DoubleFrame(instance, width, 36);
+        error = error ? error : UpscaleFrame(instance, width, 36);
     }
     return error ? Fail(argv[1], error) : 0;
 }

@@ -1,8 +1,8 @@
-"""A host in Python: doubles a frame with Orvane on 64-bit Windows, with nothing but ctypes, and writes a PPM file.
+"""A host in Python: upscales one frame on 64-bit Windows and writes the result as a PPM file. Needs only ctypes.
 
-    python double.py ..\\..\\bin\\liborvane.dll ..\\..\\bin\\weights\\default.en 32 2 doubled.ppm
+    python upscale.py ..\\..\\bin\\liborvane.dll ..\\..\\bin\\weights\\default.en 32 2 upscaled.ppm
 
-The records and the calling are checked against orvane.h; the program itself has not been run on Windows yet.
+The records and function types match orvane.h. This program has not been run yet.
 """
 import ctypes
 import sys
@@ -10,7 +10,7 @@ from ctypes import POINTER, Structure, byref, c_char, c_char_p, c_int, c_int32, 
 
 
 class OpenParam(Structure):
-    """orvane_open_param: what an instance is opened with. 1060 bytes."""
+    """orvane_open_param: the parameters of an instance. 1060 bytes."""
 
     _fields_ = [
         ("inputWidth", c_uint32),
@@ -27,7 +27,7 @@ class OpenParam(Structure):
 
 
 class Frame(Structure):
-    """orvane_frame: rows of 4-byte pixels, R, G, B, A. 48 bytes."""
+    """orvane_frame: an image of 4-byte pixels (R, G, B, A). 48 bytes."""
 
     _fields_ = [
         ("userValue", c_uint64),
@@ -41,7 +41,7 @@ class Frame(Structure):
 
 
 class CheckResult(Structure):
-    """orvane_check_result: what the support check found. 172 bytes."""
+    """orvane_check_result: the result of the support check. 172 bytes."""
 
     _fields_ = [
         ("supported", c_uint32),
@@ -64,15 +64,15 @@ def load(path):
     return library
 
 
-def double(library, handle, pixels, width, height):
-    """The doubled picture of `pixels`, width x height x 4 bytes. Blocks; ctypes releases the interpreter's lock."""
+def upscale(library, handle, pixels, width, height):
+    """Upscales `pixels` (width x height x 4 bytes) by 2x. Blocks, but ctypes releases the interpreter's lock."""
     source = (c_uint8 * len(pixels)).from_buffer_copy(pixels)
     target = (c_uint8 * (4 * len(pixels)))()
     frame = Frame(width=width, height=height, stride=4 * width, data=ctypes.addressof(source))
     output = Frame(stride=8 * width, data=ctypes.addressof(target))
     result = library.orvane_process(handle, byref(output), byref(frame))
     if result != 0:
-        raise RuntimeError(f"orvane_process answered {result}")
+        raise RuntimeError(f"orvane_process returned {result}")
     return bytes(target)
 
 
@@ -90,17 +90,17 @@ def main(dll, model, channels, depth, result_path):
     if not handle:
         raise SystemExit(f"{model} cannot be opened")
     try:
-        doubled = double(library, handle, pixels, width, height)
+        upscaled = upscale(library, handle, pixels, width, height)
     finally:
         library.orvane_close(handle)
 
     with open(result_path, "wb") as file:
         file.write(b"P6 %d %d 255\n" % (2 * width, 2 * height))
-        file.write(b"".join(doubled[i : i + 3] for i in range(0, len(doubled), 4)))
+        file.write(b"".join(upscaled[i : i + 3] for i in range(0, len(upscaled), 4)))
     print(f"Orvane {library.orvane_get_version().decode()} on {support.adapterName.decode('mbcs')}: {result_path}")
 
 
 if __name__ == "__main__":
     if len(sys.argv) != 6:
-        raise SystemExit("usage: python double.py LIBORVANE.DLL MODEL CHANNELS DEPTH RESULT.ppm")
+        raise SystemExit("usage: python upscale.py LIBORVANE.DLL MODEL CHANNELS DEPTH RESULT.ppm")
     main(*sys.argv[1:])

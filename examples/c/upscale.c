@@ -1,11 +1,11 @@
-/* A host in one file of C99: loads liborvane.dll at run time, asks whether the machine will do, opens a model, doubles
- * a picture that it makes itself and writes the result as a PPM file.
+/* A host in one file of C99. It loads liborvane.dll at run time, checks the machine, opens a model, upscales a
+ * generated image by 2x and writes the result as a PPM file.
  *
- * In the unpacked package, with MinGW or Visual C++; liborvane.dll has to lie beside the program:
+ * Build it in the unpacked package with MinGW or Visual C++. The program needs liborvane.dll in its own folder:
  *
- *     x86_64-w64-mingw32-gcc -std=c99 -Iinclude examples/c/double.c -o bin/double.exe
- *     cl /I include examples\c\double.c /Fe:bin\double.exe
- *     bin\double.exe bin\weights\default.en 32 2 doubled.ppm */
+ *     x86_64-w64-mingw32-gcc -std=c99 -Iinclude examples/c/upscale.c -o bin/upscale.exe
+ *     cl /I include examples\c\upscale.c /Fe:bin\upscale.exe
+ *     bin\upscale.exe bin\weights\default.en 32 2 upscaled.ppm */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -24,8 +24,8 @@ static struct {
     orvane_close_fn close;
 } orvane;
 
-/* The address of a function of the library; ends the program where there is none. Through void*, because compilers warn
- * of casts between function types. */
+/* Finds an exported function, or ends the program. The union avoids a cast between function types, which compilers warn
+ * about. */
 static void* find(HMODULE library, const char* name) {
     union {
         FARPROC function;
@@ -40,7 +40,7 @@ static void* find(HMODULE library, const char* name) {
 }
 
 static void load(void) {
-    /* Only from the program's folder and the system's: nothing that lies in the current folder is ever run. */
+    /* Searches the program's folder and the system folder only, so that a DLL in the current folder is never loaded. */
     const HMODULE library =
         LoadLibraryExA("liborvane.dll", NULL, LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (library == NULL) {
@@ -61,7 +61,7 @@ static void log_errors(void* user_data, int32_t level, const char* format, va_li
     fputc('\n', stderr);
 }
 
-/* Rings around the centre, red from left to right, green from top to bottom. */
+/* Red grows from left to right and green from top to bottom. Blue draws rings around the centre. */
 static void draw(uint8_t pixels[kHeight][kWidth][4]) {
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x) {
@@ -84,8 +84,8 @@ static int write_ppm(const char* path, const uint8_t* pixels, int width, int hei
     for (int i = 0; i < width * height; ++i) {
         fwrite(&pixels[i * 4], 1, 3, file);
     }
-    const int is_whole = !ferror(file);
-    return fclose(file) == 0 && is_whole;
+    const int is_complete = !ferror(file);
+    return fclose(file) == 0 && is_complete;
 }
 
 int main(int argc, char** argv) {
@@ -97,7 +97,7 @@ int main(int argc, char** argv) {
     const orvane_frame input = {.width = kWidth, .height = kHeight, .stride = kWidth * 4, .data = input_pixels};
     orvane_frame output = {.stride = 2 * kWidth * 4, .data = output_pixels};
     if (argc != 5 || strlen(argv[1]) >= sizeof(param.modelPath)) {
-        fprintf(stderr, "usage: double MODEL CHANNELS DEPTH RESULT.ppm\n");
+        fprintf(stderr, "usage: upscale MODEL CHANNELS DEPTH RESULT.ppm\n");
         return 2;
     }
     memcpy(param.modelPath, argv[1], strlen(argv[1]) + 1);
@@ -108,15 +108,15 @@ int main(int argc, char** argv) {
     load();
     orvane.init(&log);
     if (orvane.check_supported(&support, NULL) != ORVANE_OK) {
-        fprintf(stderr, "this machine cannot run the library: status %u\n", (unsigned)support.status);
+        fprintf(stderr, "this machine is not supported: status %u\n", (unsigned)support.status);
         return 1;
     }
     const orvane_handle handle = orvane.open(&param);
     if (handle == NULL) {
-        return 1; /* the log says why */
+        return 1; /* the log gives the reason */
     }
     const int result = orvane.process(handle, &output, &input);
-    orvane.close(handle); /* also after a frame that failed */
+    orvane.close(handle); /* also after a failed frame */
     if (result != ORVANE_OK) {
         return 1;
     }

@@ -1,14 +1,14 @@
-// A host in JavaScript: doubles a frame with Orvane from Node.js on 64-bit Windows, through the foreign-function library
-// koffi, and writes the result as a PPM file.
+// A host in JavaScript: upscales one frame from Node.js on 64-bit Windows and writes the result as a PPM file. It calls the
+// library through koffi, a foreign-function interface.
 //
 //     npm install
-//     node double.js ..\..\bin\liborvane.dll ..\..\bin\weights\default.en 32 2 doubled.ppm
+//     node upscale.js ..\..\bin\liborvane.dll ..\..\bin\weights\default.en 32 2 upscaled.ppm
 'use strict';
 const fs = require('node:fs');
 const path = require('node:path');
 const koffi = require('koffi');
 
-// The records of orvane.h that are used here; orvane.h says what each field means.
+// The records used here. orvane.h documents each field.
 koffi.struct('orvane_open_param', {
   inputWidth: 'uint32_t',
   inputHeight: 'uint32_t',
@@ -49,16 +49,16 @@ function load(dll) {
   };
 }
 
-// Blocks this thread while the frame is processed; `process.async` would do it on another.
-function double(orvane, handle, pixels, width, height) {
-  const doubled = Buffer.alloc(pixels.length * 4);
+// Blocks this thread during the frame. `orvane.process.async` would run it on another thread.
+function upscale(orvane, handle, pixels, width, height) {
+  const upscaled = Buffer.alloc(pixels.length * 4);
   const frame = { userValue: 0, width, height, format: 0, stride: width * 4, reserved: Array(16).fill(0), data: pixels };
-  const output = { ...frame, stride: width * 8, data: doubled };
+  const output = { ...frame, stride: width * 8, data: upscaled };
   const result = orvane.process(handle, output, frame);
   if (result !== 0) {
-    throw new Error(`orvane_process answered ${result}`);
+    throw new Error(`orvane_process returned ${result}`);
   }
-  return doubled;
+  return upscaled;
 }
 
 function main([dll, model, channels, depth, target]) {
@@ -82,8 +82,8 @@ function main([dll, model, channels, depth, target]) {
     throw new Error(`${model} cannot be opened`);
   }
   try {
-    const doubled = double(orvane, handle, pixels, width, height);
-    const rgb = Buffer.from(doubled.filter((_, i) => i % 4 !== 3));
+    const upscaled = upscale(orvane, handle, pixels, width, height);
+    const rgb = Buffer.from(upscaled.filter((_, i) => i % 4 !== 3));
     fs.writeFileSync(target, Buffer.concat([Buffer.from(`P6 ${2 * width} ${2 * height} 255\n`), rgb]));
   } finally {
     orvane.close(handle);
@@ -92,12 +92,12 @@ function main([dll, model, channels, depth, target]) {
 }
 
 if (process.argv.length !== 7) {
-  console.error('usage: node double.js LIBORVANE.DLL MODEL CHANNELS DEPTH RESULT.ppm');
+  console.error('usage: node upscale.js LIBORVANE.DLL MODEL CHANNELS DEPTH RESULT.ppm');
   process.exit(2);
 }
-const said = main(process.argv.slice(2));
+const message = main(process.argv.slice(2));
 try {
-  console.log(said);
+  console.log(message);
 } catch {
-  // There is no standard output, as under Wine.
+  // No standard output, for example under Wine.
 }
