@@ -1,3 +1,4 @@
+#include <array>
 #include <type_traits>
 
 #include <windows.h>
@@ -18,6 +19,10 @@ orvane::InstanceTable& Instances() {
 }
 
 constexpr uint32_t kLibraryConstant = 4;
+
+// The hosts' header names the version of the project.
+static_assert(std::array{ORVANE_VERSION_MAJOR, ORVANE_VERSION_MINOR, ORVANE_VERSION_PATCH, 0} ==
+              std::array{ORVANE_VERSION_NUMBERS});
 
 // The types by which a host calls what it finds with GetProcAddress.
 static_assert(std::is_same_v<decltype(&orvane_get_version), orvane_get_version_fn>);

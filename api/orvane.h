@@ -34,6 +34,15 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/*
+ * The version of this header; orvane_get_version returns that of the loaded library. A new major version may change or
+ * remove what is declared here. A new minor version only adds to it, so that compiled hosts keep working. A new patch
+ * version changes no declaration.
+ */
+#define ORVANE_VERSION_MAJOR 1
+#define ORVANE_VERSION_MINOR 0
+#define ORVANE_VERSION_PATCH 0
+
 #if defined(_WIN32) && defined(ORVANE_BUILDING)
 #define ORVANE_API __declspec(dllexport)
 #elif defined(_WIN32)

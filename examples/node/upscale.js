@@ -1,5 +1,5 @@
-// A host in JavaScript: upscales one frame from Node.js on 64-bit Windows and writes the result as a PPM file. It calls the
-// library through koffi, a foreign-function interface.
+// A host in JavaScript: upscales one frame from Node.js on 64-bit Windows and writes the result as a PPM file. It calls
+// the library through koffi, a foreign-function interface.
 //
 //     npm install
 //     node upscale.js ..\..\bin\liborvane.dll ..\..\bin\weights\default.en 32 2 upscaled.ppm

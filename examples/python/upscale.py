@@ -83,7 +83,10 @@ def main(dll, model, channels, depth, result_path):
         raise SystemExit(f"this machine cannot run the library: status {support.status}")
 
     width, height = 64, 36
-    pixels = b"".join(bytes((x * 255 // width, y * 255 // height, 128, 255)) for y in range(height) for x in range(width))
+    pixels = bytearray()
+    for y in range(height):
+        for x in range(width):
+            pixels += bytes((x * 255 // width, y * 255 // height, 128, 255))
     param = OpenParam(inputWidth=width, inputHeight=height, modelChannels=int(channels), modelDepth=int(depth),
                       modelPath=model.encode("mbcs"))
     handle = library.orvane_open(byref(param))
