@@ -46,6 +46,10 @@ check_format() { sources | xargs clang-format --dry-run --Werror; }
 
 check_scripts() { shellcheck -x dev .ci/run tools/wine/run-wine tools/wine/wine-session bench/on-card tests/package/try-package tests/program/stream_lines.sh; }
 
+check_spelling() { git ls-files -z -co --exclude-standard ':!tests/fuzz/corpus' | xargs -0 codespell; }
+
+check_python() { git ls-files -z -co --exclude-standard '*.py' | xargs -0 flake8; }
+
 # clang reads what GCC compiled: the same flags, MinGW's headers, so that a second compiler's warnings are seen too.
 check_tidy() {
   local gcc_folder flag flags=(-Wno-unknown-warning-option -Wno-unused-command-line-argument)
@@ -74,6 +78,8 @@ lint() {
   build native
   build mingw-release
   step "Checking the scripts (shellcheck)" check_scripts
+  step "Checking the spelling (codespell)" check_spelling
+  step "Checking the Python code (flake8)" check_python
   step "Checking the format (clang-format)" check_format
   step "Checking the interface for Visual C++ (clang)" check_interface
   step "Checking the code (clang-tidy and clang's warnings)" check_tidy
