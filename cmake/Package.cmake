@@ -36,7 +36,7 @@ install(FILES cmake/package/orvane-config.cmake ${folder}/orvane-config-version.
 install(FILES ${folder}/orvane.pc DESTINATION lib/pkgconfig)
 install(DIRECTORY examples/c examples/cpp examples/node examples/python DESTINATION examples)
 install(DIRECTORY docs DESTINATION .)
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION .)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE DESTINATION .)
 # What is linked into the DLL and the programs: by Debian's package, each with its authors and terms.
 foreach(package libcli11-dev nlohmann-json3-dev libz-mingw-w64-dev directx-headers-dev mingw-w64-x86-64-dev
                 gcc-mingw-w64-base)

@@ -13,7 +13,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "usage: host MODEL\n");
         return 2;
     }
-    memcpy(param.modelPath, argv[1], strlen(argv[1]) + 1);
+    memcpy(param.modelPath, argv[1], strlen(argv[1]) + 1); /* the model file, for example weights/default.en */
     memset(input_pixels, 200, sizeof(input_pixels));
     orvane_frame input = {.width = 64, .height = 36, .stride = 64 * 4, .data = input_pixels};
     orvane_frame output = {.stride = 128 * 4, .data = output_pixels};

@@ -1,8 +1,22 @@
-# Checks that the README shows a file as it is.
+# Checks that the C code of the README stands line by line, in the same order, in an example that is built and run.
 #   cmake -DREADME=... -DFILE=... -P check_readme.cmake
 file(READ ${README} readme)
-file(READ ${FILE} content)
-string(FIND "${readme}" "```c\n${content}```" found)
-if(found EQUAL -1)
-  message(FATAL_ERROR "${README} does not show ${FILE} as it is")
+file(READ ${FILE} rest)
+if(NOT readme MATCHES "```c\n([^`]+)```")
+  message(FATAL_ERROR "${README} shows no C code")
 endif()
+set(shown "${CMAKE_MATCH_1}")
+string(REGEX REPLACE "\n +" "\n" rest "\n${rest}") # without the indentation
+while(NOT "${shown}" STREQUAL "")
+  string(FIND "${shown}" "\n" end)
+  string(SUBSTRING "${shown}" 0 ${end} line)
+  math(EXPR end "${end} + 1")
+  string(SUBSTRING "${shown}" ${end} -1 shown)
+  string(STRIP "${line}" line)
+  string(FIND "${rest}" "\n${line}\n" found)
+  if(found EQUAL -1)
+    message(FATAL_ERROR "${README} shows a line that is not in ${FILE}, or stands earlier there: ${line}")
+  endif()
+  math(EXPR found "${found} + 1")
+  string(SUBSTRING "${rest}" ${found} -1 rest)
+endwhile()
