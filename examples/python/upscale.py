@@ -52,7 +52,7 @@ class CheckResult(Structure):
     ]
 
 
-def load(path):
+def load(path: str) -> ctypes.CDLL:
     library = ctypes.CDLL(path)
     library.orvane_get_version.restype = c_char_p
     library.orvane_check_supported.argtypes = [POINTER(CheckResult), c_void_p]
@@ -64,7 +64,7 @@ def load(path):
     return library
 
 
-def upscale(library, handle, pixels, width, height):
+def upscale(library: ctypes.CDLL, handle: int, pixels: bytes, width: int, height: int) -> bytes:
     """Upscales `pixels` (width x height x 4 bytes) by 2x. Blocks, but ctypes releases the interpreter's lock."""
     source = (c_uint8 * len(pixels)).from_buffer_copy(pixels)
     target = (c_uint8 * (4 * len(pixels)))()
@@ -76,7 +76,7 @@ def upscale(library, handle, pixels, width, height):
     return bytes(target)
 
 
-def main(dll, model, channels, depth, result_path):
+def main(dll: str, model: str, channels: str, depth: str, result_path: str) -> None:
     library = load(dll)
     support = CheckResult()
     if library.orvane_check_supported(byref(support), None) != 0:
@@ -93,7 +93,7 @@ def main(dll, model, channels, depth, result_path):
     if not handle:
         raise SystemExit(f"{model} cannot be opened")
     try:
-        upscaled = upscale(library, handle, pixels, width, height)
+        upscaled = upscale(library, handle, bytes(pixels), width, height)
     finally:
         library.orvane_close(handle)
 
