@@ -1,31 +1,53 @@
 /*
- * Orvane: doubles the width and height of video frames with a small convolutional network on the GPU.
+ * Orvane: upscales video frames by 2x with a small convolutional network on the GPU.
  *
  * This is the only header that a host needs. It compiles as C99 and as C++, for 64-bit Windows.
  *
  *     orvane_init -> orvane_check_supported -> orvane_open -> orvane_process ... -> orvane_close
  *
- * A host that must start without the library loads it with LoadLibrary and finds the functions with GetProcAddress:
- * their names are undecorated, their types at the end of this header.
+ * A host that has to start without the library loads it with LoadLibrary and finds the functions with GetProcAddress.
+ * Their names are undecorated. Their types are at the end of this header.
  *
- * Threads: every function may be called from any thread, with these limits. orvane_init writes the log
- * configuration without a lock: call it before anything else. The first orvane_open of a series initialises COM on
- * its thread, and whichever thread closes the last instance (with orvane_close, or with an orvane_process that cannot
- * change its size) uninitialises COM on its own: do both on one thread, or initialise COM once more on the one that
- * closes. Neither is locked: do not run an open beside another open or a close. Frames of all instances run one at a
- * time; a second orvane_process waits for the first.
+ * Threads: every function may be called from any thread, with these limits.
+ *   - Call orvane_init before anything else. It writes the log configuration without a lock.
+ *   - Frames of all instances run one at a time. A second orvane_process waits for the first.
+ *   - Neither orvane_open nor the COM count below is locked. Do not run an open beside another open or a close.
+ *   - Run one orvane_check_supported at a time.
+ *   - Never call the library from DllMain. It loads DLLs, and an open starts a thread and waits for it. Both would wait
+ *     for ever there.
  *
- * Errors: a function never raises because of what a host passes in. It returns one of the result codes below, or a
- * null handle, after logging why through the callback of orvane_init. Only where the host's memory is exhausted or the
- * weights cannot be uploaded does a function end with a C++ exception; see orvane_open and orvane_process.
+ * COM: the first orvane_open of a series initialises COM on its thread as multithreaded. The call that closes the last
+ * instance uninitialises COM on its own thread. That is orvane_close, or an orvane_process that could not change the
+ * frame size. So open and close on the same thread, and choose a worker thread for it:
+ *   - OleInitialize fails on a thread that the first open made multithreaded. Drag and drop, the clipboard and some
+ *     dialogs need it, so do not use a UI thread that has not called OleInitialize yet.
+ *   - A thread in single-threaded mode stays in it, and the open succeeds. The close of the last instance calls
+ *     CoUninitialize there all the same. Such a thread, and one that closes what another thread opened, has to
+ *     initialise COM once more before the first open.
  *
- * Sizes: a frame can have up to 8192 pixels a side, and in all as many as the driver is known to carry, because
- * Direct3D has no call that reports a picture that it gets wrong: 2^29 / 12, which is 44.7 megapixels, on adapters of
- * NVIDIA, AMD, Intel and Microsoft, and 2^27 / 12, which is 11.1 megapixels and what Direct3D 12 guarantees, on all
- * others. (A model of one layer: its channels in place of 12, but at least 3.) A larger frame fails the open or closes
- * the instance, like one for which the adapter has not enough memory.
+ * Device: Direct3D 12 has one device per adapter in a process. All instances share it with each other and with a host
+ * that renders on the same adapter. Two things follow:
+ *   - When the device is lost, it is lost for all of them. No new one can be created while anybody still holds the old
+ *     one. Close every instance, let the host release its own Direct3D 12 device, and only then open again. A host that
+ *     renders has to close every instance before it can create its own device again.
+ *   - ID3D12Debug::EnableDebugLayer removes a device that exists. Call it before the first open, or not at all.
  *
- * Strings are in the process's narrow (ANSI) encoding unless said otherwise.
+ * Errors: bad arguments never raise an exception. A function returns one of the result codes below, or a null handle,
+ * and logs the reason through the callback of orvane_init. A failed call releases what it made and can be retried. Only
+ * exhausted host memory and a failed upload of the weights end a call with a C++ exception; see orvane_open and
+ * orvane_process.
+ *
+ * Frame sizes: larger frames than these are refused, because not all drivers handle them correctly and Direct3D has no
+ * call that reports it.
+ *   - Each side has at most 8192 pixels: the output then has 16384, D3D12_REQ_TEXTURE2D_U_OR_V_DIMENSION.
+ *   - A frame has at most 2^27 / 12 pixels (11.1 megapixels). Shaders read the last tensor, which has 12 elements per
+ *     pixel, and 2^27 elements are what Direct3D 12 guarantees (D3D12_REQ_BUFFER_RESOURCE_TEXEL_COUNT_2_TO_EXP is 27).
+ *   - On adapters of NVIDIA, AMD, Intel and Microsoft the bound is 2^29 / 12 pixels (44.7 megapixels). Direct3D 12 has
+ *     no constant for this value, so it rests on those vendors' drivers alone.
+ * A model of one layer has modelChannels in place of 12, but at least 3. A frame that is too large fails the open, or
+ * closes the instance. So does a frame for which the adapter has too little memory.
+ *
+ * Strings are in the process's narrow (ANSI) encoding unless stated otherwise.
  */
 #ifndef ORVANE_H
 #define ORVANE_H
@@ -65,7 +87,7 @@ extern "C" {
 enum orvane_result {
     ORVANE_OK = 0,                 /* success */
     ORVANE_ERROR_FAILED = -1,      /* the operation was attempted and failed; the log says where */
-    ORVANE_ERROR_INVALID = -2,     /* null argument, unknown handle, or an instance that is not ready */
+    ORVANE_ERROR_INVALID = -2,     /* a null argument, an unknown or closed handle, or an instance that is not ready */
     ORVANE_ERROR_UNSUPPORTED = -7, /* this machine cannot run the library (orvane_check_supported only) */
 };
 
@@ -77,7 +99,7 @@ enum orvane_log_level {
     ORVANE_LOG_DEBUG = 3,
 };
 
-/* Why orvane_check_supported refused the machine; values of orvane_check_result.status. */
+/* Why orvane_check_supported refused the machine: values of orvane_check_result.status. */
 enum orvane_check_status {
     ORVANE_CHECK_NO_DXGI = 1,           /* dxgi.dll cannot be loaded */
     ORVANE_CHECK_NO_D3D12 = 2,          /* d3d12.dll cannot be loaded */
@@ -87,11 +109,11 @@ enum orvane_check_status {
     ORVANE_CHECK_NO_DIRECTML_ENTRY = 6, /* DirectML.dll has no DMLCreateDevice */
     ORVANE_CHECK_NO_FACTORY = 7,        /* CreateDXGIFactory2 failed */
     ORVANE_CHECK_NO_ADAPTER = 8,        /* no graphics adapter was found */
-    ORVANE_CHECK_NO_DEVICE = 9,         /* no Direct3D 12 device of feature level 11_0 on the best adapter */
+    ORVANE_CHECK_NO_DEVICE = 9,         /* the best adapter gives no Direct3D 12 device of feature level 11_0 */
     ORVANE_CHECK_WINDOWS_TOO_OLD = 12,  /* Windows is older than 10.0 build 18362 */
 };
 
-/* Strength of the best adapter, judged by its name; values of orvane_check_class.performanceClass.
+/* How strong the best adapter is, judged by its name: values of orvane_check_class.performanceClass.
  * The numbers are not in order of strength. */
 enum orvane_performance_class {
     ORVANE_PERFORMANCE_UNKNOWN = 0,      /* unrecognised or too weak */
@@ -101,23 +123,23 @@ enum orvane_performance_class {
     ORVANE_PERFORMANCE_INTEL_UHD = 6,
 };
 
-/* An open instance. Opaque, never null for a live instance. It stays valid until orvane_close, or until an
- * orvane_process on it returns ORVANE_ERROR_FAILED because it could not change the frame size. A stale handle is
- * recognised and refused unless a later orvane_open happens to hand out the same value again: once a handle may be
- * stale, call orvane_close on it before any further orvane_open, which does no harm. */
+/* An open instance. Opaque, and never null. It is valid until orvane_close, or until an orvane_process on it returns
+ * ORVANE_ERROR_FAILED because it could not change the frame size. A closed handle is recognised and refused, unless a
+ * later orvane_open returns the same value again. So call orvane_close on a handle that may be closed before the next
+ * orvane_open. That does no harm. */
 typedef struct orvane_instance* orvane_handle;
 
 /*
  * Receives log messages. The message is not formatted yet: use vprintf(format, arguments) or vsnprintf.
  * It has no line end. Floating-point, %llu and %ls conversions occur.
  *
- *   userData   the pointer given to orvane_init
+ *   userData   the pointer that was passed to orvane_init
  *   level      an orvane_log_level
  *   format     a printf format, valid during the call
  *   arguments  the values for format, valid during the call
  *
- * Called on whichever thread the message arises on, possibly on several at once, and while orvane_process or
- * orvane_close holds the library's lock: it must not call orvane_open, orvane_process or orvane_close.
+ * Called on the thread that logs, possibly on several threads at once, and also while orvane_process or orvane_close
+ * holds the library's lock. It must not call orvane_open, orvane_process or orvane_close.
  */
 typedef void (*orvane_log_callback)(void* userData, int32_t level, const char* format, va_list arguments);
 
@@ -125,12 +147,12 @@ typedef void (*orvane_log_callback)(void* userData, int32_t level, const char* f
 typedef struct orvane_init_param {
     int32_t level;                /* highest level that is passed on; -1 passes nothing */
     orvane_log_callback callback; /* may be null, which silences all logging */
-    void* userData;               /* handed to the callback as it is; may be null */
+    void* userData;               /* passed to the callback unchanged; may be null */
 } orvane_init_param;
 
 /* What an instance is opened with. 1060 bytes, no padding. Filled by the host; the library keeps a copy. */
 typedef struct orvane_open_param {
-    uint32_t inputWidth;   /* width of the input frames in pixels, stride / 4 of the frames to come */
+    uint32_t inputWidth;   /* width of the input frames in pixels: stride / 4 of the frames to come */
     uint32_t inputHeight;  /* height of the input frames in pixels */
     uint32_t outputWidth;  /* logged only; the output is always twice the input width */
     uint32_t outputHeight; /* logged only; the output is always twice the input height */
@@ -139,51 +161,53 @@ typedef struct orvane_open_param {
     int32_t modelChannels; /* feature channels of the network, 1..1024 */
     int32_t modelDepth;    /* the network has modelDepth + 2 convolution layers; that sum is 1..16 */
     uint32_t reserved1;    /* not read */
-    char modelPath[1024];  /* NUL-terminated path of the model file, in the process's ANSI encoding. A path
-                              ending in ".en" is enciphered once, ".en2" twice, anything else is plain. For a
-                              path that the ANSI code page cannot express, pass its short name
-                              (GetShortPathNameW) with the ending in lower case again, or give the host a
-                              manifest that makes UTF-8 its code page (activeCodePage, Windows 10 version 1903
-                              and later) and pass UTF-8. */
+    char modelPath[1024];  /* NUL-terminated path of the model file, in the process's ANSI encoding. A file with
+                              the extension "en" is encrypted once, "en2" twice, any other file is plain; the
+                              comparison is case-sensitive. For a path that the ANSI code page cannot express,
+                              pass the short name (GetShortPathNameW) with the extension in lower case again.
+                              Or give the host a manifest that makes UTF-8 its code page (activeCodePage,
+                              Windows 10 version 1903 and later) and pass UTF-8. */
 } orvane_open_param;
 
 /*
  * One frame. 48 bytes. Pixels are 4 bytes each, R, G, B, A in memory, rows from top to bottom.
  *
- * On the input frame the host fills width, height, stride, data and userValue. On the output frame the host
- * fills stride and data, and the library writes userValue and format.
+ * The host fills width, height, stride, data and userValue of the input frame, and stride and data of the output frame.
+ * The library writes userValue and format of the output frame.
  */
 typedef struct orvane_frame {
     uint64_t userValue;   /* the host's own, for example a time stamp; copied from input to output */
-    int32_t width;        /* pixels; the width that counts is stride / 4 */
-    int32_t height;       /* rows; of the input frame only; 1 or more */
+    int32_t width;        /* pixels; logged only, the width that counts is stride / 4 */
+    int32_t height;       /* rows, 1 or more; used of the input frame only */
     uint32_t format;      /* written on the output frame: the pixelFormat of the instance */
     int32_t stride;       /* bytes from one row to the next.
-                             Input: a positive multiple of 4; padding at the end of the rows is processed as
-                             picture. Anything else means another frame size, and one that cannot be set up
-                             CLOSES THE INSTANCE: a stride below 4, also the negative one of a bottom-up
-                             picture (pass its rows turned over), or a height below 1.
-                             Output: 0 or more, a negative one fails the frame; a smaller one than 4 x the output
-                             width truncates each row. Up to the next multiple of 256 above 4 x the output
-                             width the padding of a row may be overwritten, beyond it not. Copied fastest when it
-                             is 8 x the input width and that width is a multiple of 32. */
+                             Input: the frame is stride / 4 pixels wide, rounded down, and its rows are read that
+                             many pixels apart. So strides of 2560 and 2561 mean the same width of 640, and padding at
+                             the end of a row is upscaled as part of the image. A new width or height re-creates the
+                             instance; if that fails, it CLOSES THE INSTANCE. A stride below 4 and a height below 1
+                             always fail. Negative strides are not supported and close the instance; flip bottom-up
+                             images first.
+                             Output: 0 or more; a negative stride fails the frame. Below 4 x the output width each
+                             row is truncated. Padding of a row may be overwritten up to the next multiple of 256
+                             above 4 x the output width, and no further. The copy is fastest when the stride is 8 x
+                             the input width and that width is a multiple of 32. */
     uint8_t reserved[16]; /* not read or written */
-    void* data;           /* first byte of the first row. Input: height x stride bytes, only read. Output:
-                             twice the input height in rows of stride bytes, written. */
+    void* data;           /* first byte of the first row. Input: height x stride bytes, only read. Output: twice the
+                             input height in rows of stride bytes, written. */
 } orvane_frame;
 
-/* What orvane_check_supported found. 172 bytes. Written by the library as far as the check gets. */
+/* What orvane_check_supported found. 172 bytes. The library writes it as far as the check gets. */
 typedef struct orvane_check_result {
-    uint32_t supported;    /* 1 when the machine can run the library, else 0 */
-    uint32_t status;       /* an orvane_check_status when not supported; left alone on success */
-    uint32_t adapterCount; /* graphics adapters that were looked at, 0..4, software adapters included */
+    uint32_t supported;    /* 1 if the machine can run the library, else 0 */
+    uint32_t status;       /* an orvane_check_status if it cannot; unchanged on success */
+    uint32_t adapterCount; /* graphics adapters that were examined, 0..4, software adapters included */
     char osVersion[32];    /* Windows version, "major.minor.build" */
-    char adapterName[128]; /* name of the best adapter in the locale's encoding, empty if it has no such form */
+    char adapterName[128]; /* name of the best adapter in the locale's encoding; empty if it cannot be converted */
 } orvane_check_result;
 
 /* How strong the machine is. 8 bytes. Written by the library. */
 typedef struct orvane_check_class {
-    uint32_t performanceClass; /* an orvane_performance_class; left alone when no adapter was found */
+    uint32_t performanceClass; /* an orvane_performance_class; unchanged when no adapter was found */
     uint32_t libraryConstant;  /* always 4 */
 } orvane_check_class;
 
@@ -228,85 +252,87 @@ ORVANE_STATIC_ASSERT(check_class_libraryConstant, offsetof(orvane_check_class, l
 ORVANE_API const char* orvane_get_version(void);
 
 /*
- * Says whether this machine can run the library, and why not. Independent of instances; releases everything that
- * it loads and makes. It loads the graphics stack and makes a test device, so it takes a while.
+ * Tells whether this machine can run the library, and if not, why. Needs no instance, and releases everything that it
+ * loads and creates. It loads the graphics libraries and creates a test device, so it takes a while.
  *
  *   result  written as far as the check gets
  *   cls     may be null; libraryConstant is written on every call
  *
- * Returns ORVANE_OK, ORVANE_ERROR_UNSUPPORTED with the reason in result->status, or ORVANE_ERROR_INVALID
- * when result is null (cls is then left alone).
+ * Returns ORVANE_OK, ORVANE_ERROR_UNSUPPORTED with the reason in result->status, or ORVANE_ERROR_INVALID if result is
+ * null (cls then stays unchanged).
+ *
+ * ORVANE_OK does not promise that an open succeeds: the check does not ask DirectML whether it computes in half
+ * precision (FP16), which every open requires.
  */
 ORVANE_API int orvane_check_supported(orvane_check_result* result, orvane_check_class* cls);
 
 /*
- * Sets up logging. Before it is called nothing is logged. With a record, its three values are installed as they
- * are. With null, everything up to ORVANE_LOG_DEBUG is printed to standard output, a line
- * "[Orvane LEVEL] message" each; that is the standard output of the library's own C runtime (msvcrt.dll), which knows
- * nothing of the host's buffers and of what the host has redirected with freopen. May be called again. Always returns
- * ORVANE_OK.
+ * Sets up logging. Nothing is logged before this call. A record is installed as it is. With null, everything up to
+ * ORVANE_LOG_DEBUG is printed to standard output, one line "[Orvane LEVEL] message" each. That is the standard output
+ * of the library's own C runtime (msvcrt.dll): it does not know the host's buffers, nor what the host redirected with
+ * freopen. May be called again. Always returns ORVANE_OK.
  */
 ORVANE_API int orvane_init(const orvane_init_param* param);
 
-/* Does nothing: open instances stay open and the log configuration stays. Always returns ORVANE_OK. */
+/* Does nothing. Open instances stay open and the log configuration stays. Always returns ORVANE_OK. */
 ORVANE_API int orvane_uninit(void* ignored);
 
 /*
- * Opens an instance for one frame size and one model file: makes a device on the best adapter, reads the model,
- * compiles the network. Blocks while it does so, typically for tenths of a second to seconds. It may overlap
- * with frames of other instances.
+ * Opens an instance for one frame size and one model file: creates the device on the best adapter, reads the model and
+ * compiles the network. Blocks while it does so, typically for tenths of a second to seconds. May overlap with frames
+ * of other instances.
  *
  *   param  read during the call only
  *
- * Returns the handle, which the host releases with orvane_close, or null on any failure; nothing is left
- * behind then. Initialises COM (multithreaded) on the calling thread for the first instance of a series.
- * Direct3D 12 and DirectML stay loaded until the process ends, and one event handle stays open.
+ * Returns a handle, which the host releases with orvane_close, or null on any failure. A failed open releases what it
+ * made and can be retried. Two things stay until the process ends: Direct3D 12 and DirectML remain loaded, and each
+ * upload of the weights leaves one event handle open.
  *
- * Exhausted host memory and a failing upload of the weights to the GPU end it with a C++ exception, and nothing is
- * left behind. Do not rely on catching it: that needs a host built with the library's own compiler, and the usual
- * options of Visual C++ (/EHsc) take a C function for one that raises nothing. Any other host is ended by it.
+ * When host memory is exhausted, or when the weights cannot be uploaded to the GPU, the open ends with a C++ exception
+ * instead. It still releases what it made. Do not rely on catching it: that takes a host that was built with the
+ * library's own compiler, and Visual C++ with its usual options (/EHsc) assumes that a C function never throws. In any
+ * other host the exception ends the process.
  */
 ORVANE_API orvane_handle orvane_open(const orvane_open_param* param);
 
 /*
- * Doubles one frame. Blocks until the picture is in output->data. Note the order: output before input.
+ * Upscales one frame by 2x. Blocks until the result is in output->data. Note the order: output before input.
  *
- * When input->stride / 4 or input->height differ from the size that the instance is set up for, the instance is
- * rebuilt for the new size first, which takes about as long as an orvane_open and leaves one event handle open until
- * the process ends.
+ * When input->stride / 4 or input->height differ from the current frame size, the instance is first re-created for the
+ * new size. That takes about as long as an orvane_open and uploads the weights again.
  *
  *   output  stride and data are used, userValue and format are written
  *   input   only read
  *
  * Returns
  *   ORVANE_OK             output->data holds 2 x height rows of 2 x (stride / 4) pixels with alpha 255
- *   ORVANE_ERROR_FAILED   the frame failed: output->data is not to be used. If the frame had another size than the
- *                         one before, the instance may be closed (the log then ends with "Failed to re-initialize
- *                         sample"); else it is open, and the next frame may succeed. After a lost device
- *                         every frame fails: close and open again. Calling orvane_close before the next orvane_open
- *                         is right in every case.
- *   ORVANE_ERROR_INVALID  a null argument or data pointer, an unknown or closed handle, or an instance that is
- *                         not ready
+ *   ORVANE_ERROR_FAILED   the frame failed, and output->data must not be used. If the frame had the size of the one
+ *                         before, the instance is open, and the next frame may succeed. If it had another size, the
+ *                         instance may be closed; the log then ends with "Failed to re-initialize sample". After a
+ *                         lost device every frame fails; see "Device" above for the way back. Calling orvane_close
+ *                         before the next orvane_open is right in every case.
+ *   ORVANE_ERROR_INVALID  a null argument or data pointer, an unknown or closed handle, or an instance that is not
+ *                         ready
  *
- * Raises what orvane_open raises, for the same reasons: exhausted memory at any frame, a failing upload at a change of
- * size. The instance is open then; see docs/errors.md.
+ * Ends with the C++ exceptions of orvane_open: exhausted memory at any frame, a failed upload at a change of size. The
+ * instance stays open then; see docs/errors.md.
  */
 ORVANE_API int orvane_process(orvane_handle handle, orvane_frame* output, const orvane_frame* input);
 
 /*
- * Closes an instance and releases everything that it holds. Waits for a frame in progress on any instance.
- * Close every instance before unloading the library; what is open then is not released before the process ends.
- * Uninitialises COM on the calling thread when it was the last instance, also when another thread initialised it.
+ * Closes an instance and releases everything that it holds. Waits for a frame in progress on any instance. Close every
+ * instance before you unload the library: one that is still open then is not released before the process ends.
+ * Uninitialises COM on the calling thread if it was the last instance; see "COM" above.
  *
  * Returns ORVANE_OK, also for an unknown or closed handle, or ORVANE_ERROR_INVALID for a null handle.
  */
 ORVANE_API int orvane_close(orvane_handle handle);
 
-/* The performance counter in microseconds (not milliseconds, in spite of the name). It wraps once the counter
- * exceeds 2^63 / 10^6 ticks, after about ten days at the usual 10 MHz. */
+/* The performance counter in microseconds (not milliseconds, in spite of the name). The value wraps when the counter
+ * exceeds 2^63 / 10^6 ticks, which is after about ten days at the usual 10 MHz. */
 ORVANE_API int64_t orvane_getickcount(void);
 
-/* The functions as GetProcAddress finds them. */
+/* Types of the functions, for hosts that find them with GetProcAddress. */
 typedef const char* (*orvane_get_version_fn)(void);
 typedef int (*orvane_check_supported_fn)(orvane_check_result* result, orvane_check_class* cls);
 typedef int (*orvane_init_fn)(const orvane_init_param* param);

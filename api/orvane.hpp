@@ -1,4 +1,4 @@
-// Orvane for hosts in C++17: one header around orvane.h, which documents what lies beneath.
+// Orvane for hosts in C++17: a thin wrapper around orvane.h, which documents the functions below it.
 //
 //     std::error_code error;
 //     const orvane::Library library = orvane::Library::Load(error);           // or Library::Linked()
@@ -6,13 +6,14 @@
 //     if (!error) instance = library.Open({L"weights/default.en", 32, 2, 640, 360}, error);
 //     if (!error) error = instance.Process({output, 1280 * 4}, {input, 640, 360, 640 * 4});
 //
-// A host that loads the library this way starts without it, and error.message() says that it is missing. One that links
-// the import library uses Library::Linked() and is not started by Windows where the DLL is missing.
+// A host that uses Library::Load also starts where the DLL is missing; error.message() then says so. A host that links
+// the import library uses Library::Linked(), and Windows does not start it without the DLL.
 //
-// Nothing here throws unless asked to: functions report through std::error_code, and those that have a twin without
-// that argument throw std::system_error there. Only exhausted memory ends in std::bad_alloc.
+// Functions report failures through std::error_code. Some have a second form without that argument, which throws
+// std::system_error. Apart from that, only exhausted memory throws (std::bad_alloc).
 //
-// Threads: as in orvane.h. A Library and its copies may be used from several threads, an Instance by one at a time.
+// Threads and lost devices: as in orvane.h. A Library and its copies may be used from several threads, an Instance from
+// one at a time.
 #ifndef ORVANE_HPP
 #define ORVANE_HPP
 
@@ -41,8 +42,8 @@
 
 namespace orvane {
 
-// The library's result codes. They convert to std::error_code; failures of Windows itself (a DLL that is not there, a
-// path that has no ANSI form) come as codes of std::system_category().
+// The library's result codes. They convert to std::error_code. Failures of Windows itself (a missing DLL, a path
+// without an ANSI form) come as codes of std::system_category().
 enum class Result : int {
     kOk = ORVANE_OK,
     kFailed = ORVANE_ERROR_FAILED,
@@ -60,7 +61,7 @@ public:
             case Result::kFailed:
                 return "the operation failed; the library's log says where";
             case Result::kInvalid:
-                return "a null argument, a frame that cannot be, or an instance that is not open";
+                return "a null argument, an invalid frame, or an instance that is not open";
             case Result::kUnsupported:
                 return "this machine cannot run the library";
         }
@@ -93,22 +94,22 @@ enum class LogLevel : int32_t {
     kDebug = ORVANE_LOG_DEBUG,
 };
 
-// Receives formatted lines without a line end. On whichever thread they arise, possibly on several at once; it must not
-// call Open, Process or Close, and must not throw.
+// Receives formatted lines without a line end, on the thread that logs, possibly on several threads at once. It must
+// not call Open, Process or Close, and must not throw.
 using LogFunction = std::function<void(LogLevel, std::string_view)>;
 
-// A model file with the two numbers that belong to it, and the size of the frames to come in pixels.
+// A model file with its two numbers, and the size of the input frames in pixels.
 struct OpenOptions {
     std::filesystem::path model;
     int32_t channels = 0;  // 1..1024
     int32_t depth = 0;     // layers between the first and the last; depth + 2 is 1..16
     uint32_t width = 0;
     uint32_t height = 0;
-    uint32_t pixelFormat = 0;  // the host's own tag, handed back in Output::format
+    uint32_t pixelFormat = 0;  // the host's own tag, returned in Output::format
 };
 
-// A picture to double: `height` rows of `width` pixels (R, G, B, A), `stride` bytes apart. The library takes a padding
-// at the end of the rows for picture, so `stride` is 4 x `width` unless that is wanted. Only read.
+// An image to upscale: `height` rows of `width` pixels (R, G, B, A), `stride` bytes apart. Padding at the end of the
+// rows is upscaled as part of the image, so `stride` is normally 4 x `width`. Only read.
 struct Input {
     const void* data = nullptr;
     int32_t width = 0;
@@ -117,7 +118,7 @@ struct Input {
     uint64_t userValue = 0;  // copied into the Output
 };
 
-// Where the doubled picture goes: 2 x height rows of 2 x stride / 4 pixels, `stride` bytes apart.
+// Where the result goes: twice as many rows of twice as many pixels as the input, `stride` bytes apart.
 struct Output {
     void* data = nullptr;
     int32_t stride = 0;
@@ -142,7 +143,7 @@ struct Functions {
     orvane_close_fn close = nullptr;
 };
 
-// The loaded DLL, kept for as long as a Library or an Instance needs it.
+// The loaded DLL, kept as long as a Library or an Instance needs it.
 class Module {
 public:
     Module(HMODULE handle, const Functions& functions) : m_handle(handle), m_functions(functions) {}
@@ -191,7 +192,7 @@ inline std::error_code LastError() {
 
 // The path in the process's ANSI encoding; empty when it has none.
 inline std::string NarrowExactly(const std::wstring& path) {
-    const bool isUtf8 = GetACP() == CP_UTF8;  // which takes neither the flag nor the question
+    const bool isUtf8 = GetACP() == CP_UTF8;  // WideCharToMultiByte takes neither the flag nor isLossy then
     BOOL isLossy = FALSE;
     std::string narrow(path.size() * 4 + 1, '\0');
     const int size = WideCharToMultiByte(CP_ACP, isUtf8 ? 0 : WC_NO_BEST_FIT_CHARS, path.c_str(), -1, narrow.data(),
@@ -200,17 +201,17 @@ inline std::string NarrowExactly(const std::wstring& path) {
     return narrow;
 }
 
-// As the library wants it, by the file's short name where it must be. Short names are in capitals, but the library
-// tells enciphered files by an ending in lower case: that is put back.
+// The path as the library takes it, with the short name if there is no other way. Short names are in capitals, but the
+// library recognises encrypted files by an extension in lower case, so the file's own extension is put back.
 inline std::string NarrowModelPath(const std::filesystem::path& path) {
     std::string narrow = NarrowExactly(path.wstring());
     if (narrow.empty()) {
         std::wstring name(32768, L'\0');
         name.resize(GetShortPathNameW(path.c_str(), name.data(), static_cast<DWORD>(name.size())));
         std::filesystem::path shortened = name;
-        const std::wstring ending = path.extension().wstring();
-        if (CompareStringOrdinal(shortened.extension().c_str(), -1, ending.c_str(), -1, TRUE) == CSTR_EQUAL) {
-            shortened.replace_extension(ending);
+        const std::wstring extension = path.extension().wstring();
+        if (CompareStringOrdinal(shortened.extension().c_str(), -1, extension.c_str(), -1, TRUE) == CSTR_EQUAL) {
+            shortened.replace_extension(extension);
         }
         narrow = NarrowExactly(shortened.wstring());
     }
@@ -227,7 +228,7 @@ inline void ThrowIf(const std::error_code& error, const char* what) {
 
 }  // namespace detail
 
-// An open instance, closed with this object. Empty by default and after a move.
+// An open instance. The destructor closes it. Empty by default and after a move.
 class Instance {
 public:
     Instance() = default;
@@ -248,10 +249,11 @@ public:
 
     explicit operator bool() const { return m_handle != nullptr; }
 
-    // Doubles one frame; blocks until it is there. A frame of another size sets the instance up anew, which takes about
-    // as long as opening it. Frames that would close it by mistake (a stride that is not a multiple of 4 or shorter
-    // than a row, no rows) and frames without data are refused with kInvalid. After kFailed the instance is still open
-    // if the frame had the size of the one before; otherwise it is closed: test it, and open again.
+    // Upscales one frame by 2x and blocks until the result is there. A frame of another size re-creates the instance,
+    // which takes about as long as opening it. kInvalid refuses frames without data and frames that would close the
+    // instance by mistake: a stride that is not a multiple of 4 or is shorter than a row, and less than one row. After
+    // kFailed the instance is still open if the frame had the size of the one before. Otherwise it is closed: test it
+    // with operator bool, and open again. For a lost device see orvane.h.
     std::error_code Process(Output& output, const Input& input) {
         if (m_handle == nullptr || input.data == nullptr || output.data == nullptr || input.width < 1 ||
             input.height < 1 || input.stride % 4 != 0 || input.stride / 4 < input.width) {
@@ -273,7 +275,7 @@ public:
             output.userValue = to.userValue;
             output.format = to.format;
         } else if (input.stride / 4 != m_width || input.height != m_height) {
-            // The handle may be dead, and another instance may be given its value: it must not be used again.
+            // The instance may be closed already, and a later open may return the same handle, so drop it here.
             Close();
         }
         return result;
@@ -293,16 +295,17 @@ private:
 
     std::shared_ptr<detail::Module> m_module;
     orvane_handle m_handle = nullptr;
-    int32_t m_width = 0;  // what the instance is set up for
+    int32_t m_width = 0;  // the current frame size
     int32_t m_height = 0;
 };
 
-// The library. Copies share it; it is unloaded with the last of them and the last instance.
+// The library. Copies share it. It is unloaded when the last copy and the last instance are gone.
 class Library {
 public:
     Library() = default;
 
-    // Loads the DLL from the program's folder or the system's, or from the given absolute path.
+    // Loads the DLL from the program's folder or the system's folder, or from an absolute path. DirectML and Direct3D
+    // are loaded later, by the process's own search order; see SetDefaultDllDirectories in docs/integrating.md.
     static Library Load(std::error_code& error, const std::filesystem::path& path = L"liborvane.dll") {
         const DWORD flags = path.is_absolute() ? LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS
                                                : LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32;
@@ -328,8 +331,7 @@ public:
         return library;
     }
 
-    // The library that the program was linked with. A function template, so that hosts that never call it need not
-    // link.
+    // The library that the program is linked with. A function template, so that hosts that never call it need not link.
     template <typename = void>
     static Library Linked() {
         const detail::Functions functions{&orvane_get_version, &orvane_check_supported, &orvane_init,
@@ -343,7 +345,7 @@ public:
 
     const char* Version() const { return m_module->Get().getVersion(); }
 
-    // kUnsupported when the machine cannot run the library; `support` then says why. Takes a while.
+    // kUnsupported if the machine cannot run the library; `support` then says why. Takes a while.
     std::error_code CheckSupported(Support& support) const {
         return static_cast<Result>(m_module->Get().checkSupported(&support.result, &support.strength));
     }
@@ -352,11 +354,11 @@ public:
         return CheckSupported(support);
     }
 
-    // Hands lines up to `level` to `log`; an empty function silences it. Before the first Open, and not beside anything
-    // else: the library has one log.
+    // Passes lines up to `level` to `log`; an empty function turns logging off. The library has one log, so call this
+    // before the first Open, and while no other call is running.
     void SetLog(LogFunction log, LogLevel level = LogLevel::kInfo) const { m_module->SetLog(std::move(log), level); }
 
-    // Opens an instance; blocks for tenths of a second to seconds. Empty with `error` set when that fails.
+    // Opens an instance. Blocks for tenths of a second to seconds. On failure the result is empty and `error` is set.
     Instance Open(const OpenOptions& options, std::error_code& error) const {
         Instance instance;
         orvane_open_param param{};
