@@ -285,7 +285,7 @@ class PlantedFiles(ProgramTest):
         self.expect(1, "DirectML.dll cannot be loaded", "check", **planted)
         answer = json.loads(self.expect(1, '{"supported":false', "check", "--json", **planted).splitlines()[0])
         self.assertIn("DirectML.dll", answer["reason"])
-        said = re.search(r"one object\nwith the members (`[^.]*)\.", DOCUMENT).group(1)
+        said = re.search(r"one object\s+with the members (`[^.]*)\.", DOCUMENT).group(1)
         self.assertEqual(set(answer) | {"trial"}, set(re.findall(r"`(\w+)`", said)))
         relative = {"program": ORVANE, "environment": {"WINEPATH": "."}}
         self.expect(1, "There is no ffmpeg", "video", "in.mkv", "out.mkv", *MODEL, **relative)
