@@ -43,7 +43,7 @@
  *   - A frame has at most 2^27 / 12 pixels (11.1 megapixels). Shaders read the last tensor, which has 12 elements per
  *     pixel, and 2^27 elements are what Direct3D 12 guarantees (D3D12_REQ_BUFFER_RESOURCE_TEXEL_COUNT_2_TO_EXP is 27).
  *   - On adapters of NVIDIA, AMD, Intel and Microsoft the bound is 2^29 / 12 pixels (44.7 megapixels). Direct3D 12 has
- *     no constant for this value, so it rests on those vendors' drivers alone.
+ *     no constant for this value. It rests on those vendors' drivers alone and has not been tested.
  * A model of one layer has modelChannels in place of 12, but at least 3. A frame that is too large fails the open, or
  * closes the instance. So does a frame for which the adapter has too little memory.
  *
