@@ -40,7 +40,8 @@ static void* find(HMODULE library, const char* name) {
 }
 
 static void load(void) {
-    /* Searches the program's folder and the system folder only, so that a DLL in the current folder is never loaded. */
+    /* The program's folder and the system folder only, so that this DLL never comes from the current folder. The
+     * library loads Direct3D and DirectML later by the process's own search order; see SetDefaultDllDirectories. */
     const HMODULE library =
         LoadLibraryExA("liborvane.dll", NULL, LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (library == NULL) {
@@ -115,6 +116,7 @@ int main(int argc, char** argv) {
     if (handle == NULL) {
         return 1; /* the log gives the reason */
     }
+    /* After a lost device: close every instance, release the program's own Direct3D 12 device, then open again. */
     const int result = orvane.process(handle, &output, &input);
     orvane.close(handle); /* also after a failed frame */
     if (result != ORVANE_OK) {

@@ -49,7 +49,8 @@ function load(dll) {
   };
 }
 
-// Blocks this thread during the frame. `orvane.process.async` would run it on another thread.
+// Blocks this thread during the frame. `orvane.process.async` would run it on another thread. For many frames allocate
+// the output once. After a lost device close every instance before opening again.
 function upscale(orvane, handle, pixels, width, height) {
   const upscaled = Buffer.alloc(pixels.length * 4);
   const frame = { userValue: 0, width, height, format: 0, stride: width * 4, reserved: Array(16).fill(0), data: pixels };

@@ -65,7 +65,10 @@ def load(path: str) -> ctypes.CDLL:
 
 
 def upscale(library: ctypes.CDLL, handle: int, pixels: bytes, width: int, height: int) -> bytes:
-    """Upscales `pixels` (width x height x 4 bytes) by 2x. Blocks, but ctypes releases the interpreter's lock."""
+    """Upscales `pixels` (width x height x 4 bytes) by 2x. Blocks, but ctypes releases the interpreter's lock.
+
+    For many frames allocate the target once. After a lost device close every instance before opening again.
+    """
     source = (c_uint8 * len(pixels)).from_buffer_copy(pixels)
     target = (c_uint8 * (4 * len(pixels)))()
     frame = Frame(width=width, height=height, stride=4 * width, data=ctypes.addressof(source))
