@@ -2,6 +2,7 @@
 
 #include "api/log.h"
 #include "gpu/gpu_resource.h"
+#include "gpu/removed_reason.h"
 
 namespace orvane {
 namespace {
@@ -65,23 +66,6 @@ double Mebibytes(uint64_t byteSize) {
 }
 
 }  // namespace
-
-const char* ExplainRemovedReason(HRESULT reason) {
-    switch (reason) {
-        case DXGI_ERROR_DEVICE_REMOVED:
-            return "DXGI_ERROR_DEVICE_REMOVED - GPU driver crashed or device was physically removed";
-        case DXGI_ERROR_DEVICE_RESET:
-            return "DXGI_ERROR_DEVICE_RESET - GPU driver was reset";
-        case DXGI_ERROR_DEVICE_HUNG:
-            return "DXGI_ERROR_DEVICE_HUNG - GPU hung and couldn't recover";
-        case DXGI_ERROR_DRIVER_INTERNAL_ERROR:
-            return "DXGI_ERROR_DRIVER_INTERNAL_ERROR - Internal driver error";
-        case DXGI_ERROR_INVALID_CALL:
-            return "DXGI_ERROR_INVALID_CALL - Invalid API call";
-        default:
-            return nullptr;
-    }
-}
 
 int32_t CreateTensorBuffers(ID3D12Device& device, const NetworkPlan& plan, TensorBuffers& buffers) {
     if (const uint32_t reason = RemovedReason(device); reason != 0) {

@@ -22,7 +22,4 @@ struct TensorBuffers {
 // logged.
 int32_t CreateTensorBuffers(ID3D12Device& device, const NetworkPlan& plan, TensorBuffers& buffers);
 
-// What a device-removed reason means, or null for one that needs no explanation.
-const char* ExplainRemovedReason(HRESULT reason);
-
 }  // namespace orvane

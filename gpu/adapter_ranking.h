@@ -6,6 +6,9 @@
 
 namespace orvane {
 
+// The library chooses among the first adapters that Windows lists.
+inline constexpr uint32_t kMaxConsideredAdapters = 4;
+
 // What the ranking looks at.
 struct AdapterTraits {
     std::wstring_view description;

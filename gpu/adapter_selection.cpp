@@ -8,8 +8,6 @@
 namespace orvane {
 namespace {
 
-constexpr UINT kMaxAdapters = 4;
-
 AdapterTraits TraitsOf(const DXGI_ADAPTER_DESC1& desc) {
     const size_t nameLength = wcsnlen(desc.Description, std::size(desc.Description));
     return {{desc.Description, nameLength},
@@ -27,7 +25,7 @@ bool RanksBefore(const AdapterCandidate& a, const AdapterCandidate& b) {
 std::vector<AdapterCandidate> EnumerateAdapters(IDXGIFactory1& factory) {
     std::vector<AdapterCandidate> candidates;
     // A failure at one index does not end the enumeration.
-    for (UINT i = 0; i < kMaxAdapters; ++i) {
+    for (UINT i = 0; i < kMaxConsideredAdapters; ++i) {
         AdapterCandidate candidate;
         if (FAILED(factory.EnumAdapters1(i, candidate.adapter.GetAddressOf())) ||
             FAILED(candidate.adapter->GetDesc1(&candidate.desc))) {

@@ -16,8 +16,8 @@ struct AdapterCandidate {
     uint64_t score = 0;
 };
 
-// The first four adapters of the machine in enumeration order, without those that do not answer. Software adapters
-// are kept; they only rank low.
+// The first kMaxConsideredAdapters of the machine in enumeration order, without those that do not answer. Software
+// adapters are kept. They rank lowest.
 std::vector<AdapterCandidate> EnumerateAdapters(IDXGIFactory1& factory);
 
 // The adapter that the engine runs on and that the support check judges: discrete before not discrete, then the

@@ -81,9 +81,8 @@ Layer MakeCarryingLayer(size_t channels) {
     return layer;
 }
 
-// Zero padding shows where the image ends: the ones of the neighbour beyond an edge are missing there. Colour
-// minus the neighbour's ones is therefore the colour on that edge, and below 0, which the activation cuts off,
-// elsewhere.
+// Zero padding shows where the image ends: beyond an edge the channel of ones is 0. So colour minus the neighbour's
+// ones is the colour on that edge. Elsewhere it is below 0, which the activation clips to 0.
 Layer MakeGatingLayer(size_t channels) {
     Layer layer(channels, channels);
     for (const Border border : kBorders) {
@@ -101,9 +100,9 @@ Layer MakeGatingLayer(size_t channels) {
     return layer;
 }
 
-// One of the four result pixels of a pixel: it leans by a quarter of a pixel towards the neighbours at
-// (leanX, leanY). A neighbour outside is 0 by the padding; what it should have given comes from the nearest
-// pixel inside, through the channel that is 0 unless that border is near.
+// One of the four result pixels of a pixel. It lies a quarter of a pixel towards the neighbours at `lean`. A neighbour
+// outside is 0 because of the padding. The nearest pixel inside contributes instead, through the gated channel of that
+// border.
 void AddPhase(Layer& layer, size_t out, size_t colour, Border lean) {
     const size_t image = GatedChannel({0, 0}, colour);
     const size_t column = GatedChannel({lean.dx, 0}, colour);
@@ -139,7 +138,7 @@ Layer MakeLastLayer(size_t channels) {
 
 void RequireRange(const std::string& name, int64_t value, int64_t low, int64_t high) {
     if (value < low || value > high) {
-        throw Failure("The bilinear model needs a " + name + " of " + std::to_string(low) + " to " +
+        throw Failure("The bilinear placeholder needs a " + name + " of " + std::to_string(low) + " to " +
                       std::to_string(high) + ", not " + std::to_string(value) + ".");
     }
 }

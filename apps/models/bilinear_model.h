@@ -1,5 +1,4 @@
-// A model whose network is plain bilinear upscaling: a model file that anyone can check by eye and by
-// arithmetic.
+// The bilinear placeholder: a model whose network does bilinear scaling. Its results are easy to check.
 #pragma once
 
 #include <cstdint>
@@ -9,16 +8,16 @@
 
 namespace orvane::tool {
 
-// Three colours, and each once more for every edge and corner of the image.
+// Three colours for the image itself, and three for each of its four edges and four corners.
 inline constexpr uint32_t kMinBilinearChannels = 27;
 inline constexpr int32_t kMinBilinearDepth = 1;
-// Input pixels: however many layers there are, a result pixel comes from its nearest four.
+// In input pixels. A result pixel depends on its nearest four, whatever the number of layers.
 inline constexpr int32_t kBilinearReach = 1;
 
 // The bytes of a plain model file for a network of depth + 2 layers with `channels` feature channels that
-// doubles an image by bilinear interpolation. Pixels are sampled at their centres, and pixels outside repeat
-// the edge, so each result is (9 a + 3 b + 3 c + d) / 16 of the nearest four pixels; no weight is rounded.
-// Throws Failure when the numbers are outside the limits above.
+// upscales an image by bilinear interpolation. Pixels are sampled at their centres and the edge is repeated outside, so
+// each result is (9 a + 3 b + 3 c + d) / 16 of the nearest four pixels. No weight is rounded. Throws Failure when the
+// numbers are outside the limits above.
 std::vector<uint8_t> MakeBilinearModel(uint32_t channels, int32_t depth);
 
 }  // namespace orvane::tool

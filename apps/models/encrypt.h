@@ -1,4 +1,4 @@
-// Makes the containers of encrypted model files: the inverse of TeaDecryptBuffer (model/tea.h).
+// Encrypts model files: the inverse of TeaDecryptBuffer (model/tea.h).
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 namespace orvane::tool {
 
 // Encrypts one container around `plain`: head byte (low 3 bits: padding length), padding, 2 bytes of salt, the
-// plain bytes, 7 zero bytes. The padding makes the length a multiple of 8. `key` has 20 characters. What the
-// reader ignores is drawn from `random`, so that equal files do not look alike.
+// plain bytes, 7 zero bytes. The padding makes the length a multiple of 8. `key` has 20 characters. The bytes that
+// readers ignore are drawn from `random`.
 std::vector<uint8_t> EncryptContainer(std::span<const uint8_t> plain, std::string_view key, std::mt19937& random);
 
 }  // namespace orvane::tool

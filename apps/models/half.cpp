@@ -13,7 +13,7 @@ constexpr uint32_t kOverflow = 0x477FF000;        // 65520, halfway between 6550
 constexpr uint32_t kExponentRebias = (127 - 15) << 23;
 constexpr int kDroppedBits = 23 - 10;
 
-// The patterns of one sign are in the order of their values, so rounding up may simply carry into the exponent.
+// Bit patterns of one sign are ordered like their values, so rounding up may carry into the exponent.
 uint32_t ShiftRoundingToEven(uint32_t bits, int shift) {
     const uint32_t kept = bits >> shift;
     const uint32_t dropped = bits & ((uint32_t{1} << shift) - 1);
@@ -58,8 +58,8 @@ float FloatFromHalf(uint16_t half) {
     if (magnitude >= kHalfInfinity) {
         return std::bit_cast<float>(sign | kFloatInfinity | (magnitude & 0x3FF) << kDroppedBits);
     }
-    // Read with the float's exponent bias, the value is 2^112 times too small, and right for subnormals as
-    // well.
+    // Read with the exponent bias of a float, the value is too small by a factor of 2^112. This holds for subnormals,
+    // too.
     const auto scaled = std::bit_cast<float>(sign | magnitude << kDroppedBits);
     return scaled * 0x1p112F;
 }

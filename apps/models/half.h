@@ -5,7 +5,7 @@
 
 namespace orvane::tool {
 
-// Rounds to nearest, ties to even. Beyond the largest finite half (65504) by half a step or more: infinity.
+// Rounds to nearest, ties to even. From 65520 on, half a step above the largest finite half, the result is infinity.
 uint16_t HalfFromFloat(float value);
 
 // Exact.

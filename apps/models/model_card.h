@@ -1,4 +1,4 @@
-// The small JSON file that lies beside a model file and says what it holds.
+// The small JSON file next to a model file that describes the network.
 #pragma once
 
 #include <cstdint>
@@ -12,21 +12,21 @@ namespace orvane::tool {
 
 //     { "channels": 32, "depth": 2, "reach": 4, "purpose": "photographs, fast" }
 //
-// Further members are allowed and not read.
+// Other members are allowed and ignored.
 struct ModelCard {
     NetworkSize network;
-    int32_t reach = 0;    // how many input pixels away a pixel can influence a result; at most the number of layers
+    int32_t reach = 0;    // input pixels from a result to the furthest pixel that influences it; at most one per layer
     std::string purpose;  // for people; may be empty
 };
 
-// What the layers allow, which is what a network reaches unless its weights are known to reach less.
+// The largest reach that the layers allow: one pixel per layer.
 int32_t FullReach(const NetworkSize& network);
 
-// The card's file of a model file: the same name ending in .json.
+// Where the card of a model file is: the same name with the extension .json.
 std::filesystem::path CardPath(const std::filesystem::path& model);
 
-// `text` in UTF-8. "reach" and "purpose" may be missing. Throws Failure with half a sentence that goes on after a
-// file name: "is not valid JSON ...".
+// `text` is UTF-8. "reach" and "purpose" may be missing. Throws Failure with half a sentence that follows the file's
+// name: "is not valid JSON ...".
 ModelCard ParseModelCard(std::string_view text);
 
 std::string ModelCardText(const ModelCard& card);

@@ -7,6 +7,7 @@
 #include "apps/utils/failure.h"
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"
+#include "apps/utils/text.h"
 #include "model/keys.h"
 #include "model/model_stream.h"
 #include "model/tea.h"
@@ -14,11 +15,11 @@
 namespace orvane::tool {
 namespace {
 
-// Readers count bytes in signed 32-bit numbers; a container adds less than 32 bytes, twice.
+// Readers count bytes in signed 32-bit numbers. A container adds less than 32 bytes, and there may be two.
 constexpr size_t kMaxPlainBytes = 0x7FFFFFFF - 64;
 constexpr size_t kMaxFileBytes = 0x7FFFFFFF;
 
-// False when the bytes are no container, or one that is damaged: its end does not come out as it was put in.
+// False when the bytes are not a container or are damaged. The zeros at the container's end show that.
 bool Decrypt(std::vector<uint8_t>& bytes, std::string_view key) {
     std::vector<uint8_t> plain(bytes.size());
     auto length = static_cast<int32_t>(bytes.size());
@@ -42,11 +43,11 @@ uint32_t Checksum(std::span<const uint8_t> bytes) {
 }  // namespace
 
 Encryption EncryptionOf(const std::filesystem::path& path) {
-    const std::string ending = GetFileExtension(Utf8FromPath(path));
-    if (ending == "en") {
+    const std::string extension = GetFileExtension(Utf8FromPath(path));
+    if (extension == "en") {
         return Encryption::kOnce;
     }
-    return ending == "en2" ? Encryption::kTwice : Encryption::kNone;
+    return extension == "en2" ? Encryption::kTwice : Encryption::kNone;
 }
 
 std::vector<uint8_t> ReadModelFile(const std::filesystem::path& path) {
@@ -59,8 +60,8 @@ std::vector<uint8_t> ReadModelFile(const std::filesystem::path& path) {
         throw Failure(Quoted(path) + " is too large: an encrypted model is smaller than 2 GiB.");
     }
     if ((encryption == Encryption::kTwice && !Decrypt(bytes, kOuterKey)) || !Decrypt(bytes, kFileKey)) {
-        throw Failure(Quoted(path) + " is damaged, or no model that was encrypted " +
-                      (encryption == Encryption::kTwice ? "twice" : "once") + " as its ending says.");
+        throw Failure(Quoted(path) + " is damaged, or it is not a model that was encrypted " +
+                      (encryption == Encryption::kTwice ? "twice" : "once") + ", as its extension says.");
     }
     return bytes;
 }

@@ -1,4 +1,4 @@
-// Model files in the three forms that their names tell apart.
+// Model files: plain, encrypted once or encrypted twice. The file name's extension says which.
 #pragma once
 
 #include <cstdint>
@@ -10,15 +10,16 @@ namespace orvane::tool {
 
 enum class Encryption { kNone, kOnce, kTwice };
 
-// By the file's ending, as the library does it, in lower case only: "en" once, "en2" twice, all others not at all.
+// By the file name's extension, as the library does it: "en" is encrypted once, "en2" twice, all others are plain. Only
+// lower case counts.
 Encryption EncryptionOf(const std::filesystem::path& path);
 
-// The plain content of a model file. Throws Failure when it cannot be read, and when it is encrypted and damaged,
-// which the library would not tell.
+// The plain content of a model file. Throws Failure when it cannot be read, and when it is encrypted and damaged. The
+// library does not report such damage.
 std::vector<uint8_t> ReadModelFile(const std::filesystem::path& path);
 
-// Writes a model file, encrypted if its ending says so. What a container has of random bytes comes from the content,
-// so that the same model always gives the same file. Throws Failure with nothing changed.
+// Writes a model file, encrypted if its extension says so. The random bytes of a container are derived from the
+// content, so the same model always gives the same file. Throws Failure with nothing changed.
 void WriteModelFile(const std::filesystem::path& path, std::span<const uint8_t> plain);
 
 }  // namespace orvane::tool

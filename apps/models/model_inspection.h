@@ -1,4 +1,4 @@
-// What a model file holds when it is read for a given network.
+// The content of a model file, read as the weights of a given network.
 #pragma once
 
 #include <cstddef>
@@ -13,10 +13,10 @@ namespace orvane::tool {
 
 // The values of one filter or bias.
 struct ValueRange {
-    size_t count = 0;      // as far as the file reaches
+    size_t count = 0;      // values that the file has
     size_t notFinite = 0;  // infinities and NaNs
-    float lowest = 0;      // of the finite ones; both 0 when there is none
-    float highest = 0;
+    float lowest = 0;      // of the finite values; 0 when there are none
+    float highest = 0;     // likewise
 };
 
 struct LayerInspection {
@@ -27,8 +27,8 @@ struct LayerInspection {
 
 struct ModelInspection {
     std::vector<LayerInspection> layers;
-    uint64_t missingBytes = 0;  // the file is shorter than the network's: the library refuses it
-    uint64_t extraBytes = 0;    // longer: the library does not read the rest
+    uint64_t missingBytes = 0;  // the file is too short for the network: the library refuses it
+    uint64_t extraBytes = 0;    // the file is too long: the library does not read the rest
     size_t notFinite = 0;       // values of all layers
 };
 

@@ -8,6 +8,7 @@
 #include "apps/utils/failure.h"
 #include "apps/utils/files/long_path.h"
 #include "apps/utils/files/utf8_path.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
@@ -15,13 +16,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kDefault = "default";
-constexpr const char* kStandIn = "interpolating";
-constexpr const char* kEnding = ".en";
-
-bool Exists(const fs::path& path) {
-    std::error_code ignored;
-    return fs::exists(LongPath(path), ignored);
-}
+constexpr const char* kPlaceholder = "interpolating";
+constexpr const char* kExtension = ".en";
 
 std::vector<std::string> NamesIn(const fs::path& weightsFolder) {
     std::vector<std::string> names;
@@ -29,7 +25,7 @@ std::vector<std::string> NamesIn(const fs::path& weightsFolder) {
     for (fs::directory_iterator entry(LongPath(weightsFolder), error), end; !error && entry != end;
          entry.increment(error)) {
         const std::string name = Utf8FromPath(entry->path().stem());
-        if (entry->path().extension() == kEnding && IsModelName(name)) {
+        if (entry->path().extension() == kExtension && IsModelName(name)) {
             names.push_back(name);
         }
     }
@@ -38,17 +34,17 @@ std::vector<std::string> NamesIn(const fs::path& weightsFolder) {
 }
 
 [[noreturn]] void RefuseName(const std::string& name, const fs::path& weightsFolder) {
-    std::string there;
+    std::string known;
     for (const std::string& other : NamesIn(weightsFolder)) {
-        there += (there.empty() ? "; there are: " : ", ") + other;
+        known += (known.empty() ? "; there are: " : ", ") + other;
     }
-    throw Failure("There is no model \"" + name + "\" in " + Quoted(weightsFolder) + there +
-                  ". A model file of your own is given by a path with its ending.");
+    throw Failure("There is no model " + Quoted(name) + " in " + Quoted(weightsFolder) + known +
+                  ". For a model file of your own, give its path with the extension.");
 }
 
 std::string LengthAdvice(uint64_t plainBytes) {
     const std::vector<NetworkSize> fitting = NetworksOfLength(plainBytes);
-    return fitting.empty() ? " Its length fits no network: it is cut off or no model."
+    return fitting.empty() ? " Its length fits no network: it is cut off, or not a model."
                            : " Its length fits " + OptionsText(fitting) + ".";
 }
 
@@ -56,7 +52,7 @@ std::string NeedText(const NetworkSize& network) {
     return OptionsText(network) + " (" + std::to_string(PlainModelBytes(network)) + " bytes)";
 }
 
-// Without a card: the numbers that were given, and what fits the length with them.
+// Without a card: the network that has the given numbers and fits the file's length.
 NetworkSize NetworkFromLength(const ModelOptions& options, const fs::path& path, uint64_t plainBytes) {
     std::vector<NetworkSize> fitting = NetworksOfLength(plainBytes);
     std::erase_if(fitting, [&](const NetworkSize& size) {
@@ -118,15 +114,16 @@ fs::path FindModelFile(const std::string& model, const fs::path& weightsFolder, 
     if (!IsModelName(model)) {
         return PathFromUtf8(model);
     }
-    const auto pathOf = [&](const std::string& name) { return weightsFolder / PathFromUtf8(name + kEnding); };
+    const auto pathOf = [&](const std::string& name) { return weightsFolder / PathFromUtf8(name + kExtension); };
     if (Exists(pathOf(model))) {
         return pathOf(model);
     }
-    if (model != kDefault || !Exists(pathOf(kStandIn))) {
+    if (model != kDefault || !Exists(pathOf(kPlaceholder))) {
         RefuseName(model, weightsFolder);
     }
-    note = "There is no trained model here: the interpolating one stands in, which is no sharper than plain scaling.";
-    return pathOf(kStandIn);
+    note =
+        "There is no trained model. The bilinear placeholder is used instead, which is no sharper than bilinear scaling.";
+    return pathOf(kPlaceholder);
 }
 
 std::optional<ModelCard> ReadCardOf(const fs::path& model) {

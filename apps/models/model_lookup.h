@@ -1,4 +1,4 @@
-// Which model is meant: by a name, from the weights folder beside the program, or by a path.
+// Finds the model that a name or a path means. Names are those of the weights folder next to the program.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@ namespace orvane::tool {
 // As the command line gives them.
 struct ModelOptions {
     std::string model = "default";    // a name, or a path in UTF-8
-    std::optional<int32_t> channels;  // when they are not given, the model's card or its length says them
-    std::optional<int32_t> depth;
+    std::optional<int32_t> channels;  // if not given, the model's card says it, or else its length
+    std::optional<int32_t> depth;     // likewise
 };
 
 struct FoundModel {
@@ -26,28 +26,28 @@ struct FoundModel {
     std::string note;     // a sentence for the user, or empty
 };
 
-// A word without a dot, a colon or a slash is a name; everything else is a path.
+// A word without a dot, a colon or a slash is a name. Everything else is a path.
 bool IsModelName(const std::string& text);
 
-// The file that a name or a path means. As long as there is no model "default", "interpolating" stands in for it, and
-// the note says so. Throws Failure, with the names that there are, when there is no such name.
+// The file that a name or a path means. If there is no model "default", the bilinear placeholder "interpolating" is
+// used instead, and the note says so. Throws Failure, which lists the known names, for an unknown name.
 std::filesystem::path FindModelFile(const std::string& model, const std::filesystem::path& weightsFolder,
                                     std::string& note);
 
-// The card of a model file, if it has one. Throws Failure when that is broken.
+// The card of a model file, if it has one. Throws Failure when the card is broken.
 std::optional<ModelCard> ReadCardOf(const std::filesystem::path& model);
 
-// Finds the model, reads it, and makes sure that it is whole and long enough for its network. Throws Failure.
+// Finds and reads the model. Throws Failure when it is damaged or too short for its network.
 FoundModel FindModel(const ModelOptions& options, const std::filesystem::path& weightsFolder);
 
-// A model of the weights folder, with what is wrong with it as a sentence, if anything is.
+// A model of the weights folder.
 struct ListedModel {
     std::string name;
     FoundModel model;
-    std::string problem;
+    std::string problem;  // a sentence that says why it cannot be used, or empty
 };
 
-// By name; empty when there is no such folder.
+// Sorted by name. Empty when there is no such folder.
 std::vector<ListedModel> ListModels(const std::filesystem::path& weightsFolder);
 
 }  // namespace orvane::tool

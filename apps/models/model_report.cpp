@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "apps/utils/files/long_path.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"
 
 namespace orvane::tool {
@@ -57,17 +57,17 @@ std::string VerdictText(const ModelReport& report) {
     const ModelInspection& found = report.inspection;
     std::string text;
     if (!report.network) {
-        return report.fitting.empty() ? "No network has this length: the file is cut off, or no model.\n"
+        return report.fitting.empty() ? "No network has this length: the file is cut off, or not a model.\n"
                                       : "Give --channels and --depth to see the layers.\n";
     }
     if (found.missingBytes != 0) {
         text += std::to_string(found.missingBytes) + " bytes are missing: the library refuses it.\n";
     }
     if (found.extraBytes != 0) {
-        text += std::to_string(found.extraBytes) + " bytes too many: the library does not read them.\n";
+        text += std::to_string(found.extraBytes) + " bytes are too many: the library does not read them.\n";
     }
     if (found.notFinite != 0) {
-        text += std::to_string(found.notFinite) + " values are infinite or no number: the images will be wrong.\n";
+        text += std::to_string(found.notFinite) + " values are infinite or not a number: images will be wrong.\n";
     }
     return text.empty() ? "Complete, and every value is finite.\n" : text;
 }
@@ -101,7 +101,7 @@ ModelReport InspectModelFile(const ModelOptions& options, const std::filesystem:
     ModelReport report;
     report.path = FindModelFile(options.model, weightsFolder, report.note);
     const std::vector<uint8_t> plain = ReadModelFile(report.path);
-    report.fileBytes = std::filesystem::file_size(LongPath(report.path));
+    report.fileBytes = FileSize(report.path);
     report.plainBytes = plain.size();
     report.fitting = NetworksOfLength(plain.size());
     report.card = ReadCardOf(report.path);

@@ -1,4 +1,4 @@
-// What there is to say of model files, for people and for programs.
+// Reports on model files, as text and as JSON.
 #pragma once
 
 #include <filesystem>
@@ -18,16 +18,16 @@ struct ModelReport {
     std::filesystem::path path;
     uint64_t fileBytes = 0;
     uint64_t plainBytes = 0;
-    std::vector<NetworkSize> fitting;    // whose length is the file's
-    std::optional<ModelCard> card;       // what is known of the model
-    std::optional<NetworkSize> network;  // that the inspection is of; none if nothing tells
+    std::vector<NetworkSize> fitting;    // the networks that fit the file's length
+    std::optional<ModelCard> card;
+    std::optional<NetworkSize> network;  // the one that was inspected; none if it is unknown
     ModelInspection inspection;
 
-    // Whether the library would take it and its values are numbers.
+    // Whether the library accepts the file and all values are finite.
     bool IsSound() const;
 };
 
-// Reads the file and looks into it. Throws Failure when it cannot be read or is damaged.
+// Reads and inspects the file. Throws Failure when it cannot be read or is damaged.
 ModelReport InspectModelFile(const ModelOptions& options, const std::filesystem::path& weightsFolder);
 
 std::string TextOf(const ModelReport& report);

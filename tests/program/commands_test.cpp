@@ -41,7 +41,7 @@ protected:
     const std::filesystem::path m_folder = m_temporary.Path() / L"\u6A21 \u00FC";
 };
 
-TEST_F(Commands, ModelsAreMadeEncryptedOpenedAndExplained) {
+TEST_F(Commands, ModelsAreCreatedEncryptedDecryptedAndInspected) {
     std::filesystem::create_directory(m_folder / "weights");
     std::ofstream(m_folder / "weights/planted.en") << "never looked at";
     Expect(m_folder, {
@@ -49,17 +49,19 @@ TEST_F(Commands, ModelsAreMadeEncryptedOpenedAndExplained) {
                          {L"model new a.bin", 1, "\"a.bin\" exists already; --force"},
                          {L"model new b.bin --channels 26", 2, "--channels: Value 26 not in range"},
                          {L"model new none/b.bin", 1, "There is no folder \"none\""},
-                         {L"model seal a.bin a.txt", 2, "must end in .en"},
-                         {L"model seal a.bin \u6A21.en2", 0, "Wrote: \u6A21.en2 (20576 bytes)"},
+                         {L"model encrypt a.bin a.txt", 2, "must be .en (encrypted once) or .en2"},
+                         {L"model encrypt a.bin \u6A21.en2", 0, "Wrote: \u6A21.en2 (20576 bytes)"},
+                         {L"model seal a.bin old.en", 0, "Wrote: old.en (20560 bytes)"},
                          {L"model info \u6A21.en2", 0, "Complete, and every value is finite."},
-                         {L"model open \u6A21.en2 b.en", 2, "means an encrypted file"},
-                         {L"model open a.bin b.bin", 2, "must end in .en or .en2"},
-                         {L"model open \u6A21.en2 b.bin", 0, "Wrote: b.bin (20544 bytes)"},
+                         {L"model decrypt \u6A21.en2 b.en", 2, "is that of an encrypted file"},
+                         {L"model decrypt a.bin b.bin", 2, "must be .en or .en2"},
+                         {L"model decrypt \u6A21.en2 b.bin", 0, "Wrote: b.bin (20544 bytes)"},
+                         {L"model open old.en old.bin", 0, "Wrote: old.bin (20544 bytes)"},
                          {L"model info b.bin --depth 2", 1, "13176 bytes are missing"},
                          {L"model info 1.log", 1, "No network has this length"},
                          {L"model info none.en", 1, "There is no file \"none.en\""},
                          {L"model info planted", 1, "There is no model \"planted\""},
-                         {L"model open weights/planted.en c.bin", 1, "is damaged, or no model"},
+                         {L"model decrypt weights/planted.en c.bin", 1, "is damaged, or it is not a model"},
                          {L"bench --model b.bin --channels 28", 1, "is too short for --channels 28 --depth 1"},
                          {L"bench --size 64", 2, "not a size such as 640x360"},
                      });
@@ -90,12 +92,15 @@ TEST_F(Commands, CheckAndBenchSayWhatTheyFind) {
     }
 }
 
-TEST_F(Commands, HelpFitsAScreenAndHasAnExample) {
-    for (const std::wstring command : {L"upscale", L"check", L"bench", L"model", L"model info", L"model new"}) {
+TEST_F(Commands, HelpFitsAScreenHasAnExampleAndHidesOldNames) {
+    for (const std::wstring command :
+         {L"upscale", L"check", L"bench", L"model", L"model info", L"model new", L"model encrypt", L"model decrypt"}) {
         const Outcome outcome = RunOrvane(m_folder, command + L" --help");
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_LE(std::count(outcome.text.begin(), outcome.text.end(), '\n'), 30) << outcome.text;
         EXPECT_NE(outcome.text.find("Example: orvane "), std::string::npos) << outcome.text;
+        EXPECT_EQ(outcome.text.find("seal"), std::string::npos) << outcome.text;
+        EXPECT_EQ(outcome.text.find("open"), std::string::npos) << outcome.text;
     }
 }
 

@@ -84,7 +84,7 @@ TEST(WriteImage, KeepsWhatTheFormatCan) {
             image.hasAlpha = hasAlpha;
             image.pixels[3] = hasAlpha ? 0 : 255;
             size_t warnings = 0;
-            const fs::path path = (folder.Path() / "x").replace_extension(EndingOf(test.format));
+            const fs::path path = (folder.Path() / "x").replace_extension(ExtensionOf(test.format));
             WriteImage(path, image, {test.format, 100}, [&](const std::string& /*text*/) { ++warnings; });
             const Image back = Read(path);
             const bool keepsProfile = test.format == ImageFormat::kJpeg ? HasProfileInTwoSegments(path)

@@ -181,7 +181,7 @@ class FullDisk(ProgramTest):
     def test_no_model_is_half_written(self):
         model = windows_path(ORVANE.parent / "weights/interpolating.en")
         (self.folder / "old.en2").write_text("old")
-        for arguments in (("open", model, "new.bin"), ("seal", model, "old.en2", "--force"), ("new", "new.bin")):
+        for arguments in (("decrypt", model, "new.bin"), ("encrypt", model, "old.en2", "--force"), ("new", "new.bin")):
             self.expect(1, "the disk is full", "model", *arguments, restore_signals=False,
                         preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (self.LIMIT, self.LIMIT)))
         self.assertEqual(names_in(self.folder), ["in", "old.en2"])

@@ -14,15 +14,16 @@
 #include "apps/orvane/machine/machine.h"
 #include "apps/orvane/machine/machine_report.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
 
 using nlohmann::ordered_json;
 
-// A size that nobody asked for is left out when it would take longer.
+// A usual size that would take longer is left out, unless --size asks for it.
 constexpr double kMaxSecondsUnasked = 60;
-// The longest side whose double still fits into a Direct3D 12 texture.
+// The longest side whose upscaled side still fits into a Direct3D 12 texture.
 constexpr uint32_t kMaxSide = 16384 / 2;
 constexpr double kMiB = 1024.0 * 1024.0;
 const std::vector<std::string> kUsualSizes{"320x180", "640x360", "1280x720", "1920x1080"};
@@ -79,7 +80,7 @@ ordered_json JsonOf(const Measurement& measured) {
     return object;
 }
 
-// The adapter that will do the work.
+// The adapter that the library uses.
 GraphicsAdapter RequireAdapter() {
     const Machine machine = ExamineMachine();
     if (!machine.isSupported) {
@@ -167,18 +168,18 @@ private:
 std::string CheckSize(const std::string& text) {
     const std::optional<Size> size = SizeFromText(text);
     if (!size) {
-        return "\"" + text + "\" is not a size such as 640x360";
+        return Quoted(text) + " is not a size such as 640x360";
     }
     return size->width <= kMaxSide && size->height <= kMaxSide
                ? std::string()
-               : "\"" + text + "\" is too large: no side may be longer than 8192";
+               : Quoted(text) + " is too large: no side may be longer than 8192";
 }
 
 }  // namespace
 
 void AddBenchCommand(CLI::App& app) {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* const bench = app.add_subcommand("bench", "Measures how fast this machine doubles frames");
+    CLI::App* const bench = app.add_subcommand("bench", "Measures how fast this machine upscales frames");
     bench->footer("Example: orvane bench --size 640x360 --size 1280x720 --seconds 10");
     bench->add_option("--size", arguments->sizes, "Input frames of this size, may be given more than once")
         ->type_name("WxH")

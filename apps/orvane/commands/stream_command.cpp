@@ -12,7 +12,7 @@
 #include "apps/orvane/video/frame_line.h"
 #include "apps/utils/process/pipe.h"
 #include "apps/utils/progress.h"
-#include "apps/utils/size_text.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
@@ -29,7 +29,7 @@ std::string CheckSize(const std::string& text) {
     const std::optional<Size> size = SizeFromText(text);
     return size && IsFrameSize(size->width, size->height)
                ? std::string()
-               : "\"" + text + "\" is not a size of a frame, such as 640x360";
+               : Quoted(text) + " is not a size of a frame, such as 640x360";
 }
 
 void Run(const Arguments& arguments) {

@@ -20,6 +20,7 @@
 #include "apps/orvane/images/wic.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/files/atomic_file.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
@@ -33,24 +34,23 @@ MEMORYSTATUSEX MemoryStatus() {
     return status;
 }
 
-// One more than there are processors, so that somebody always has a frame ready; not many, since each holds an image.
+// One more than there are processors, so that a frame is always ready. Not many, because each holds an image.
 size_t WorkerCount(size_t jobs) {
     return std::min<size_t>(jobs, std::clamp(std::thread::hardware_concurrency() + 1, 3U, 8U));
 }
 
-// The image as the codec holds it, the image, and in the last pass what goes in and what comes out.
+// The image in the codec, the decoded image, and the input and output of the last pass.
 uint64_t MemoryFor(const ImageReader& reader, int32_t passes) {
     const uint64_t bytes = uint64_t{reader.Width()} * reader.Height() * kBytesPerPixel;
     return bytes * (2 + (uint64_t{5} << (2 * (passes - 1))));
 }
 
-// Before the machine comes to a halt over it.
+// Fails early instead of letting the machine swap to a standstill.
 void RequireMemory(const ImageReader& reader, uint64_t bytes) {
     const auto gigabytes = [](uint64_t value) { return std::to_string((value >> 30) + 1) + " GB"; };
     if (const uint64_t there = MemoryStatus().ullAvailPageFile; bytes > there) {
-        throw Failure("An image of " + std::to_string(reader.Width()) + " x " + std::to_string(reader.Height()) +
-                      " takes about " + gigabytes(bytes) + " of memory here, and less than " + gigabytes(there) +
-                      " is free.");
+        throw Failure("An image of " + SizeText({reader.Width(), reader.Height()}) + " needs about " +
+                      gigabytes(bytes) + " of memory, and less than " + gigabytes(there) + " is free.");
     }
 }
 
@@ -62,15 +62,16 @@ std::string Milliseconds(double value) {
 
 void MakeFolder(const ImageJob& job) {
     std::error_code error;
-    std::filesystem::create_directories(job.output.parent_path(), error);
-    if (!std::filesystem::is_directory(job.output.parent_path(), error)) {
-        throw Failure("The folder for \"" + job.outputName + "\" cannot be made.");
+    const std::filesystem::path folder = job.output.path.parent_path();
+    std::filesystem::create_directories(folder, error);
+    if (!std::filesystem::is_directory(folder, error)) {
+        throw Failure("The folder for " + Quoted(job.output.name) + " cannot be created.");
     }
 }
 
 }  // namespace
 
-// What one image took, told as it happens.
+// Counts the frames of one image and reports them as progress.
 class ImageBatch::Tally {
 public:
     explicit Tally(Progress& progress) : m_progress(progress) {}
@@ -82,7 +83,7 @@ public:
         m_progress.Advance(share, 1, milliseconds);
     }
 
-    // What failed counts as dealt with.
+    // The rest of an image that failed counts as done.
     void Close() { m_progress.Advance(std::max(0.0, 1 - m_share), 0, 0); }
 
     uint64_t Frames() const { return m_frames; }
@@ -133,26 +134,25 @@ void ImageBatch::Work() {
 void ImageBatch::DoJob(const ImageJob& job) {
     Tally tally(m_progress);
     const auto fail = [&](const std::string& reason) {
-        m_progress.Failed(job.inputName + ": " + reason,
-                          {{"event", "failed"}, {"input", job.inputName}, {"reason", reason}});
+        m_progress.Failed(job.input.name + ": " + reason,
+                          {{"event", "failed"}, {"input", job.input.name}, {"reason", reason}});
         tally.Close();
         const std::lock_guard lock(m_mutex);
         ++m_result.failed;
     };
     try {
-        const ImageReader reader(job.input);
+        const ImageReader reader(job.input.path);
         const uint64_t memory = MemoryFor(reader, m_options.passes);
         const MemoryBudget::Lease lease(m_memory, memory);
         RequireMemory(reader, memory);
         const Image image = UpscaleAll(
-            reader.Read([&](const std::string& text) { m_progress.Warn(job.inputName + ": " + text); }), tally);
+            reader.Read([&](const std::string& text) { m_progress.Warn(job.input.name + ": " + text); }), tally);
         Save(job, image);
-        const std::string size = std::to_string(image.width) + " x " + std::to_string(image.height);
-        m_progress.Item("Wrote: " + job.outputName + " (" + size + ", " + std::to_string(tally.Frames()) +
-                            (tally.Frames() == 1 ? " frame, " : " frames, ") + Milliseconds(tally.Total()) + ")",
+        m_progress.Item("Wrote: " + job.output.name + " (" + SizeText({image.width, image.height}) + ", " +
+                            Counted(tally.Frames(), "frame") + ", " + Milliseconds(tally.Total()) + ")",
                         {{"event", "done"},
-                         {"input", job.inputName},
-                         {"output", job.outputName},
+                         {"input", job.input.name},
+                         {"output", job.output.name},
                          {"width", image.width},
                          {"height", image.height},
                          {"frames", tally.Frames()},
@@ -162,7 +162,7 @@ void ImageBatch::DoJob(const ImageJob& job) {
         m_result.frames += tally.Frames();
         m_result.frameMilliseconds += tally.Total();
     } catch (const Stopped&) {
-        // The run says why.
+        // The run reports the reason.
     } catch (const std::bad_alloc&) {
         fail("There is not enough memory for an image of this size.");
     } catch (const std::exception& error) {
@@ -183,9 +183,9 @@ Image ImageBatch::UpscaleAll(Image image, Tally& tally) {
 
 void ImageBatch::Save(const ImageJob& job, const Image& image) {
     MakeFolder(job);
-    PendingFile file(job.output, job.outputName);
+    PendingFile file(job.output);
     WriteImage(file.Path(), image, {job.format, m_options.quality},
-               [&](const std::string& text) { m_progress.Warn(job.outputName + ": " + text); });
+               [&](const std::string& text) { m_progress.Warn(job.output.name + ": " + text); });
     file.Commit();
 }
 

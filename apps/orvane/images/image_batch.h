@@ -1,4 +1,4 @@
-// The threads that bring images to the library and their results into files.
+// Upscales many images on several threads.
 #pragma once
 
 #include <atomic>
@@ -24,17 +24,17 @@ struct BatchResult {
     uint64_t failed = 0;
     uint64_t frames = 0;
     double frameMilliseconds = 0;  // that the library took for them
-    double seconds = 0;            // from the first image's reading to the last one's writing, without the open
+    double seconds = 0;            // from reading the first image to writing the last one, without the open
 };
 
-// Every thread takes one image at a time all the way, from its file to the file of its result. As several do so, some
-// read, write and compress while the library is at the frames of another.
+// Each thread takes one image at a time from its file to the file of its result. While the library works on the frames
+// of one image, other threads read, write and compress.
 class ImageBatch {
 public:
-    // All must outlive the object.
+    // All arguments must outlive the object.
     ImageBatch(const std::vector<ImageJob>& jobs, const BatchOptions& options, FrameServer& server, Progress& progress);
 
-    // On the thread of the server's upscaler. Throws Failure when no instance could be opened.
+    // Call it on the thread of the server's upscaler. Throws Failure when no instance could be opened.
     BatchResult Run();
 
 private:

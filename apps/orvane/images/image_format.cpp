@@ -8,29 +8,29 @@
 namespace orvane::tool {
 namespace {
 
-using Ending = std::pair<const char*, ImageFormat>;
+using Extension = std::pair<const char*, ImageFormat>;
 
-// Of several endings of a kind the first is the one that results get.
-constexpr std::array kEndings{
-    Ending{".png", ImageFormat::kPng},  Ending{".jpg", ImageFormat::kJpeg}, Ending{".jpeg", ImageFormat::kJpeg},
-    Ending{".jpe", ImageFormat::kJpeg}, Ending{".tif", ImageFormat::kTiff}, Ending{".tiff", ImageFormat::kTiff},
-    Ending{".bmp", ImageFormat::kBmp},  Ending{".dib", ImageFormat::kBmp},
+// Results get the first extension of their format.
+constexpr std::array kExtensions{
+    Extension{".png", ImageFormat::kPng},  Extension{".jpg", ImageFormat::kJpeg}, Extension{".jpeg", ImageFormat::kJpeg},
+    Extension{".jpe", ImageFormat::kJpeg}, Extension{".tif", ImageFormat::kTiff}, Extension{".tiff", ImageFormat::kTiff},
+    Extension{".bmp", ImageFormat::kBmp},  Extension{".dib", ImageFormat::kBmp},
 };
 
-std::string LowerCaseEnding(const std::filesystem::path& path) {
-    std::string ending = Utf8FromPath(path.extension());
-    for (char& letter : ending) {
+std::string LowerCaseExtension(const std::filesystem::path& path) {
+    std::string extension = Utf8FromPath(path.extension());
+    for (char& letter : extension) {
         letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
     }
-    return ending;
+    return extension;
 }
 
 }  // namespace
 
-std::optional<ImageFormat> FormatOfEnding(const std::filesystem::path& path) {
-    const std::string ending = LowerCaseEnding(path);
-    for (const auto& [text, format] : kEndings) {
-        if (ending == text) {
+std::optional<ImageFormat> FormatOfExtension(const std::filesystem::path& path) {
+    const std::string extension = LowerCaseExtension(path);
+    for (const auto& [text, format] : kExtensions) {
+        if (extension == text) {
             return format;
         }
     }
@@ -38,11 +38,11 @@ std::optional<ImageFormat> FormatOfEnding(const std::filesystem::path& path) {
 }
 
 bool HasImageExtension(const std::filesystem::path& path) {
-    return FormatOfEnding(path).has_value() || LowerCaseEnding(path) == ".webp";
+    return FormatOfExtension(path).has_value() || LowerCaseExtension(path) == ".webp";
 }
 
-std::string EndingOf(ImageFormat format) {
-    for (const auto& [text, known] : kEndings) {
+std::string ExtensionOf(ImageFormat format) {
+    for (const auto& [text, known] : kExtensions) {
         if (known == format) {
             return text;
         }

@@ -1,4 +1,4 @@
-// The kinds of image files.
+// The formats of image files.
 #pragma once
 
 #include <filesystem>
@@ -10,13 +10,13 @@ namespace orvane::tool {
 // Those that can be written.
 enum class ImageFormat { kPng, kJpeg, kTiff, kBmp };
 
-// By the file's name, in capitals or not. Nothing for other endings.
-std::optional<ImageFormat> FormatOfEnding(const std::filesystem::path& path);
+// By the file name's extension, in upper or lower case. Nothing for other extensions.
+std::optional<ImageFormat> FormatOfExtension(const std::filesystem::path& path);
 
-// Whether a file of this name in a folder counts as an image: those that can be written, and WebP.
+// Whether a file that lies in a folder counts as an image: the formats above and WebP.
 bool HasImageExtension(const std::filesystem::path& path);
 
-std::string EndingOf(ImageFormat format);  // ".png"
-std::string NameOf(ImageFormat format);    // "PNG"
+std::string ExtensionOf(ImageFormat format);  // ".png"
+std::string NameOf(ImageFormat format);       // "PNG"
 
 }  // namespace orvane::tool

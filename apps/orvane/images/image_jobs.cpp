@@ -11,22 +11,19 @@
 #include "apps/utils/files/find_files.h"
 #include "apps/utils/files/long_path.h"
 #include "apps/utils/files/utf8_path.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string InQuotes(const std::string& name) {
-    return "\"" + name + "\"";
-}
-
-bool IsFolder(const fs::path& path) {
+bool IsFolder(const NamedPath& named) {
     std::error_code error;
-    return fs::is_directory(path, error);
+    return fs::is_directory(named.path, error);
 }
 
-// File names differ by more than capitals.
+// For comparing file names, in which case does not matter.
 std::wstring Key(const fs::path& path) {
     std::wstring key = path.wstring();
     CharLowerBuffW(key.data(), static_cast<DWORD>(key.size()));
@@ -42,7 +39,7 @@ bool LiesIn(const fs::path& path, const fs::path& folder) {
 class JobFinder {
 public:
     explicit JobFinder(const JobOptions& options)
-        : m_options(options), m_output(PathFromUtf8(options.output)), m_longOutput(LongPath(m_output)) {}
+        : m_options(options), m_output(PathFromUtf8(options.output)), m_target(m_output) {}
 
     std::vector<ImageJob> Find() {
         if (IsSingleFile()) {
@@ -50,7 +47,7 @@ public:
         } else {
             for (const std::string& input : m_options.inputs) {
                 const fs::path path = PathFromUtf8(input);
-                if (IsFolder(LongPath(path))) {
+                if (IsFolder(path)) {
                     AddFolder(path);
                 } else {
                     Add(path, path.filename());
@@ -59,7 +56,7 @@ public:
             AddList();
         }
         if (m_jobs.empty()) {
-            throw Failure("There are no images to double: files that end in .png, .jpg, .tif, .bmp or .webp.");
+            throw Failure("There are no images to upscale. Files with these extensions count: .png, .jpg, .tif, .bmp and .webp.");
         }
         return std::move(m_jobs);
     }
@@ -67,37 +64,36 @@ public:
 private:
     bool IsSingleFile() const {
         return m_options.inputs.size() == 1 && m_options.list.empty() && HasImageExtension(m_output) &&
-               !IsFolder(m_longOutput) && !IsFolder(LongPath(PathFromUtf8(m_options.inputs.front())));
+               !IsFolder(m_target) && !IsFolder(PathFromUtf8(m_options.inputs.front()));
     }
 
     void AddSingleFile() {
-        const std::optional<ImageFormat> format = FormatOfEnding(m_output);
+        const std::optional<ImageFormat> format = FormatOfExtension(m_output);
         if (!format) {
-            throw UsageError("Files like " + InQuotes(m_options.output) +
+            throw UsageError("Files like " + Quoted(m_options.output) +
                              " cannot be written: choose .png, .jpg, .tif or .bmp.");
         }
         if (m_options.keepsFormat || (m_options.format && *m_options.format != *format)) {
-            throw UsageError("The ending of " + InQuotes(m_options.output) + " says another format than --format.");
+            throw UsageError("The extension of " + Quoted(m_options.output) + " does not match --format.");
         }
-        const std::string& input = m_options.inputs.front();
-        Add({LongPath(PathFromUtf8(input)), m_longOutput, input, m_options.output, *format});
+        Add({PathFromUtf8(m_options.inputs.front()), m_target, *format});
     }
 
     void AddFolder(const fs::path& folder) {
         const fs::path root = LongPath(folder);
         const size_t rootLength = (root / "").native().size();
-        // Results of an earlier run are no images of this one.
-        const bool mayHoldResults = !LiesIn(root / "x", m_longOutput);
+        // Results of an earlier run are not images of this one.
+        const bool mayHoldResults = !LiesIn(root / "x", m_target.path);
         for (const fs::path& path : FindFiles(root)) {
-            if (HasImageExtension(path) && !(mayHoldResults && LiesIn(path, m_longOutput))) {
+            if (HasImageExtension(path) && !(mayHoldResults && LiesIn(path, m_target.path))) {
                 const fs::path relative = path.native().substr(rootLength);
                 Add(folder / relative, relative);
             }
         }
     }
 
-    // Paths of the list that lead downwards keep their folders: a list of a large collection would otherwise have many
-    // images of one name.
+    // Relative paths of the list keep their folders. In a list of a large collection many images would otherwise have
+    // the same name.
     void AddLine(std::string line) {
         if (line.ends_with('\r')) {
             line.pop_back();
@@ -117,9 +113,9 @@ private:
         }
         std::ifstream file;
         if (m_options.list != "-") {
-            file.open(LongPath(PathFromUtf8(m_options.list)), std::ios::binary);
+            file.open(NamedPath(PathFromUtf8(m_options.list)).path, std::ios::binary);
             if (!file) {
-                throw Failure("The list " + InQuotes(m_options.list) + " cannot be read.");
+                throw Failure("The list " + Quoted(m_options.list) + " cannot be read.");
             }
         }
         std::istream& lines = m_options.list == "-" ? std::cin : file;
@@ -131,39 +127,39 @@ private:
     }
 
     void Add(const fs::path& input, const fs::path& relativeOutput) {
-        const ImageFormat own = FormatOfEnding(input).value_or(ImageFormat::kPng);
+        const ImageFormat own = FormatOfExtension(input).value_or(ImageFormat::kPng);
         const ImageFormat format = m_options.keepsFormat ? own : m_options.format.value_or(ImageFormat::kPng);
         fs::path result = relativeOutput;
-        // An image's own ending stays as it is spelled.
-        if (FormatOfEnding(result) != format) {
-            result.replace_extension(EndingOf(format));
+        // A fitting extension keeps its spelling.
+        if (FormatOfExtension(result) != format) {
+            result.replace_extension(ExtensionOf(format));
         }
-        const fs::path output = m_output / result;
-        Add({LongPath(input), LongPath(output), Utf8FromPath(input), Utf8FromPath(output), format});
+        Add({input, m_output / result, format});
     }
 
     void Add(ImageJob job) {
-        const auto [other, isNew] = m_inputOfOutput.emplace(Key(job.output), job);
-        if (!isNew && Key(other->second.input) == Key(job.input)) {
+        const fs::path& input = job.input.path;
+        const fs::path& output = job.output.path;
+        const auto [other, isNew] = m_inputOfOutput.emplace(Key(output), job.input);
+        if (!isNew && Key(other->second.path) == Key(input)) {
             return;  // named twice
         }
         if (!isNew) {
-            throw UsageError(InQuotes(other->second.inputName) + " and " + InQuotes(job.inputName) +
-                             " would both become " + InQuotes(job.outputName) +
-                             ". Give them folders of their own, or try --format same.");
+            throw UsageError(Quoted(other->second.name) + " and " + Quoted(job.input.name) + " would both become " +
+                             Quoted(job.output.name) + ". Choose an output folder for each, or try --format same.");
         }
         std::error_code error;
-        if (Key(job.input) == Key(job.output) || fs::equivalent(job.input, job.output, error)) {
-            throw UsageError("The result would replace the image " + InQuotes(job.inputName) + ". Choose another -o.");
+        if (Key(input) == Key(output) || fs::equivalent(input, output, error)) {
+            throw UsageError("The result would replace the image " + Quoted(job.input.name) + ". Choose another -o.");
         }
         m_jobs.push_back(std::move(job));
     }
 
     const JobOptions& m_options;
     fs::path m_output;
-    fs::path m_longOutput;
+    NamedPath m_target;  // the same
     std::vector<ImageJob> m_jobs;
-    std::map<std::wstring, ImageJob> m_inputOfOutput;
+    std::map<std::wstring, NamedPath> m_inputOfOutput;
 };
 
 }  // namespace

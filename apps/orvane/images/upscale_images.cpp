@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "apps/orvane/frames/frame_server.h"
@@ -15,24 +14,21 @@
 #include "apps/orvane/images/wic.h"
 #include "apps/orvane/machine/support_check.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/process/stop_signal.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
 
-std::string Counted(uint64_t count, const std::string& thing) {
-    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
-
-// Takes out what an earlier run has done, and returns how many that were.
+// Removes the jobs that an earlier run has finished, and returns their number.
 uint64_t SkipDone(std::vector<ImageJob>& jobs, Progress& progress) {
     return std::erase_if(jobs, [&](const ImageJob& job) {
-        std::error_code error;
-        if (!std::filesystem::exists(job.output, error)) {
+        if (!Exists(job.output)) {
             return false;
         }
-        progress.Item("Skipped: " + job.outputName + " is there already (--force replaces it)",
-                      {{"event", "skipped"}, {"input", job.inputName}, {"output", job.outputName}});
+        progress.Item("Skipped: " + job.output.name + " exists already (--force replaces it)",
+                      {{"event", "skipped"}, {"input", job.input.name}, {"output", job.output.name}});
         return true;
     });
 }
@@ -92,7 +88,7 @@ void Upscale(const UpscaleOptions& options) {
     const BatchResult result = jobs.empty() ? BatchResult() : RunBatch(options, jobs, *progress);
     Summarise(result, skipped, *progress);
     if (StopSignal::Requested()) {
-        throw Failure("Stopped by Ctrl-C. What was finished is kept; the same command goes on with the rest.");
+        throw Failure("Stopped by Ctrl-C. Finished results are kept; the same command goes on with the rest.");
     }
     if (result.failed > 0) {
         throw Failure(std::to_string(result.failed) + " of " + std::to_string(jobs.size()) + " images failed.");

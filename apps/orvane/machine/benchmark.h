@@ -9,7 +9,7 @@
 #include "apps/orvane/frames/library_log.h"
 #include "apps/orvane/machine/memory_use.h"
 #include "apps/orvane/commands/model_options.h"
-#include "apps/utils/size_text.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 

@@ -18,9 +18,7 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-// How many adapters the library chooses from.
-constexpr UINT kConsideredAdapters = 4;
-// Far more than any machine has, in case the end of the list is never told.
+// Far more than any machine has, in case Windows never reports the end of the list.
 constexpr UINT kMaxAdapters = 64;
 
 AdapterRank RankOf(const DXGI_ADAPTER_DESC1& desc) {
@@ -52,7 +50,7 @@ std::vector<GraphicsAdapter> AdaptersOf(IDXGIFactory1& factory) {
             continue;
         }
         const AdapterRank rank = RankOf(desc);
-        if (i < kConsideredAdapters && (!best || RanksBefore(rank, bestRank))) {
+        if (i < kMaxConsideredAdapters && (!best || RanksBefore(rank, bestRank))) {
             best = adapters.size();
             bestRank = rank;
         }

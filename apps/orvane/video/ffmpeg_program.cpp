@@ -9,7 +9,8 @@
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/process/child_process.h"
 #include "apps/utils/failure.h"
-#include "apps/utils/files/utf8_path.h"
+#include "apps/utils/files/program_folder.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
@@ -22,13 +23,6 @@ std::optional<fs::path> InFolder(const fs::path& folder) {
     std::error_code error;
     fs::path program = folder / kProgram;
     return fs::is_regular_file(program, error) ? std::optional(program) : std::nullopt;
-}
-
-fs::path OwnFolder() {
-    constexpr DWORD kLongestPath = 32768;
-    std::wstring path(kLongestPath, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), kLongestPath));
-    return fs::path(path).parent_path();
 }
 
 std::wstring PathVariable() {
@@ -60,7 +54,7 @@ fs::path FindFfmpeg(const fs::path& named) {
         RequireReadableFile(named);
         return fs::absolute(named);
     }
-    std::optional<fs::path> program = InFolder(OwnFolder());
+    std::optional<fs::path> program = InFolder(ProgramFolder());
     if (!program) {
         program = InPath();
     }
@@ -78,11 +72,11 @@ VideoSource ProbeVideo(const fs::path& ffmpeg, const VideoJob& job) {
     const std::string messages = probe.Messages();
     VideoSource source = ParseVideoSource(messages);
     if (source.libavutilVersion == 0) {
-        throw Failure("\"" + Utf8FromPath(ffmpeg) + "\" does not answer as ffmpeg does.");
+        throw Failure(Quoted(ffmpeg) + " does not answer as ffmpeg does.");
     }
     if (!source.hasVideo) {
         const bool isMedia = messages.find("\nInput #0") != std::string::npos;
-        throw Failure("\"" + job.input + "\" " +
+        throw Failure(Quoted(job.input) + " " +
                       (isMedia ? "has no video in it." : "is not a video that ffmpeg can read, or it is damaged."));
     }
     return source;

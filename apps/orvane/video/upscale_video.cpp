@@ -20,15 +20,12 @@
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"
 #include "apps/utils/process/child_process.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string Quoted(const fs::path& path) {
-    return "\"" + Utf8FromPath(path) + "\"";
-}
 
 void RequireUsablePaths(const VideoOptions& options) {
     RequireReadableFile(options.input);
@@ -93,10 +90,6 @@ std::optional<uint64_t> ExpectedFrames(const VideoJob& job, const VideoSource& s
     return frames >= 1 ? std::optional(static_cast<uint64_t>(std::llround(frames))) : std::nullopt;
 }
 
-std::string SizeText(uint32_t width, uint32_t height) {
-    return std::to_string(width) + " x " + std::to_string(height);
-}
-
 // One video on its way. The steps are called in their order.
 class VideoRun {
 public:
@@ -104,7 +97,7 @@ public:
         : m_options(options),
           m_progress(progress),
           m_ffmpeg(FindFfmpeg(options.ffmpeg)),
-          m_result(options.output, {}, options.output.extension()),
+          m_result({options.output, Utf8FromPath(options.output)}, options.output.extension()),
           m_log(options.verbose) {
         m_options.job.input = Utf8FromPath(fs::absolute(options.input));
         m_options.job.output = Utf8FromPath(fs::absolute(m_result.Path()));
@@ -178,7 +171,7 @@ private:
         const bool decoded = decoder.Wait() == 0 || m_encoderEndedFirst;
         m_result.Commit();
         m_progress.Item("Wrote: " + Utf8FromPath(m_options.output) + " (" + std::to_string(m_count.written) +
-                            " frames of " + SizeText(upscaled.width, upscaled.height) + ")",
+                            " frames of " + SizeText({upscaled.width, upscaled.height}) + ")",
                         {{"event", "video"},
                          {"output", Utf8FromPath(m_options.output)},
                          {"frames", m_count.written},

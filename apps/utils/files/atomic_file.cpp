@@ -8,18 +8,12 @@
 #include <utility>
 
 #include "apps/utils/failure.h"
-#include "apps/utils/files/long_path.h"
-#include "apps/utils/files/utf8_path.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-// By the name that the user knows it by, if there is one.
-std::string QuotedName(const fs::path& path, const std::string& name) {
-    return name.empty() ? Quoted(path) : "\"" + name + "\"";
-}
 
 fs::path FolderOf(const fs::path& path) {
     return path.has_parent_path() ? path.parent_path() : fs::path(".");
@@ -35,35 +29,48 @@ bool WriteFile(const fs::path& path, std::span<const uint8_t> bytes) {
 
 }  // namespace
 
-void RequireReadableFile(const fs::path& path) {
+bool Exists(const NamedPath& file) {
+    std::error_code ignored;
+    return fs::exists(file.path, ignored);
+}
+
+uint64_t FileSize(const NamedPath& file) {
     std::error_code error;
-    const fs::file_status status = fs::status(LongPath(path), error);
+    const uint64_t size = fs::file_size(file.path, error);
+    if (error) {
+        throw Failure("The size of " + Quoted(file.name) + " cannot be read.");
+    }
+    return size;
+}
+
+void RequireReadableFile(const NamedPath& file) {
+    std::error_code error;
+    const fs::file_status status = fs::status(file.path, error);
     if (status.type() == fs::file_type::not_found) {
-        throw Failure("There is no file " + Quoted(path) + ".");
+        throw Failure("There is no file " + Quoted(file.name) + ".");
     }
     if (fs::is_directory(status)) {
-        throw Failure(Quoted(path) + " is a folder, not a file.");
+        throw Failure(Quoted(file.name) + " is a folder, not a file.");
     }
 }
 
-void RequireWritableTarget(const fs::path& path, const std::string& name) {
+void RequireWritableTarget(const NamedPath& target) {
     std::error_code error;
-    const fs::path folder = FolderOf(path);
-    if (!fs::is_directory(LongPath(folder), error)) {
-        throw Failure("There is no folder " + Quoted(folder) + " to write into.");
+    if (!fs::is_directory(FolderOf(target.path), error)) {
+        throw Failure("There is no folder " + Quoted(FolderOf(PathFromUtf8(target.name))) + " to write into.");
     }
-    const fs::file_status status = fs::status(LongPath(path), error);
+    const fs::file_status status = fs::status(target.path, error);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
-        throw Failure(QuotedName(path, name) + " exists and is not a file that can be replaced.");
+        throw Failure(Quoted(target.name) + " exists and is not a file that can be replaced.");
     }
 }
 
-PendingFile::PendingFile(fs::path target, const std::string& name, const fs::path& ending)
-    : m_target(std::move(target)), m_name(name), m_path(m_target) {
-    RequireWritableTarget(m_target, m_name);
+PendingFile::PendingFile(NamedPath target, const fs::path& extension)
+    : m_target(std::move(target)), m_path(m_target.path) {
+    RequireWritableTarget(m_target);
     m_path += '.';
     m_path += std::to_string(std::random_device()());
-    m_path += ending;
+    m_path += extension;
 }
 
 PendingFile::~PendingFile() {
@@ -73,27 +80,26 @@ PendingFile::~PendingFile() {
 
 void PendingFile::Commit() {
     std::error_code error;
-    fs::rename(m_path, m_target, error);
+    fs::rename(m_path, m_target.path, error);
     if (error) {
-        throw Failure(QuotedName(m_target, m_name) +
-                      " cannot be replaced: it is read-only or another program has it open.");
+        throw Failure(Quoted(m_target.name) + " cannot be replaced: it is read-only or another program has it open.");
     }
 }
 
-std::vector<uint8_t> ReadWholeFile(const fs::path& path) {
-    RequireReadableFile(path);
-    std::ifstream file(LongPath(path), std::ios::binary);
-    std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad()) {
-        throw Failure(Quoted(path) + " cannot be read.");
+std::vector<uint8_t> ReadWholeFile(const NamedPath& file) {
+    RequireReadableFile(file);
+    std::ifstream stream(file.path, std::ios::binary);
+    std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    if (!stream.is_open() || stream.bad()) {
+        throw Failure(Quoted(file.name) + " cannot be read.");
     }
     return bytes;
 }
 
-void WriteFileAtomically(const fs::path& path, std::span<const uint8_t> bytes) {
-    PendingFile file(LongPath(path), Utf8FromPath(path));
+void WriteFileAtomically(const NamedPath& target, std::span<const uint8_t> bytes) {
+    PendingFile file(target);
     if (!WriteFile(file.Path(), bytes)) {
-        throw Failure(Quoted(path) + " cannot be written: the folder is read-only or the disk is full.");
+        throw Failure(Quoted(target.name) + " cannot be written: the folder is read-only or the disk is full.");
     }
     file.Commit();
 }

@@ -1,30 +1,37 @@
-// Whole files: read in one go, written completely or not at all. Paths may have any length.
+// Whole files: read in one go, written completely or not at all. Paths may have any length. All functions throw
+// Failure with a sentence that names the file.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
 #include <span>
-#include <string>
 #include <vector>
+
+#include "apps/utils/files/named_path.h"
 
 namespace orvane::tool {
 
-// Throws Failure unless the path names a regular file.
-void RequireReadableFile(const std::filesystem::path& path);
+// False, too, when the file system does not say.
+bool Exists(const NamedPath& file);
 
-// Throws Failure when a file of this name could not be put into its folder, so that nobody waits for a result
-// that has nowhere to go. `name` is what the user knows it by, if not by the path.
-void RequireWritableTarget(const std::filesystem::path& path, const std::string& name = {});
+// In bytes. The file must exist.
+uint64_t FileSize(const NamedPath& file);
 
-std::vector<uint8_t> ReadWholeFile(const std::filesystem::path& path);
+// Throws unless the path names a regular file.
+void RequireReadableFile(const NamedPath& file);
 
-// A file that is written beside its final place, under a name of its own, and moved there when it is complete.
-// Otherwise it is removed with this object.
+// Throws when a file of this name cannot be put into its folder. Call it before long work, so that nobody waits for a
+// result that cannot be written.
+void RequireWritableTarget(const NamedPath& target);
+
+std::vector<uint8_t> ReadWholeFile(const NamedPath& file);
+
+// A file that is written next to its final place, under a temporary name, and moved there when it is complete. It is
+// removed with this object unless it was moved.
 class PendingFile {
 public:
-    // Throws Failure when there is nowhere to put it. `ending` is that of its own name.
-    explicit PendingFile(std::filesystem::path target, const std::string& name = {},
-                         const std::filesystem::path& ending = ".tmp");
+    // Throws as RequireWritableTarget does. `extension` is that of the temporary name.
+    explicit PendingFile(NamedPath target, const std::filesystem::path& extension = ".tmp");
     ~PendingFile();
     PendingFile(const PendingFile&) = delete;
     PendingFile& operator=(const PendingFile&) = delete;
@@ -32,16 +39,15 @@ public:
     // Where to write it.
     const std::filesystem::path& Path() const { return m_path; }
 
-    // Moves the file, which must be closed, over an older one. Throws Failure with that one untouched.
+    // Moves the file, which must be closed, and replaces an older one. That one is untouched when this throws.
     void Commit();
 
 private:
-    std::filesystem::path m_target;
-    std::string m_name;
+    NamedPath m_target;
     std::filesystem::path m_path;
 };
 
-// Throws Failure with nothing left behind, and with an older file of that name untouched.
-void WriteFileAtomically(const std::filesystem::path& path, std::span<const uint8_t> bytes);
+// When it throws, nothing is left behind and an older file of that name is untouched.
+void WriteFileAtomically(const NamedPath& target, std::span<const uint8_t> bytes);
 
 }  // namespace orvane::tool

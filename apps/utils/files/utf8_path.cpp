@@ -11,9 +11,4 @@ std::string Utf8FromPath(const std::filesystem::path& path) {
     return {text.begin(), text.end()};
 }
 
-std::string Quoted(const std::filesystem::path& path) {
-    std::string text = "\"";
-    return text.append(Utf8FromPath(path)).append("\"");
-}
-
 }  // namespace orvane::tool

@@ -10,7 +10,4 @@ namespace orvane::tool {
 std::filesystem::path PathFromUtf8(std::string_view text);
 std::string Utf8FromPath(const std::filesystem::path& path);
 
-// The path in quotation marks, for messages.
-std::string Quoted(const std::filesystem::path& path);
-
 }  // namespace orvane::tool

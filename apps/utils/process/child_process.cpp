@@ -9,6 +9,7 @@
 #include "apps/utils/process/command_line.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/files/utf8_path.h"
+#include "apps/utils/text.h"
 #include "apps/utils/windows_text.h"
 
 namespace orvane::tool {
@@ -18,7 +19,7 @@ constexpr DWORD kPipeBytes = 1 << 20;
 constexpr size_t kMaxMessageBytes = size_t{1} << 20;
 
 [[noreturn]] void FailToStart(const std::filesystem::path& program) {
-    throw Failure("\"" + Utf8FromPath(program) + "\" cannot be started (code " + std::to_string(GetLastError()) + ").");
+    throw Failure(Quoted(program) + " cannot be started (code " + std::to_string(GetLastError()) + ").");
 }
 
 struct PipeEnds {

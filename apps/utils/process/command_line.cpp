@@ -5,8 +5,8 @@
 namespace orvane::tool {
 namespace {
 
-// Backslashes are themselves, but in front of a quotation mark, where each needs another one.
-std::string Quoted(std::string_view argument) {
+// Backslashes stand for themselves, except in front of a quotation mark, where each must be written twice.
+std::string QuotedArgument(std::string_view argument) {
     std::string quoted = "\"";
     size_t backslashes = 0;
     for (const char letter : argument) {
@@ -27,7 +27,7 @@ std::string WindowsCommandLine(const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
         const bool isPlain = !argument.empty() && argument.find_first_of(" \t\n\v\"") == std::string::npos;
         line += line.empty() ? "" : " ";
-        line += isPlain ? argument : Quoted(argument);
+        line += isPlain ? argument : QuotedArgument(argument);
     }
     return line;
 }

@@ -1,8 +1,22 @@
-#include "apps/utils/size_text.h"
+#include "apps/utils/text.h"
 
 #include <charconv>
 
+#include "apps/utils/files/utf8_path.h"
+
 namespace orvane::tool {
+
+std::string Quoted(const std::string& text) {
+    return "\"" + text + "\"";
+}
+
+std::string Quoted(const std::filesystem::path& path) {
+    return Quoted(Utf8FromPath(path));
+}
+
+std::string Counted(uint64_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
 
 std::optional<Size> SizeFromText(std::string_view text) {
     Size size;
@@ -16,6 +30,10 @@ std::optional<Size> SizeFromText(std::string_view text) {
         return std::nullopt;
     }
     return size;
+}
+
+std::string SizeText(const Size& size) {
+    return std::to_string(size.width) + " x " + std::to_string(size.height);
 }
 
 }  // namespace orvane::tool
