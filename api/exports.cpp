@@ -11,8 +11,8 @@
 
 namespace {
 
-// Never destroyed. Instances that are still open when the library is unloaded or the process ends are left to the
-// system: destroying an engine waits for the GPU and frees libraries, and both block for ever inside an unload.
+// Never destroyed. The system cleans up instances that are still open when the library is unloaded or the process ends.
+// Destroying an engine waits for the GPU and frees libraries, and both block forever during an unload.
 orvane::InstanceTable& Instances() {
     static auto& instances = *new orvane::InstanceTable;
     return instances;
@@ -24,7 +24,7 @@ constexpr uint32_t kLibraryConstant = 4;
 static_assert(std::array{ORVANE_VERSION_MAJOR, ORVANE_VERSION_MINOR, ORVANE_VERSION_PATCH, 0} ==
               std::array{ORVANE_VERSION_NUMBERS});
 
-// The types by which a host calls what it finds with GetProcAddress.
+// The types with which a host calls what GetProcAddress returns.
 static_assert(std::is_same_v<decltype(&orvane_get_version), orvane_get_version_fn>);
 static_assert(std::is_same_v<decltype(&orvane_check_supported), orvane_check_supported_fn>);
 static_assert(std::is_same_v<decltype(&orvane_init), orvane_init_fn>);

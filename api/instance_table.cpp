@@ -10,7 +10,7 @@
 namespace orvane {
 namespace {
 
-// The width that counts is that of the rows, padding included. Negative sizes become huge ones, which cannot be set up.
+// The width is that of the rows including padding. Negative sizes become huge ones, and setting these up fails.
 FrameSize SizeOf(const orvane_frame& frame) {
     return {static_cast<uint32_t>(frame.stride / static_cast<int32_t>(kBytesPerPixel)),
             static_cast<uint32_t>(frame.height)};
@@ -24,7 +24,7 @@ orvane_open_param WithSize(orvane_open_param record, FrameSize inputSize) {
     return record;
 }
 
-// Takes its count back unless told to keep it.
+// Undoes its count unless told to keep it.
 class ComCount {
 public:
     explicit ComCount(ComCounter& counter) : m_counter(&counter) {}

@@ -1,4 +1,4 @@
-// The open instances of the library, and what may be done to one that is found by its handle.
+// The open instances of the library and the operations on them. Instances are found by their handle.
 #pragma once
 
 #include <atomic>
@@ -12,11 +12,11 @@
 
 namespace orvane {
 
-// Initialises COM when the first counted instance comes and uninitialises it when the last one goes, on whichever
-// threads that happens. Opens and closes at the same moment are not protected against each other's initialising.
+// Initialises COM with the first counted instance and uninitialises it with the last one, on whichever threads these
+// are opened and closed. Simultaneous opens and closes are not synchronised here.
 class ComCounter {
 public:
-    // 0, or -1 with the reason logged and nothing counted. That COM is already initialised in another mode is no error.
+    // 0, or -1 with the reason logged and nothing counted. It is not an error if COM is already initialised in another mode.
     int32_t Add();
     void Remove();
 
@@ -24,8 +24,8 @@ private:
     std::atomic<uint32_t> m_count = 0;
 };
 
-// Owns every engine that a host has a handle of; the handle is the engine's address. One lock serialises the frames
-// of all instances and every change of the table. The functions are the exports of the same names.
+// Owns every engine that a host has a handle of. The handle is the engine's address. One lock serialises the frames
+// of all instances and every change of the table. The functions implement the exports of the same names.
 class InstanceTable {
 public:
     orvane_handle Open(const orvane_open_param& param);

@@ -11,8 +11,8 @@ struct Callback {
     orvane_log_callback function = nullptr;
 };
 
-// Nothing is logged until the host installs something. Each value is written and read whole, also when an orvane_init
-// runs beside a frame.
+// Nothing is logged until the host installs a callback. Each value is read and written atomically, in case orvane_init
+// runs during a frame.
 struct LogConfiguration {
     std::atomic<int32_t> level = -1;
     std::atomic<Callback> callback = Callback{};
@@ -31,7 +31,7 @@ void SetLogConfiguration(const orvane_init_param& configuration) {
 }
 
 void LogMessage(int32_t level, const char* format, ...) {
-    // Copied before it is tested: another thread may be silencing the log.
+    // Copied before the test, because another thread may be silencing the log.
     const Callback callback = g_logConfiguration.callback;
     if (level > g_logConfiguration.level || callback.function == nullptr) {
         return;

@@ -16,10 +16,10 @@
 
 namespace orvane {
 
-// Installs what LogMessage uses. Not locked: the host calls it before anything else.
+// Installs the callback and level that LogMessage uses. Not locked: the host calls it before anything else.
 void SetLogConfiguration(const orvane_init_param& configuration);
 
-// Hands a message, still unformatted, to the host's callback unless `level` is above the configured one.
+// Passes a message, still unformatted, to the host's callback unless `level` is above the configured one.
 // Messages have no line end. May be called from any thread.
 ORVANE_PRINTF_LIKE(2, 3)
 void LogMessage(int32_t level, const char* format, ...);

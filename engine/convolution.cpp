@@ -7,7 +7,7 @@
 namespace orvane {
 namespace {
 
-// A tensor's description with everything that it points to; not to be moved.
+// A tensor's description with everything that it points to. Must not be moved.
 class TensorDesc {
 public:
     TensorDesc(const TensorShape& shape, TensorLayout layout) : m_shape(shape), m_strides(CalcStrides(shape, layout)) {
@@ -38,7 +38,7 @@ int32_t CreateConvolution(const DirectMLContext& context, const TensorShape& inp
     const uint32_t outChannels = filterShape[0];
     const TensorDesc input(inputShape, context.layout);
     const TensorDesc filter(filterShape, context.layout);
-    // Described for every layer, also for one that binds no bias.
+    // Described for every layer, even if no bias is bound.
     const TensorDesc bias({1, outChannels, 1, 1}, context.layout);
     const TensorDesc output(outputShape, context.layout);
 

@@ -20,7 +20,7 @@ int32_t CreateDevice(DX::DeviceResources& resources, DirectMLContext& context) {
     return 0;
 }
 
-// NVIDIA's adapters compute faster on NHWC tensors and in half precision throughout.
+// NVIDIA's adapters are faster with NHWC tensors and half precision throughout.
 int32_t JudgeAdapter(DX::DeviceResources& resources, DirectMLContext& context) {
     ComPtr<IDXGIAdapter1> adapter;
     if (CheckHResult(resources.GetDXGIFactory()->EnumAdapterByLuid(GetAdapterLuid(resources.GetD3DDevice()),

@@ -1,4 +1,4 @@
-// The DirectML device of an engine, and what its adapter decides: layout, precision and size of tensors.
+// The DirectML device of an engine, and what depends on its adapter: layout, precision and size of tensors.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,8 @@ struct DirectMLContext {
     uint64_t maxViewElements = 0;  // of a tensor that a shader of the library reads or writes
 };
 
-// Makes the context anew on the device of `resources`. 0, or -1 with the reason logged: a failing call, or an adapter
-// without half-precision tensors, which the whole network is made of.
+// Re-creates the context on the device of `resources`. 0, or -1 with the reason logged: a failing call, or an adapter
+// without half-precision tensors, which the whole network needs.
 int32_t CreateDirectMLContext(DX::DeviceResources& resources, DirectMLContext& context);
 
 }  // namespace orvane

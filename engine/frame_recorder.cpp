@@ -22,8 +22,8 @@ int32_t FrameRecorder::UploadFrame(const void* data, uint64_t byteSize, uint32_t
     Transition(texture, D3D12_RESOURCE_STATE_GENERIC_READ, D3D12_RESOURCE_STATE_COPY_DEST);
     const uint64_t uploaded = UpdateSubresources(&m_commandList, texture, m_frame.uploadHeap.Get(), 0, 0, 1, &source);
     Transition(texture, D3D12_RESOURCE_STATE_COPY_DEST, D3D12_RESOURCE_STATE_GENERIC_READ);
-    // Without this the frame would show the image before it. Why nothing was copied is not said: memory is exhausted,
-    // or the upload heap cannot be mapped.
+    // Without this check the frame would show the previous image. The call reports no reason: memory is exhausted, or
+    // the upload heap cannot be mapped.
     return CheckHResult(uploaded != 0 ? S_OK : E_FAIL, "UpdateSubresources");
 }
 

@@ -12,8 +12,8 @@
 
 namespace orvane {
 
-// Borrows the parts of one engine for the recording of one frame onto its open command list, in the order of the
-// functions below.
+// Records one frame onto the engine's open command list. Call the functions in the order below. Borrows the parts of
+// the engine.
 class FrameRecorder {
 public:
     FrameRecorder(DX::DeviceResources& resources, const DirectMLContext& context, const LayoutShaders& shaders,

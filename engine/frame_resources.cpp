@@ -11,8 +11,8 @@ namespace {
 constexpr DXGI_FORMAT kPixelFormat = DXGI_FORMAT_R8G8B8A8_UNORM;
 constexpr DXGI_FORMAT kTensorFormat = DXGI_FORMAT_R16_FLOAT;
 
-// Not every driver refuses what Direct3D does not allow: some write beyond a texture that is too large, and no call
-// reports a view of a buffer with more elements than the driver carries. The image would be wrong.
+// Some drivers accept what Direct3D does not allow, and the image is wrong: they write beyond a texture that is too
+// large, and no call reports a buffer view with more elements than the driver supports.
 bool CanBeCarried(FrameSize inputSize, const NetworkPlan& plan, uint64_t maxViewElements) {
     constexpr uint32_t kMaxSide = D3D12_REQ_TEXTURE2D_U_OR_V_DIMENSION / kScale;
     return std::max(inputSize.width, inputSize.height) <= kMaxSide && plan.ViewElements() <= maxViewElements;
@@ -24,7 +24,7 @@ int32_t CreateTexture(ID3D12Device& device, FrameSize size, D3D12_RESOURCE_FLAGS
     return CheckGpuResource(CreateGpuResource(device, D3D12_HEAP_TYPE_DEFAULT, desc, initialState, texture));
 }
 
-// A buffer on the host's side that takes the whole of a texture.
+// A buffer on the host's side that holds a whole texture.
 int32_t CreateStagingBuffer(ID3D12Device& device, D3D12_HEAP_TYPE heapType, ID3D12Resource& texture,
                             D3D12_RESOURCE_STATES initialState, const wchar_t* name, ComPtr<ID3D12Resource>& buffer) {
     const auto desc = CD3DX12_RESOURCE_DESC::Buffer(GetRequiredIntermediateSize(&texture, 0, 1));

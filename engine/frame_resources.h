@@ -1,4 +1,4 @@
-// The textures and buffers that one frame passes through on its way into and out of the network.
+// The textures and buffers of a frame, before and after the network.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +9,10 @@
 
 namespace orvane {
 
-// A view of both ends of a layout shader: what it reads, then what it writes.
+// The views of a layout shader: first what it reads, then what it writes.
 enum DescriptorSlot : uint32_t { kReadSlot = 0, kWriteSlot = 1, kDescriptorSlotCount = 2 };
 
-// Made once per frame size. Between frames the input texture is in the state GENERIC_READ, the output texture in
+// Created once per frame size. Between frames the input texture is in the state GENERIC_READ, the output texture in
 // UNORDERED_ACCESS.
 struct FrameResources {
     ComPtr<ID3D12Resource> inputTexture;
@@ -24,9 +24,9 @@ struct FrameResources {
     D3D12_PLACED_SUBRESOURCE_FOOTPRINT readbackFootprint{};  // how the image lies in it
 };
 
-// Makes the textures and buffers and the descriptors of image2tensor, which writes the input of `graph`. 0, or -1 with
-// the reason logged: a failing call, or a frame that is too large for a texture or for views of `maxViewElements`
-// elements. `depthToSpaceDescriptors` is left as it is.
+// Creates the textures, the buffers and the descriptors of image2tensor, which writes the input of `graph`. 0, or -1
+// with the reason logged: a failing call, or a frame that is too large for a texture or for views of `maxViewElements`
+// elements. `depthToSpaceDescriptors` is not changed.
 int32_t CreateFrameResources(ID3D12Device& device, FrameSize inputSize, const NetworkGraph& graph,
                              uint64_t maxViewElements, FrameResources& frame);
 

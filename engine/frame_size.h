@@ -5,7 +5,7 @@
 
 namespace orvane {
 
-inline constexpr uint32_t kScale = 2;  // the library doubles
+inline constexpr uint32_t kScale = 2;  // output width / input width, and the same for heights
 inline constexpr uint32_t kBytesPerPixel = 4;
 
 struct FrameSize {

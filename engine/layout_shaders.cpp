@@ -5,7 +5,7 @@
 #include "api/log.h"
 #include "engine/tensor_plan.h"
 
-// Bytecode, made from shaders/ by the build.
+// Bytecode, which the build compiles from shaders/.
 #include "DepthToSpaceCRD.h"
 #include "image2tensor.h"
 

@@ -1,4 +1,4 @@
-// The two compute shaders at the ends of the network: image to tensor, and tensor to image of twice the size.
+// The two compute shaders around the network: image to tensor, and tensor to upscaled image.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 
 namespace orvane {
 
-// A compute shader ready to be dispatched. All of them bind 32-bit root constants (b0), one shader-resource view (t0)
+// A compute shader that is ready for dispatch. All of them bind 32-bit root constants (b0), one shader-resource view (t0)
 // and one unordered-access view (u0), in this order of root parameters.
 struct ComputeShader {
     ComPtr<ID3D12RootSignature> rootSignature;
@@ -39,7 +39,7 @@ inline ThreadGroups CoverWithGroups(uint32_t width, uint32_t height) {
     return {(width + 31) / 32, (height + 15) / 16};
 }
 
-// Builds both shaders, replacing those held. 0, or -1 with the failing call logged.
+// Builds both shaders and replaces the ones held. 0, or -1 with the failing call logged.
 int32_t CreateLayoutShaders(DX::DeviceResources& resources, LayoutShaders& shaders);
 
 }  // namespace orvane

@@ -27,9 +27,8 @@ struct NetworkGraph {
     ID3D12Resource* FinalTensor() const { return buffers.m_modelIntermediateResult[plan.lastLayer].Get(); }
 };
 
-// Builds the network for one frame size, replacing what `graph` holds; weights that it already holds are kept. Reads
-// the model file at `modelPath` unless `weightLoader` still has it. 0, or -1 with the reason logged. Throws what the
-// upload batch throws.
+// Builds the network for one frame size and replaces what `graph` holds, except its weights. Reads the model file at
+// `modelPath` unless `weightLoader` still has it. 0, or -1 with the reason logged. Throws what the upload batch throws.
 int32_t BuildNetworkGraph(DX::DeviceResources& resources, const DirectMLContext& context, FrameSize inputSize,
                           const NetworkConfig& config, const std::vector<LayerShape>& layers,
                           const std::string& modelPath, WeightLoader& weightLoader, NetworkGraph& graph);

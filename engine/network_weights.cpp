@@ -14,7 +14,7 @@ void UploadValues(ID3D12Device& device, DirectX::ResourceUploadBatch& batch, std
     if (CheckGpuResource(CreateGpuBuffer(device, bufferSize, D3D12_RESOURCE_STATE_COMMON, buffer)) != 0) {
         return;
     }
-    // The copy takes the whole buffer, which is rounded up to a multiple of 4 bytes.
+    // The copy fills the whole buffer, whose size is rounded up to a multiple of 4 bytes.
     values.resize(static_cast<size_t>(bufferSize / sizeof(uint16_t)));
     const D3D12_SUBRESOURCE_DATA data{values.data(), 0, 0};
     batch.Upload(buffer.Get(), 0, &data, 1);
@@ -29,7 +29,7 @@ void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>
     weights.biases.resize(layers.size());
 
     DirectX::ResourceUploadBatch batch(&device);
-    std::shared_future<void> uploaded;  // unlike a plain one it is still there when its wait has failed
+    std::shared_future<void> uploaded;  // unlike a plain future it stays valid when its wait fails
     try {
         batch.Begin();
         for (uint32_t i = 0; i < layers.size(); ++i) {
@@ -42,7 +42,7 @@ void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>
         uploaded = batch.End(resources.GetCommandQueue()).share();
         uploaded.get();
     } catch (...) {
-        // The copies may be under way, and what they read goes with the batch and the future.
+        // The copies may still be running, and their sources are released with the batch and the future.
         resources.WaitForGpu();
         throw;
     }

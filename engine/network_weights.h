@@ -12,7 +12,7 @@
 
 namespace orvane {
 
-// One filter and one bias buffer per layer. An entry is empty when its buffer could not be made.
+// One filter and one bias buffer per layer. An entry is empty when its buffer could not be created.
 struct NetworkWeights {
     std::vector<ComPtr<ID3D12Resource>> filters;
     std::vector<ComPtr<ID3D12Resource>> biases;
@@ -20,8 +20,8 @@ struct NetworkWeights {
     bool IsEmpty() const { return filters.empty() || !filters.front(); }
 };
 
-// Uploads every layer's weights in the order of the layout and waits until they have arrived. A buffer that cannot be
-// made is logged and left out. Throws what the upload batch throws.
+// Uploads the weights of all layers in the order of the layout and waits until they have arrived. A buffer that cannot
+// be created is logged and left out. Throws what the upload batch throws.
 void UploadWeights(DX::DeviceResources& resources, const std::vector<LayerShape>& layers, TensorLayout layout,
                    WeightMap weightMap, NetworkWeights& weights);
 

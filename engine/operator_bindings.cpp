@@ -9,7 +9,7 @@
 namespace orvane {
 namespace {
 
-// A binding of a whole buffer, or of nothing. DML_BINDING_DESC points into it, so it is not to be moved.
+// A binding of a whole buffer, or of nothing. DML_BINDING_DESC points into it, so it must not be moved.
 class BufferBinding {
 public:
     explicit BufferBinding(ID3D12Resource* buffer) : m_buffer{buffer, 0, buffer != nullptr ? BufferSize(*buffer) : 0} {}
@@ -47,8 +47,8 @@ public:
         return RecordInitializer();
     }
 
-    // Makes every layer's binding table, once the initialisation has run: the first layer's descriptors take the place
-    // of the initializer's.
+    // Creates the binding tables of all layers. The initialisation must have run, because the first layer's descriptors
+    // replace the initializer's.
     int32_t BindLayers() {
         m_bindings.temporaryResources.resize(m_layerCount);
         m_bindings.bindingTables.resize(m_layerCount);
@@ -73,7 +73,7 @@ private:
             "CreateOperatorInitializer");
     }
 
-    // Every operator gets as many descriptors as the most demanding one needs; the initializer uses the first ones.
+    // All operators get as many descriptors as the most demanding one needs. The initializer uses the first ones.
     int32_t CreateDescriptorHeap() {
         m_descriptorsPerOperator = GetBindingProperties(m_bindings.initializer.Get()).RequiredDescriptorCount;
         for (const auto& compiledOperator : m_graph.operators) {
@@ -147,7 +147,7 @@ private:
         ID3D12Resource* const filter = m_graph.weights.filters[i].Get();
         ID3D12Resource* const bias = m_layers[i].HasBias() ? m_graph.weights.biases[i].Get() : nullptr;
         if (filter == nullptr || (m_layers[i].HasBias() && bias == nullptr)) {
-            // DirectML would take the whole device down over an operator without its weights.
+            // With an operator without weights, DirectML would remove the whole device.
             LogMessage(ORVANE_LOG_ERROR, "Weights of layer %d are not on the GPU", static_cast<int>(i));
             return -1;
         }
@@ -184,7 +184,7 @@ private:
         return 0;
     }
 
-    // Makes the temporary memory of a dispatchable in `slot` and binds it.
+    // Allocates the temporary memory of a dispatchable in `slot` and binds it.
     int32_t BindTempResourceIfNeeded(const DML_BINDING_PROPERTIES& properties, IDMLBindingTable& table,
                                      ComPtr<ID3D12Resource>& slot) {
         if (CheckGpuResource(

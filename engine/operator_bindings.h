@@ -13,7 +13,7 @@
 
 namespace orvane {
 
-// Made once per frame size and used by every frame of it. The lists have one entry per layer; an entry is empty when
+// Created once per frame size and used by all its frames. The lists have one entry per layer. An entry is empty when
 // the operator needs no such memory.
 struct OperatorBindings {
     ComPtr<IDMLOperatorInitializer> initializer;
@@ -24,8 +24,8 @@ struct OperatorBindings {
     std::vector<ComPtr<IDMLBindingTable>> bindingTables;
 };
 
-// Initialises the operators on the GPU, waits for that, and binds every layer's buffers. 0, or -1 with the reason
-// logged. Throws std::out_of_range when a descriptor would lie outside the heap.
+// Initialises the operators on the GPU, waits, and binds the buffers of all layers. 0, or -1 with the reason logged.
+// Throws std::out_of_range when a descriptor would lie outside the heap.
 int32_t InitializeOperators(DX::DeviceResources& resources, const DirectMLContext& context, const NetworkGraph& graph,
                             const std::vector<LayerShape>& layers, OperatorBindings& bindings);
 

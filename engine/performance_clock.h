@@ -5,7 +5,7 @@
 
 namespace orvane {
 
-// Does not overflow for realistic counter values: whole seconds and the rest are converted apart.
+// Converts whole seconds and the rest separately, so realistic counter values do not overflow.
 inline int64_t CounterToMicroseconds(int64_t counter, int64_t frequency) {
     constexpr int64_t kMicrosecondsPerSecond = 1'000'000;
     return counter / frequency * kMicrosecondsPerSecond + counter % frequency * kMicrosecondsPerSecond / frequency;

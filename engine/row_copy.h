@@ -1,4 +1,4 @@
-// Hands a finished image to the host. Portable.
+// Copies a finished image to the host. Portable.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 namespace orvane {
 
 // Copies `height` rows of `rowBytes` bytes from a read-back buffer, `rowPitch` bytes from row to row, to the host's
-// rows, `stride` bytes apart. A stride below the row pitch truncates the rows to the stride; otherwise `rowPitch` bytes
-// of each row are written, padding included, as far as the read-back buffer reaches (its last row has no padding).
+// rows, `stride` bytes apart. A stride below the row pitch truncates the rows to the stride. Otherwise `rowPitch` bytes
+// of each row are written, including the padding, as far as the read-back buffer reaches (its last row has no padding).
 // `rowPitch` is at least `rowBytes`; `stride` is not negative.
 void CopyRows(std::span<const uint8_t> source, uint32_t rowPitch, uint8_t* target, int32_t stride, uint32_t rowBytes,
               uint32_t height);

@@ -20,7 +20,7 @@ int64_t NowMicroseconds() {
     return CounterToMicroseconds(counter.QuadPart, frequency.QuadPart);
 }
 
-// The path in a record, which need not be terminated when it fills the field.
+// The path in a record. It has no terminator when it fills the field.
 std::string ModelPath(const orvane_open_param& record) {
     return {record.modelPath, strnlen(record.modelPath, sizeof(record.modelPath))};
 }
@@ -178,7 +178,7 @@ int32_t Sample::RecordFrame(const orvane_frame& input) {
     return 0;
 }
 
-// Waiting for a device that is gone ends at once and without a word, and what would be read back is not the frame.
+// On a removed device every wait ends at once without an error, and what is read back is not the frame.
 int32_t Sample::CheckDevices() const {
     if (CheckHResult(m_deviceResources.GetD3DDevice()->GetDeviceRemovedReason(), "GetDeviceRemovedReason") != 0) {
         return -1;

@@ -16,15 +16,15 @@
 
 namespace orvane {
 
-// What an engine is set up for.
+// The frame sizes and the format that an engine is set up for.
 struct FrameGeometry {
     FrameSize input;
     FrameSize output;          // always twice the input
     uint32_t pixelFormat = 0;  // the host's tag for output frames
 };
 
-// Used by one thread at a time. Constructed, then Init and InitResources; then frames; Release and Reinit rebuild it
-// for another frame size on the same device. Nothing is rolled back when a step fails: what exists by then stays until
+// Used by one thread at a time. Call Init, InitResources and then Infer for each frame. Release and Reinit rebuild it
+// for another frame size on the same device. A step that fails rolls nothing back: what exists by then stays until
 // Release or destruction, and the owner destroys an engine whose set-up failed.
 //
 // All functions that return an int32_t return 0, or another value with the reason logged.
@@ -36,26 +36,26 @@ public:
     Sample(const Sample&) = delete;
     Sample& operator=(const Sample&) = delete;
 
-    // Makes the device and the network of the record. Throws what the upload of the weights throws.
+    // Creates the device and the network of the record. Throws what the upload of the weights throws.
     int32_t Init(const orvane_open_param* record);
     // Prepares the network and the frame textures to run.
     int32_t InitResources();
 
-    // Releases everything that depends on the frame size; the device, the shaders and the weights on the host stay.
+    // Releases everything that depends on the frame size. The device, the shaders and the weights on the host stay.
     void Release();
-    // Builds again after Release, for the size in `record`, whose model must be the one the engine was opened with.
+    // Rebuilds after Release for the size in `record`. Its model must be the one that the engine was opened with.
     int32_t Reinit(const orvane_open_param* record);
 
     // Whether a frame can be processed.
     bool IsReady() const;
-    // Upscales one frame; see orvane_process. `output` may be null, which runs the frame without handing it out.
+    // Upscales one frame; see orvane_process. `output` may be null: the frame runs, but is not copied.
     int32_t Infer(const orvane_frame* input, orvane_frame* output);
 
     const FrameGeometry& Geometry() const { return m_geometry; }
-    // The record that the engine was last set up from.
+    // The record of the last set-up.
     const orvane_open_param& OpenParams() const { return m_openParams; }
 
-    // Leaves the engine not ready for good.
+    // Makes the engine permanently not ready.
     void DeviceLost() override;
     void DeviceRestored() override {}
 

@@ -1,4 +1,4 @@
-// The GPU buffers that the tensors between the layers lie in.
+// The GPU buffers of the tensors between the layers.
 #pragma once
 
 #include <cstdint>
@@ -13,13 +13,12 @@ struct TensorBuffers {
     ComPtr<ID3D12Resource> m_modelInput;
     // Sized for the upscaled image as a tensor. Nothing reads or writes it: the last shader writes the output texture.
     ComPtr<ID3D12Resource> m_modelOutput;
-    // Entry i holds the output of layer i; one entry more stays empty. Every layer has its own buffer, so that
-    // bindings are made once.
+    // Entry i holds the output of layer i. The last entry stays empty. Every layer has its own buffer, so bindings are
+    // made only once.
     std::vector<ComPtr<ID3D12Resource>> m_modelIntermediateResult;
 };
 
-// Makes the buffers of a plan, replacing those held, and logs how much memory they take. 0, or -1 with the reason
-// logged.
+// Creates the buffers of a plan, replaces the ones held and logs their total size. 0, or -1 with the reason logged.
 int32_t CreateTensorBuffers(ID3D12Device& device, const NetworkPlan& plan, TensorBuffers& buffers);
 
 }  // namespace orvane

@@ -61,7 +61,7 @@ NetworkPlan PlanNetwork(FrameSize inputSize, const std::vector<LayerShape>& laye
 
     for (uint32_t i = 0; i < layerCount; ++i) {
         const TensorShape& input = plan.LayerInputShape(i);
-        // Height and width are carried over: a padding of 1 keeps them for 3 x 3 kernels.
+        // Height and width stay the same: 3 x 3 kernels with a padding of 1 keep them.
         plan.shapes[i] = {input[0], layers[i].outChannels, input[2], input[3]};
         Raise(plan.bufferSizes[i], CalcTensorSize(input, layout));
         Raise(plan.bufferSizes[i + 1], CalcTensorSize(plan.shapes[i], layout));

@@ -66,7 +66,7 @@ int32_t ClassifyAmd(const std::string& name) {
     if (ContainsAny(name, {"7900", "6600"})) {
         return ORVANE_PERFORMANCE_TOP;
     }
-    // One character beyond the two letters is skipped whatever it is, so "rx6800" reads as 800.
+    // One more character than the two letters is skipped, whatever it is, so "rx6800" reads as 800.
     const long number = NumberAfter(name, "rx", 3).value_or(0);
     return number >= 6000 ? ORVANE_PERFORMANCE_UPPER_MIDDLE : ORVANE_PERFORMANCE_UNKNOWN;
 }

@@ -13,9 +13,9 @@ enum VendorClass : int32_t {
     kVendorClassAmd = 3,
 };
 
-// The names are compared without regard to the case of ASCII letters; only their first 127 bytes count.
+// Names are compared without regard to the case of ASCII letters. Only their first 127 bytes count.
 
-// The vendor that the name points to.
+// The vendor that the name suggests.
 int32_t ClassifyVendor(std::string_view name);
 
 // The orvane_performance_class of the name, given its vendor. The values are not ordered by strength: 3 ranks above 4.

@@ -10,7 +10,7 @@ namespace orvane {
 
 // One enumerated adapter.
 struct AdapterCandidate {
-    ComPtr<IDXGIAdapter1> adapter;  // null in the result of a choice among none
+    ComPtr<IDXGIAdapter1> adapter;  // null when there was no candidate
     DXGI_ADAPTER_DESC1 desc{};
     uint32_t isDiscrete = 0;  // 0 or 1
     uint64_t score = 0;

@@ -9,7 +9,7 @@ namespace orvane {
 
 class DescriptorHeap {
 public:
-    // Replaces the heap held by one of `count` descriptors.
+    // Creates a heap of `count` descriptors and replaces the one held.
     HRESULT Create(ID3D12Device& device, uint32_t count);
     void Release();
 

@@ -123,20 +123,20 @@ int32_t DeviceResources::CreateFenceObjects() {
 
 void DeviceResources::WaitForGpu() {
     if (m_commandListIsOpen) {
-        CloseCommandList();  // its recording was given up, and what it names may be released next
+        CloseCommandList();  // the recording was abandoned, and what it refers to may be released next
     }
     if (!m_commandQueue || !m_fence || !m_fenceEvent.IsValid()) {
         return;
     }
     uint64_t& fenceValue = m_fenceValues[m_backBufferIndex];
     if (m_fenceValueIsSignalled) {
-        ++fenceValue;  // a wait for it was given up, and it may have been reached already
+        ++fenceValue;  // a wait for this value was abandoned, and it may already have been reached
     }
     m_fenceValueIsSignalled = SUCCEEDED(m_commandQueue->Signal(m_fence.Get(), fenceValue));
     if (!m_fenceValueIsSignalled || FAILED(m_fence->SetEventOnCompletion(fenceValue, m_fenceEvent.Get()))) {
         return;
     }
-    // The event may still be set from a wait that was given up.
+    // The event may still be set from an abandoned wait.
     do {
         if (WaitForSingleObjectEx(m_fenceEvent.Get(), INFINITE, FALSE) != WAIT_OBJECT_0) {
             return;

@@ -12,22 +12,22 @@ namespace DX {
 
 using orvane::ComPtr;
 
-// Told about the device by its owner.
+// Receives the owner's messages about the device.
 class IDeviceNotify {
 public:
     virtual void DeviceLost() = 0;      // release everything that lives on the device
-    virtual void DeviceRestored() = 0;  // build it again
+    virtual void DeviceRestored() = 0;  // rebuild it
 
 protected:
     ~IDeviceNotify() = default;
 };
 
 // Used by one thread at a time. There is no window and no swap chain, so there is one frame slot and nothing is
-// presented. A lost device is not detected here; it surfaces as failing calls.
+// presented. A lost device is not detected here: calls on it fail.
 class DeviceResources {
 public:
     // Creates nothing on the GPU yet. Throws std::out_of_range when `backBufferCount` exceeds 1 or
-    // `minFeatureLevel` is below 11_0. `options` is kept and not interpreted.
+    // `minFeatureLevel` is below 11_0. `options` is stored and not interpreted.
     DeviceResources(DXGI_FORMAT backBufferFormat, DXGI_FORMAT depthBufferFormat, uint32_t backBufferCount,
                     D3D_FEATURE_LEVEL minFeatureLevel, uint32_t options);
     // Waits for the GPU, then releases everything.
@@ -38,18 +38,18 @@ public:
     // `notify` is not owned.
     void RegisterDeviceNotify(IDeviceNotify* notify) { m_deviceNotify = notify; }
 
-    // Makes every object, on the best adapter. 0, or -1 with the reason logged; what exists by then stays until
+    // Creates all objects on the best adapter. 0, or -1 with the reason logged. What exists by then stays until
     // destruction.
     int32_t CreateDeviceResources();
 
-    // Blocks until the queue has finished everything submitted. Does nothing before the device exists, and gives up
-    // without a word when that cannot be waited for.
+    // Blocks until the queue has finished everything submitted. Does nothing before the device exists. Returns without
+    // an error when waiting is not possible.
     void WaitForGpu();
 
     // The libraries that everything on this device comes from.
     orvane::SystemLibraries& GetSystemLibraries() { return m_libraries; }
 
-    // Borrowed; null until CreateDeviceResources has made them.
+    // Borrowed. Null until CreateDeviceResources has created them.
     IDXGIFactory4* GetDXGIFactory() const { return m_dxgiFactory.Get(); }
     ID3D12Device* GetD3DDevice() const { return m_d3dDevice.Get(); }
     ID3D12CommandQueue* GetCommandQueue() const { return m_commandQueue.Get(); }
@@ -62,12 +62,12 @@ public:
     // The highest level that the device supports, at least the minimum once the device exists.
     D3D_FEATURE_LEVEL GetDeviceFeatureLevel() const { return m_d3dFeatureLevel; }
 
-    // Resets the allocator and opens the command list on it, also when it was left open. 0, or -1 with the failing call
+    // Resets the allocator and opens the command list on it, even if it was left open. 0, or -1 with the failing call
     // logged.
     int32_t ResetCommandList();
     HRESULT CloseCommandList();
-    // Submits the closed command list and waits until it has run. 0, or -1 with the reason logged when that could not
-    // be waited for: it may still be running then.
+    // Submits the closed command list and waits until it has run. 0, or -1 with the reason logged when waiting failed.
+    // The list may still be running then.
     int32_t ExecuteAndWait();
 
 private:

@@ -12,8 +12,8 @@ public:
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
-    // Takes over the handle and closes the one held before. A handle that cannot be closed was closed by somebody
-    // else, which is a fault of the program: it raises a structured exception.
+    // Takes ownership of the handle and closes the previous one. If that cannot be closed, other code has closed it.
+    // This is a bug in the program and raises a structured exception.
     void Attach(HANDLE handle) {
         if (m_handle != nullptr && !CloseHandle(m_handle)) {
             RaiseException(static_cast<DWORD>(HRESULT_FROM_WIN32(GetLastError())), EXCEPTION_NONCONTINUABLE, 0,

@@ -7,7 +7,7 @@
 
 namespace orvane {
 
-// Makes a resource in memory of its own, replacing the one held.
+// Creates a resource in its own memory and replaces the one held.
 HRESULT CreateGpuResource(ID3D12Device& device, D3D12_HEAP_TYPE heapType, const D3D12_RESOURCE_DESC& desc,
                           D3D12_RESOURCE_STATES initialState, ComPtr<ID3D12Resource>& resource);
 
@@ -15,11 +15,10 @@ HRESULT CreateGpuResource(ID3D12Device& device, D3D12_HEAP_TYPE heapType, const 
 HRESULT CreateGpuBuffer(ID3D12Device& device, uint64_t byteSize, D3D12_RESOURCE_STATES initialState,
                         ComPtr<ID3D12Resource>& buffer);
 
-// 0, or -1 with the failure of one of the functions above logged. Buffers that hosts are told more about have log lines
-// of their own.
+// 0, or -1 with the failure of one of the functions above logged. Some buffers have more specific log lines instead.
 int32_t CheckGpuResource(HRESULT hr);
 
-// The size of a buffer as it reports it.
+// The size of a buffer in bytes.
 uint64_t BufferSize(ID3D12Resource& buffer);
 
 }  // namespace orvane

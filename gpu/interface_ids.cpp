@@ -1,5 +1,5 @@
 // Defines the identifiers that Direct3D's headers declare as variables, for tool chains whose libraries lack them. The
-// linker takes what is used.
+// linker uses only the ones that are needed.
 #include <initguid.h>
 //
 #include "gpu/platform.h"

@@ -1,4 +1,4 @@
-// The Windows headers of the GPU side, and everything in which MinGW and Visual C++ differ about them.
+// The Windows headers for the GPU, and all their differences between MinGW and Visual C++.
 // Include this instead of <directx/...> or <dxgi...>.
 #pragma once
 
@@ -8,7 +8,7 @@
 
 #if defined(__MINGW32__)
 #include <sal.h>
-// DirectML.h is annotated with words that MinGW's sal.h lacks.
+// DirectML.h uses annotations that MinGW's sal.h lacks.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 #ifndef _Maybenull_
 #define _Maybenull_
@@ -29,7 +29,7 @@
 #include <directx/d3d12.h>
 #include <dxgi1_6.h>
 #include <dxguids/dxguids.h>
-// DirectML.h declares what Windows 10.0.18362 has in its oldest version, which is all that the library uses.
+// The first version of DirectML, which is part of Windows 10.0.18362, is enough for the library.
 #include <directx/DirectML.h>
 #include <directx/d3dx12_barriers.h>
 #include <directx/d3dx12_core.h>
@@ -57,8 +57,8 @@ namespace orvane {
 
 using Microsoft::WRL::ComPtr;
 
-// Methods that return a struct by value. GCC passes such results in another way than Windows does, so DirectX-Headers
-// declares Direct3D's with a pointer to the result, and DirectML's has to be called through its function table.
+// Methods that return a struct by value. GCC returns structs differently from Windows. DirectX-Headers therefore
+// declares Direct3D's methods with a pointer to the result, and DirectML's is called through its function table.
 #if defined(_MSC_VER)
 inline D3D12_RESOURCE_DESC GetDesc(ID3D12Resource* resource) {
     return resource->GetDesc();

@@ -9,7 +9,7 @@ namespace {
 
 using RtlGetVersionFunction = LONG WINAPI(OSVERSIONINFOEXW*);
 
-// RtlGetVersion tells the truth to every program; GetVersionEx only to those whose manifest names the version.
+// RtlGetVersion returns the real version to every program, GetVersionEx only to those whose manifest names it.
 bool QueryVersion(HMODULE ntdll, OSVERSIONINFOEXW& info) {
     auto* const rtlGetVersion = std::bit_cast<RtlGetVersionFunction*>(GetProcAddress(ntdll, "RtlGetVersion"));
     if (rtlGetVersion != nullptr) {

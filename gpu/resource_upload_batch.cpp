@@ -87,7 +87,7 @@ public:
 
         ComPtr<ID3D12Fence> fence;
         ThrowIfFailed(m_device->CreateFence(0, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(fence.GetAddressOf())));
-        // Stays open: one handle for every open and every change of frame size, which the documents tell hosts of.
+        // Never closed: one handle for each open and each change of frame size, as documented for hosts.
         const HANDLE gpuCompleteEvent = CreateEventExW(nullptr, nullptr, 0, EVENT_ALL_ACCESS);
         if (gpuCompleteEvent == nullptr) {
             throw upload_error("CreateEventEx");
@@ -101,8 +101,8 @@ public:
         m_submitted->commandList = m_commandList;
         m_submitted->fence = fence;
         m_submitted->gpuCompleteEvent = gpuCompleteEvent;
-        // The task keeps the batch until the GPU is done, whether or not this object still exists. When that cannot be
-        // waited for, the future keeps it.
+        // The task keeps the batch until the GPU is done, whether or not this object still exists. If waiting fails, the
+        // future keeps it.
         std::future<void> future = std::async(std::launch::async, [batch = m_submitted]() mutable {
             WaitForCompletion(*batch);
             batch.reset();

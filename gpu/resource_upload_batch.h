@@ -1,4 +1,4 @@
-// Gathers copies of host memory into GPU resources and submits them in one go.
+// Collects copies from host memory to GPU resources and submits them together.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,7 @@ private:
     const char* m_text;
 };
 
-// Construct, Begin, Upload any number of times, End, wait on the future; Begin may follow End. Used by one thread at
+// Call Begin, Upload any number of times, and End, then wait on the future. Begin may follow End. Used by one thread at
 // a time. Throws upload_error when called out of order (before anything changes) and com_exception when Direct3D
 // fails (the batch then stays in the state that it reached).
 class ResourceUploadBatch {

@@ -13,7 +13,7 @@
 namespace orvane {
 namespace {
 
-// Everything that a check loads and makes. Released in reverse order: the objects before their libraries.
+// Everything that a check loads and creates. Released in reverse order: the objects before their libraries.
 struct DetectionState {
     SystemLibrary dxgi{L"dxgi.dll"};
     SystemLibrary d3d12{L"d3d12.dll"};
@@ -51,7 +51,7 @@ int32_t ChooseAdapter(DetectionState& state, uint32_t& adapterCount) {
     return 0;
 }
 
-// In the encoding of the process's locale; empty when that cannot express the name.
+// In the encoding of the process's locale. Empty when that cannot represent the name.
 template <size_t Size>
 void ConvertName(const wchar_t* wide, char (&name)[Size]) {
     if (std::wcstombs(name, wide, Size - 1) == static_cast<size_t>(-1)) {
@@ -124,7 +124,7 @@ int32_t Detect(DetectionState& state, orvane_check_result& supportRecord, orvane
     if (const int32_t status = CreateTestDevice(state); status != 0) {
         return status;
     }
-    // Only now, so that an old system without a working Direct3D 12 is told about Direct3D 12.
+    // Checked last, so that an old system without Direct3D 12 gets the message about Direct3D 12.
     if (const int32_t status = JudgeWindows(version); status != 0) {
         return status;
     }

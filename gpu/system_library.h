@@ -1,5 +1,5 @@
-// The graphics libraries of the system, loaded when they are first needed, so that the library itself loads on a
-// machine that lacks them.
+// The graphics libraries of the system. They are loaded when first needed, so the library itself also loads on a
+// machine without them.
 #pragma once
 
 #include <bit>
@@ -8,7 +8,7 @@
 
 namespace orvane {
 
-// One loaded DLL, freed with this object unless it is to stay.
+// One loaded DLL. Freed with this object unless it was loaded for good.
 class SystemLibrary {
 public:
     explicit SystemLibrary(const wchar_t* fileName) : m_fileName(fileName) {}
@@ -18,7 +18,7 @@ public:
 
     // Loads the DLL unless it is loaded already. False, with the reason in GetLastError(), when that fails.
     bool Load();
-    // The same, and keeps the DLL in the process whatever is freed.
+    // The same, but the DLL stays in the process even after Free.
     bool LoadForGood();
     void Free();
 
@@ -33,9 +33,9 @@ private:
     HMODULE m_module = nullptr;
 };
 
-// The entry points that an engine calls, each loading its DLL when first called. A DLL or an entry point that cannot
-// be had fails the call with the HRESULT of the Windows error. A DLL that was used stays in the process: freeing it
-// with the last engine would unload the driver, too, which some drivers do not survive.
+// The entry points that an engine calls. Each loads its DLL when first called. If the DLL or the entry point is missing,
+// the call fails with the HRESULT of the Windows error. A DLL that was used stays in the process: freeing it would also
+// unload the driver, and some drivers do not survive that.
 class SystemLibraries {
 public:
     HRESULT CreateDXGIFactory2(UINT flags, REFIID iid, void** factory);

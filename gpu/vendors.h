@@ -1,4 +1,4 @@
-// The vendor identifiers by which graphics adapters tell who made them (PCI SIG's numbers). Portable.
+// The vendor identifiers of graphics adapters (PCI SIG's numbers). Portable.
 #pragma once
 
 #include <cstdint>

@@ -5,7 +5,7 @@
 
 namespace orvane {
 
-// Twenty printable ASCII characters each, of which the cipher uses sixteen (see TeaDecryptBlock).
+// Twenty printable ASCII characters each. The cipher uses sixteen of them (see TeaDecryptBlock).
 
 // Single encryption (".en"), and the inner layer of double encryption (".en2").
 inline constexpr std::string_view kFileKey = "mqtaz4817hRpw2cc690b";

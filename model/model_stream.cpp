@@ -36,9 +36,9 @@ std::optional<std::vector<uint8_t>> ReadWholeFile(const std::string& path) {
     return content;
 }
 
-// Decrypts a container as far as it goes: the result has the length of the body, with zeros in place of what could
-// not be decrypted. Something that cannot be a container gives as many zeros as it has bytes. A wrong key or
-// damaged content is not told apart from success: it shows later, as failing reads or wrong weights.
+// Decrypts a container as far as possible: the result has the length of the body, with zeros for what could not be
+// decrypted. Bytes that cannot be a container give the same number of zeros. A wrong key or damaged content is not
+// detected here. It shows later, as failing reads or wrong weights.
 std::vector<uint8_t> Decrypt(const std::vector<uint8_t>& container, std::string_view key) {
     std::vector<uint8_t> plain(container.size());
     auto length = static_cast<int32_t>(container.size());

@@ -7,7 +7,7 @@ constexpr uint32_t kColourChannels = 3;
 constexpr uint32_t kOutputChannels = 12;  // 3 colours x 2 x 2 pixels
 constexpr uint32_t kKernelSize = 3;
 
-// Far above what is valid, so that every table anyone could ask for in earnest is built before it is judged.
+// Far above what is valid, so that every realistic table is built before it is checked.
 constexpr uint32_t kMaxTableLayers = 4096;
 
 }  // namespace

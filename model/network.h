@@ -1,4 +1,4 @@
-// The network: a chain of 3 x 3 convolutions whose length and width the host chooses with two numbers.
+// The network: a chain of 3 x 3 convolutions. The host chooses its length and width with two numbers.
 #pragma once
 
 #include <array>
@@ -7,17 +7,17 @@
 
 namespace orvane {
 
-// What makes two networks the same: weights read for one configuration are valid for an equal one only.
+// Identifies a network: weights that were read for one configuration are valid only for an equal one.
 struct NetworkConfig {
     uint32_t layerCount = 4;
     uint32_t channels = 32;  // feature channels of every hidden layer
     uint32_t kernelSize = 3;
-    uint8_t modelFlag = 1;  // carries no meaning beyond being compared
+    uint8_t modelFlag = 1;  // only compared, no other meaning
     std::array<uint8_t, 3> reserved{};
 };
 static_assert(sizeof(NetworkConfig) == 16);
 
-// Whether the two describe the same network. The reserved bytes do not take part.
+// Whether the two describe the same network. The reserved bytes do not count.
 bool operator==(const NetworkConfig& a, const NetworkConfig& b);
 
 struct LayerShape {
@@ -42,16 +42,16 @@ inline TensorShape BiasShape(const LayerShape& layer) {
 inline constexpr uint32_t kMaxLayerCount = 16;
 inline constexpr uint32_t kMaxChannels = 1024;
 
-// The configuration of the open record's two numbers. Not checked: any pair gives a configuration.
+// The configuration for the two numbers of the open record. They are not checked: any pair gives a configuration.
 NetworkConfig MakeNetworkConfig(int32_t modelChannels, int32_t modelDepth);
 
-// The shape of one layer. Layer 0 reads the 3 colours, the last layer writes the 12 channels that depth-to-space
-// turns into 3 colours at twice the size, all others keep `channels`. The only layer of a network of one layer
-// writes `channels`, not 12.
+// The shape of one layer. Layer 0 reads the 3 colours. The last layer writes the 12 channels that depth-to-space turns
+// into 3 colours at twice the size. All others keep `channels`. In a network of one layer, that layer writes `channels`
+// instead of 12.
 LayerShape LayerShapeAt(const NetworkConfig& config, uint32_t layerIndex);
 
-// Replaces `layers` by the configuration's layer table. A layer count that no check accepts leaves the table
-// empty instead of taking gigabytes. Always true.
+// Replaces `layers` with the configuration's layer table. A layer count that no check accepts gives an empty table
+// instead of one of gigabytes. Always true.
 bool BuildLayerTable(const NetworkConfig& config, std::vector<LayerShape>& layers);
 
 // Whether the engine accepts the configuration: 1..16 layers, 1..1024 channels.

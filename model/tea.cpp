@@ -23,8 +23,8 @@ void DecryptBlock(const uint8_t* input, const CipherKey& key, uint8_t* output) {
     WriteBigEndian(z, output + 4);
 }
 
-// Hands out the plain image of a container byte by byte. The chaining: block i of the file is XORed with the
-// work block before it is decrypted, and the result is XORed with block i - 1 of the file.
+// Returns the plain content of a container byte by byte. The chaining: block i of the file is XORed with the work block
+// before it is decrypted, and the result is XORed with block i - 1 of the file.
 class ContainerReader {
 public:
     ContainerReader(const uint8_t* input, int32_t inputLength, std::string_view key)
@@ -65,7 +65,7 @@ private:
     const uint8_t* m_input;
     int32_t m_inputLength;
     CipherKey m_key;
-    const uint8_t* m_previous = nullptr;  // the file's block before the current one; none reads as zeros
+    const uint8_t* m_previous = nullptr;  // the file's previous block; zeros before the first one
     int32_t m_blockStart = 0;
     int32_t m_position = 0;  // of the next byte in the work block
     std::array<uint8_t, kCipherBlockBytes> m_work{};

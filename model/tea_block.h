@@ -1,5 +1,5 @@
-// What both directions of the block cipher of encrypted model files have in common: TEA (Wheeler and Needham, 1994)
-// reduced to 16 rounds, with big-endian words.
+// Shared by both directions of the block cipher of encrypted model files: TEA (Wheeler and Needham, 1994) reduced to
+// 16 rounds, with big-endian words.
 #pragma once
 
 #include <array>

@@ -8,7 +8,7 @@
 namespace orvane {
 namespace {
 
-// Exact below 2^32; a larger count stays too large instead of wrapping.
+// Exact below 2^32. A larger count stays too large instead of wrapping around.
 size_t ElementCount(const TensorShape& shape) {
     constexpr uint64_t kTooLarge = uint64_t{1} << 32;
     uint64_t count = 1;
@@ -29,7 +29,7 @@ bool ReadBytes(std::stringstream& stream, uint16_t* values, uint32_t byteCount) 
     return stream.gcount() == static_cast<std::streamsize>(byteCount);
 }
 
-// Null when the heap is exhausted, and when the shape is one whose size does not fit into 32 bits.
+// Null when the heap is exhausted or the size does not fit into 32 bits.
 HalfBlob AllocateHalves(const TensorShape& shape, uint32_t byteCount) {
     const bool fits = ElementCount(shape) == byteCount / sizeof(uint16_t);
     return HalfBlob(fits ? static_cast<uint16_t*>(std::malloc(byteCount)) : nullptr);

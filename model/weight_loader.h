@@ -1,5 +1,5 @@
-// Reads the weights of every layer from a model file and keeps them, so that an engine which is rebuilt for another
-// frame size does not read the file again.
+// Reads the weights of all layers from a model file and keeps them. An engine that is rebuilt for another frame size
+// does not read the file again.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@
 
 namespace orvane {
 
-// Where a layer's data lies in the plain model file, in bytes. The file is every layer's filter and bias in order,
-// without header, gaps or trailer.
+// Where a layer's data is in the plain model file, in bytes. The file holds the filter and the bias of each layer in
+// order, without header, gaps or trailer.
 struct LayerOffsets {
     uint32_t weightOffset = 0;
     uint32_t weightBytes = 0;
@@ -26,7 +26,7 @@ struct LayerOffsets {
 // The layout of a model file, in unsigned 32-bit arithmetic.
 std::vector<LayerOffsets> CalcLayerOffsets(const NetworkConfig& config);
 
-// The values are taken from the general-purpose heap without throwing, so that an exhausted heap fails a load.
+// The values are allocated on the general-purpose heap without throwing: if it is exhausted, the load fails.
 struct FreeDeleter {
     void operator()(uint16_t* values) const { std::free(values); }
 };
@@ -42,9 +42,9 @@ struct LayerWeights {
 // Belongs to one engine and is used by one thread at a time.
 class WeightLoader {
 public:
-    // Fills `weightMap` with the weights of the model file at `path` (narrow encoding), 0 on success and -1 with
-    // the reason logged otherwise. Reads the file only when the path or the configuration is another than that of
-    // the weights held. After a failure the loader is empty and `weightMap` is unchanged.
+    // Fills `weightMap` with the weights of the model file at `path` (narrow encoding). 0 on success, otherwise -1 with
+    // the reason logged. Reads the file only when the path or the configuration differs from that of the weights held.
+    // After a failure the loader is empty and `weightMap` is unchanged.
     int32_t LoadWeights(const std::string& path, const NetworkConfig& config, WeightMap& weightMap);
 
     // Forgets everything that was loaded.

@@ -1,4 +1,4 @@
-// The hand-over of weights to the GPU side: every layer's filter and bias by name.
+// Passes weights to the GPU side: the filter and the bias of each layer by name.
 #pragma once
 
 #include <cstdint>

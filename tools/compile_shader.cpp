@@ -1,5 +1,5 @@
-// Compiles an HLSL file to a C++ header with its bytecode. Takes the same arguments as the Windows SDK's fxc, as far as
-// the build uses them, and stands in for it where there is no fxc: d3dcompiler_47.dll must lie beside this program.
+// Compiles an HLSL file to a C++ header with its bytecode. Replaces the Windows SDK's fxc where that is missing, and
+// takes those of its arguments that the build uses. d3dcompiler_47.dll must be in this program's folder.
 //
 //     compile_shader /T cs_5_0 /E main /Vn g_name /Fh output.h input.hlsl
 #include <windows.h>

@@ -1,4 +1,4 @@
-// A queue between two threads that holds a few items.
+// A short queue between two threads.
 #pragma once
 
 #include <condition_variable>
@@ -10,13 +10,13 @@
 
 namespace orvane::tool {
 
-// One thread pushes, one pops; each may wait for the other.
+// One thread pushes and one pops. Each may wait for the other.
 template <typename Item>
 class BoundedQueue {
 public:
     explicit BoundedQueue(size_t capacity) : m_capacity(capacity) {}
 
-    // Waits for room. False when nobody will pop any more: the item is dropped.
+    // Waits for room. False when nothing will be popped any more: the item is dropped.
     bool Push(Item item) {
         std::unique_lock lock(m_mutex);
         m_changed.wait(lock, [this] { return m_items.size() < m_capacity || m_abandoned; });
@@ -28,7 +28,7 @@ public:
         return true;
     }
 
-    // Waits for an item. Nothing when there will be none any more.
+    // Waits for an item. Nothing at the end of the queue.
     std::optional<Item> Pop() {
         std::unique_lock lock(m_mutex);
         m_changed.wait(lock, [this] { return !m_items.empty() || m_closed; });
@@ -41,10 +41,10 @@ public:
         return item;
     }
 
-    // By the thread that pushes: what is in the queue was all.
+    // Called by the thread that pushes: there are no more items.
     void Close() { Set(m_closed); }
 
-    // By the thread that pops: it takes nothing more.
+    // Called by the thread that pops: it takes no more items.
     void Abandon() { Set(m_abandoned); }
 
 private:

@@ -1,4 +1,4 @@
-// Bytes that come and go one after another: pipes, files, and memory in a test.
+// Streams of bytes: pipes, files, and memory in tests.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +11,8 @@ class ByteSource {
 public:
     virtual ~ByteSource() = default;
 
-    // Fills `bytes` from the front, all of it unless the end comes first, and returns how many were read. Throws
-    // Failure when reading fails.
+    // Fills `bytes` from the front and returns the number of bytes read, which is smaller only at the end of the stream.
+    // Throws Failure when reading fails.
     virtual size_t Read(std::span<uint8_t> bytes) = 0;
 };
 
@@ -20,7 +20,7 @@ class ByteSink {
 public:
     virtual ~ByteSink() = default;
 
-    // Writes all of it. False when nobody reads any more; throws Failure when writing fails for another reason.
+    // Writes all bytes. False when the reader has gone. Throws Failure when writing fails for another reason.
     virtual bool Write(std::span<const uint8_t> bytes) = 0;
 };
 

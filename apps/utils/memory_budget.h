@@ -1,4 +1,4 @@
-// Keeps work that needs memory waiting until there is some.
+// Makes work wait until there is enough memory for it.
 #pragma once
 
 #include <condition_variable>
@@ -15,7 +15,7 @@ public:
     // A part of the budget, for as long as the object lives.
     class Lease {
     public:
-        // Waits. What is more than the whole budget waits until nothing else is leased.
+        // Waits until the budget has room. More than the whole budget waits until nothing else is leased.
         Lease(MemoryBudget& budget, uint64_t bytes) : m_budget(budget), m_bytes(bytes) {
             std::unique_lock lock(budget.m_mutex);
             budget.m_returned.wait(lock, [&] { return budget.m_used == 0 || budget.m_used + bytes <= budget.m_limit; });

@@ -24,13 +24,13 @@ int Report(const CLI::App& app, const char* reason, int exitCode = kExitFailed) 
 }
 
 int ReportParseError(const CLI::App& app, const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) {  // the help was asked for
+    if (error.get_exit_code() == 0) {  // help was requested
         return app.exit(error);
     }
-    return Report(app, (std::string(error.what()) + " (--help lists what is possible)").c_str(), kExitUsage);
+    return Report(app, (std::string(error.what()) + " (--help lists the options)").c_str(), kExitUsage);
 }
 
-// "/a/b.png" is a path on Windows too, and not an option.
+// "/a/b.png" is a path on Windows, too, and not an option.
 void TakeSlashesAsPaths(CLI::App& program) {
     std::vector<CLI::App*> apps{&program};
     while (!apps.empty()) {

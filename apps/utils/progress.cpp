@@ -18,10 +18,10 @@ using nlohmann::ordered_json;
 
 void WriteLine(std::FILE* stream, const std::string& text) {
     std::fprintf(stream, "%s\n", text.c_str());
-    std::fflush(stream);  // at once, even into a pipe: what follows may take long
+    std::fflush(stream);  // at once, even into a pipe, because the next step may take long
 }
 
-// Paths may hold what is not valid Unicode; it is replaced rather than refused.
+// Paths may contain invalid Unicode, which is replaced.
 std::string Dump(const ordered_json& object) {
     return object.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
@@ -101,7 +101,7 @@ public:
     void End() override {}
 };
 
-// Lines, and on a terminal a bar below them. The console of every Windows understands the carriage return.
+// Lines, and on a terminal a bar below them. All Windows consoles understand the carriage return.
 class TextProgress : public Progress {
 public:
     TextProgress(std::FILE* stream, bool hasBar)
@@ -117,7 +117,7 @@ public:
     void Begin(const Workload& workload) override {
         const std::lock_guard lock(m_mutex);
         m_meter.emplace(workload);
-        m_metronome.Ticks();  // nothing is there to be told yet
+        m_metronome.Ticks();  // there is nothing to report yet
     }
 
     void Advance(double items, uint64_t frames, double milliseconds) override {
@@ -131,7 +131,7 @@ public:
         }
         if (m_hasBar) {
             ShowBar();
-        } else if (m_meter->Fraction() < 1) {  // what ends is told otherwise
+        } else if (m_meter->Fraction() < 1) {  // the end is reported by an item
             WriteLine(m_stream, m_meter->Text());
         }
     }
@@ -179,7 +179,7 @@ private:
     std::mutex m_mutex;
     std::optional<ProgressMeter> m_meter;
     Metronome m_metronome;
-    size_t m_barLength = 0;  // of what is on the last line
+    size_t m_barLength = 0;  // of the text on the last line
 };
 
 bool IsTerminal(std::FILE* stream) {
@@ -190,7 +190,7 @@ bool IsTerminal(std::FILE* stream) {
 
 void AddProgressOptions(CLI::App& command, ProgressOptions& options) {
     CLI::Option* quiet = command.add_flag("--quiet", options.quiet, "Print warnings and errors only");
-    command.add_flag("--json", options.json, "Print one JSON object a line, for programs")->excludes(quiet);
+    command.add_flag("--json", options.json, "Print one JSON object per line, for programs")->excludes(quiet);
 }
 
 std::unique_ptr<Progress> MakeProgress(const ProgressOptions& options, std::FILE* stream) {

@@ -9,7 +9,7 @@
 namespace orvane::tool {
 namespace {
 
-// What adds up from parts of an item may miss it by a rounding error.
+// The parts of an item may add up to slightly less than 1.
 constexpr double kRounding = 1e-6;
 
 std::string OneDecimal(double value) {
@@ -51,7 +51,7 @@ std::string ProgressMeter::Text() const {
     text += " " + m_workload.unit;
     if (m_frames > 0) {
         text += m_workload.isVideo ? ", " + OneDecimal(ItemsPerSecond()) + " frames per second"
-                                   : ", " + OneDecimal(MillisecondsPerFrame()) + " ms a frame";
+                                   : ", " + OneDecimal(MillisecondsPerFrame()) + " ms per frame";
     }
     if (m_workload.total && m_items > 0) {
         text += ", " + Duration(Seconds() * (1 / std::max(Fraction(), kRounding) - 1)) + " left";

@@ -9,17 +9,17 @@
 
 namespace orvane::tool {
 
-// How much is done and how long the rest will take, as text.
+// Counts what is done and estimates the remaining time.
 class ProgressMeter {
 public:
     explicit ProgressMeter(Workload workload);
 
     void Advance(double items, uint64_t frames, double milliseconds);
 
-    // "3 of 20 images, 84.1 ms a frame, 0:12 left"
+    // "3 of 20 images, 84.1 ms per frame, 0:12 left"
     std::string Text() const;
 
-    // Of 0..1; 0 when the total is unknown.
+    // 0..1, or 0 when the total is unknown.
     double Fraction() const;
 
     uint64_t ItemsDone() const;

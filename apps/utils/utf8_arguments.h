@@ -6,8 +6,8 @@
 
 namespace orvane::tool {
 
-// The arguments without the program's name. On Windows argc and argv are not used: they hold the ANSI form, in
-// which characters of other languages are lost.
+// The arguments without the program's name. On Windows argc and argv are ignored, because their ANSI form loses
+// characters of other languages.
 std::vector<std::string> Utf8Arguments(int argc, const char* const* argv);
 
 }  // namespace orvane::tool

@@ -7,12 +7,12 @@
 namespace orvane::tool {
 
 std::string Utf8FromWide(std::wstring_view text);
-std::string AnsiFromWide(std::wstring_view text);  // what has no ANSI form comes out as a replacement character
+std::string AnsiFromWide(std::wstring_view text);  // characters without an ANSI form are replaced
 std::wstring WideFromAnsi(std::string_view text);
 std::wstring WideFromUtf8(std::string_view text);
 std::string Utf8FromAnsi(std::string_view text);
 
-// Makes a console show the UTF-8 text that the programs print, and sets it back at the end.
+// Makes the console show UTF-8 text, and restores its setting at the end.
 class Utf8Console {
 public:
     Utf8Console();

@@ -2,7 +2,7 @@
 // pixel of the image. CRD order: source channel = colour * blockSize^2 + position in the block.
 
 Buffer<float> InputTensor : register(t0);
-// Of the same kind as its view: what a driver stores through one of another kind is undefined.
+// Must match the type of its view. Otherwise it is undefined what a driver stores.
 RWTexture2D<unorm float4> OutputImage : register(u0);
 
 cbuffer Constants : register(b0)

@@ -1,6 +1,6 @@
-// A d3d12.dll that stands in front of Wine's own, for Wine 9 and later. There ID3D12Device5::EnumerateMetaCommands is a
-// stub that fails, and DirectML makes no device without an answer. This one says that there are none and leaves all
-// else to Wine (wine_d3d12.dll; d3d12.def forwards the other exports). tools/wine/run-wine builds it into the prefix; it is
+// A d3d12.dll that wraps Wine's own, for Wine 9 and later. There ID3D12Device5::EnumerateMetaCommands is a stub that
+// fails, and DirectML then creates no device. This one reports that there are no meta commands and leaves everything else
+// to Wine (wine_d3d12.dll; d3d12.def forwards the other exports). tools/wine/run-wine builds it into the prefix. It is
 // not shipped.
 #include <array>
 #include <bit>
@@ -23,7 +23,7 @@ constexpr std::array<uint8_t, 9> kNoMetaCommands{0xC7, 0x02, 0x00, 0x00, 0x00, 0
                                                  0x31, 0xC0,                          // xor eax, eax
                                                  0xC3};                               // ret
 
-// The function table that all devices share outlives this library, so the code that it points to must not lie in it.
+// The function table that all devices share outlives this library, so its code must not be in this library.
 void* MakeCode() {
     void* const code = VirtualAlloc(nullptr, kNoMetaCommands.size(), MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE);
     return code == nullptr ? nullptr : std::memcpy(code, kNoMetaCommands.data(), kNoMetaCommands.size());

@@ -93,7 +93,7 @@ GraphicsAdapter RequireAdapter() {
 }
 
 void PrintHead(const GraphicsAdapter& adapter, const ModelChoice& model) {
-    Print(Formatted("%s; %d channels, depth %d. Times in milliseconds, frames per second by the median.",
+    Print(Formatted("%s; %d channels, depth %d. Times in milliseconds; fps from the median.",
                     adapter.name.c_str(), model.channels, model.depth));
     Print("input            fps       min    median    95 %    frames      open     first  memory");
 }
@@ -128,7 +128,7 @@ private:
         const Size size = SizeFromText(text).value_or(Size{});
         const double expected = m_last ? ExpectedSeconds(*m_last, size, m_arguments.box) : 0;
         if (m_arguments.sizes.empty() && expected > kMaxSecondsUnasked) {
-            Note(Formatted("%s is left out: it would take about %.0f s. --size %s measures it.", text.c_str(), expected,
+            Note(Formatted("%s is skipped because it would take about %.0f s. --size %s measures it.", text.c_str(), expected,
                            text.c_str()));
             return;
         }
@@ -181,17 +181,17 @@ void AddBenchCommand(CLI::App& app) {
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* const bench = app.add_subcommand("bench", "Measures how fast this machine upscales frames");
     bench->footer("Example: orvane bench --size 640x360 --size 1280x720 --seconds 10");
-    bench->add_option("--size", arguments->sizes, "Input frames of this size, may be given more than once")
+    bench->add_option("--size", arguments->sizes, "Size of the input frames; may be given several times")
         ->type_name("WxH")
         ->allow_extra_args(false)
         ->check(CheckSize);
-    bench->add_option("--seconds", arguments->box.seconds, "How long to measure each size")
+    bench->add_option("--seconds", arguments->box.seconds, "Time to measure each size")
         ->capture_default_str()
         ->check(CLI::Range(0.1, 3600.0));
     AddModelOptions(*bench, arguments->model);
-    bench->add_flag("--json", arguments->isJson, "One JSON object instead of text");
+    bench->add_flag("--json", arguments->isJson, "Print one JSON object instead of text");
     bench->callback([arguments] {
-        Note("Looking at this machine ...");
+        Note("Examining this machine ...");
         Bench(*arguments).Run();
     });
 }

@@ -20,7 +20,7 @@ constexpr uint32_t kWidth = 64;
 constexpr uint32_t kHeight = 36;
 constexpr uint8_t kGrey = 200;
 
-// Half a code value, and the rounding of half precision.
+// Allows half a code value plus the rounding of half precision.
 bool IsGrey(const std::vector<uint8_t>& pixels) {
     for (size_t i = 0; i < pixels.size(); ++i) {
         if (i % 4 != 3 && std::abs(pixels[i] - kGrey) > 2) {
@@ -30,7 +30,7 @@ bool IsGrey(const std::vector<uint8_t>& pixels) {
     return true;
 }
 
-// Only a frame shows that DirectML computes, and computes right: interpolation leaves a flat colour what it is.
+// Only a frame shows whether DirectML computes correctly. The bilinear placeholder does not change a flat colour.
 Trial TryFrame() {
     try {
         LibraryLog log(false);
@@ -42,8 +42,8 @@ Trial TryFrame() {
         upscaler.Process({kWidth, kHeight, size_t{kWidth} * 4, input.data()},
                          {2 * kWidth, 2 * kHeight, size_t{kWidth} * 8, output.data()});
         return IsGrey(output)
-                   ? Trial{true, "A trial frame was upscaled and came back as it should."}
-                   : Trial{false, "A trial frame came back with wrong colours. Install the newest graphics driver."};
+                   ? Trial{true, "A trial frame was upscaled correctly."}
+                   : Trial{false, "A trial frame has wrong colours. Install the newest graphics driver."};
     } catch (const Failure& failure) {
         return {false, failure.what()};
     }
@@ -56,7 +56,7 @@ void Check(bool isJson) {
     const std::string report = isJson ? JsonOf(machine, trial) : TextOf(machine, trial);
     std::fputs(report.c_str(), stdout);
     if (!trial.isDone) {
-        throw Failure("This machine cannot be used as it is.");
+        throw Failure("This machine cannot run the library.");
     }
 }
 
@@ -64,9 +64,9 @@ void Check(bool isJson) {
 
 void AddCheckCommand(CLI::App& app) {
     const auto isJson = std::make_shared<bool>(false);
-    CLI::App* const check = app.add_subcommand("check", "Tells whether this machine can run the network, and why not");
-    check->footer("Exit code 0: it can; 1: it cannot.\nExample: orvane check");
-    check->add_flag("--json", *isJson, "One JSON object instead of text");
+    CLI::App* const check = app.add_subcommand("check", "Checks whether this machine can run the network, and says why not");
+    check->footer("Exit code: 0 if it can, 1 if it cannot.\nExample: orvane check");
+    check->add_flag("--json", *isJson, "Print one JSON object instead of text");
     check->callback([isJson] { Check(*isJson); });
 }
 

@@ -23,13 +23,13 @@ std::string Deflated(const std::vector<uint8_t>& bytes) {
     uLongf size = compressBound(static_cast<uLong>(bytes.size()));
     std::vector<uint8_t> packed(size);
     if (compress2(packed.data(), &size, bytes.data(), static_cast<uLong>(bytes.size()), Z_BEST_COMPRESSION) != Z_OK) {
-        throw Failure("The colour profile cannot be packed.");
+        throw Failure("The colour profile cannot be compressed.");
     }
     return {packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size)};
 }
 
-// PNG (third edition), 11.3.2.3: the profile's name, a zero, the method of packing 0, the packed profile. A chunk is
-// its length, its name, its data and the sum of the last two.
+// PNG (third edition), 11.3.2.3: the profile's name, a zero, the compression method 0, the compressed profile. A chunk
+// has its length, its name, its data and the checksum of the last two.
 std::string PngChunk(const std::vector<uint8_t>& profile) {
     using namespace std::string_view_literals;
     const std::string content = std::string("iCCPICC profile\0\0"sv) + Deflated(profile);
@@ -41,8 +41,8 @@ std::string PngChunk(const std::vector<uint8_t>& profile) {
     return chunk;
 }
 
-// ICC.1, annex B.4: segments of the marker APP2, each with its number and how many there are. A segment is the marker,
-// its length without it, and the data.
+// ICC.1, annex B.4: segments with the marker APP2, each with its number and their total. A segment has the marker, the
+// length of the rest, and the data.
 std::string JpegSegments(const std::vector<uint8_t>& profile) {
     using namespace std::string_view_literals;
     constexpr size_t kMaxPart = 65519;
@@ -62,7 +62,7 @@ std::string JpegSegments(const std::vector<uint8_t>& profile) {
     return segments;
 }
 
-// The file with `insert` after its first `position` bytes.
+// Inserts `insert` after the first `position` bytes of the file.
 void InsertIntoFile(const std::filesystem::path& path, size_t position, const std::string& insert) {
     std::filesystem::path copy = path;
     copy += ".icc";
@@ -84,7 +84,7 @@ void InsertIntoFile(const std::filesystem::path& path, size_t position, const st
     throw Failure("The colour profile cannot be written: the folder is read-only or the disk is full.");
 }
 
-// The length of the two bytes that every JPEG file begins with and of the JFIF segment, which comes next.
+// The length of the two bytes at the start of every JPEG file plus that of the JFIF segment that follows.
 size_t JpegHeadLength(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     std::array<uint8_t, 6> head{};

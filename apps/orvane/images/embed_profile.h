@@ -1,4 +1,4 @@
-// Colour profiles in files that are already written, for systems whose codecs do not take them.
+// Adds colour profiles to written files, for systems whose codecs cannot write them.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace orvane::tool {
 
-// Puts an ICC profile into a PNG or JPEG file that has none. False for other formats, with nothing changed. Throws
+// Adds an ICC profile to a PNG or JPEG file that has none. False for other formats, which are not changed. Throws
 // Failure.
 bool EmbedProfile(const std::filesystem::path& path, ImageFormat format, const std::vector<uint8_t>& profile);
 

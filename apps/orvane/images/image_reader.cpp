@@ -16,11 +16,10 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-// What is copied at a time: codecs count a copy's bytes in 32 bits, and a file that lies about its size fails before
-// much memory was taken.
+// The bytes of one copy. Codecs count these in 32 bits. A file with a false size fails before much memory is used.
 constexpr size_t kBandBytes = 4 << 20;
 
-// The codecs' own words for what is wrong differ.
+// Codecs report damage in different ways.
 constexpr const char* kNotReadable = "This is not an image that Windows can read, or it is damaged.";
 
 void RequireFile(const std::filesystem::path& path) {
@@ -34,7 +33,7 @@ void RequireFile(const std::filesystem::path& path) {
     }
 }
 
-// The channels of a pixel with 16 bits each, which not every WIC rounds when it converts to 8. 0 for other formats.
+// The number of 16-bit channels, which some WIC versions do not round when they convert to 8 bits. 0 for other formats.
 size_t WideChannels(const WICPixelFormatGUID& format) {
     if (format == GUID_WICPixelFormat64bppRGBA) {
         return 4;
@@ -61,13 +60,13 @@ std::optional<std::vector<uint8_t>> ProfileBytes(IWICColorContext* context) {
     return SUCCEEDED(context->GetProfileBytes(size, bytes.data(), &size)) ? std::optional(bytes) : std::nullopt;
 }
 
-// The colour space that a profile describes stands in bytes 16 to 19 of its header.
+// The colour space of a profile is in bytes 16 to 19 of its header.
 bool IsRgbProfile(const std::vector<uint8_t>& profile) {
     constexpr std::string_view kRgb = "RGB ";
     return profile.size() >= 20 && std::equal(kRgb.begin(), kRgb.end(), profile.begin() + 16);
 }
 
-// An image without a profile, or with one that cannot be read, is left without: it counts as sRGB.
+// Empty when there is no profile or it cannot be read. Such an image counts as sRGB.
 std::vector<uint8_t> ReadColourProfile(IWICImagingFactory* factory, IWICBitmapFrameDecode* frame) {
     ComPtr<IWICColorContext> context;
     IWICColorContext* first = nullptr;
@@ -83,7 +82,7 @@ std::vector<uint8_t> ReadColourProfile(IWICImagingFactory* factory, IWICBitmapFr
     return ProfileBytes(context.Get()).value_or(std::vector<uint8_t>());
 }
 
-// Exif's orientation, or 1 where the file says nothing.
+// The Exif orientation, or 1 if the file has none.
 uint16_t ReadOrientation(IWICBitmapFrameDecode* frame) {
     ComPtr<IWICMetadataQueryReader> metadata;
     if (FAILED(frame->GetMetadataQueryReader(&metadata))) {
@@ -100,12 +99,12 @@ uint16_t ReadOrientation(IWICBitmapFrameDecode* frame) {
     return 1;
 }
 
-// Windows says 96 for a file that says nothing.
+// Windows reports 96 for a file without a resolution.
 void ReadResolution(IWICBitmapFrameDecode* frame, Image& image) {
-    constexpr double kUnsaid = 96;
+    constexpr double kUnknown = 96;
     double x = 0;
     double y = 0;
-    if (SUCCEEDED(frame->GetResolution(&x, &y)) && x > 0 && y > 0 && (x != kUnsaid || y != kUnsaid)) {
+    if (SUCCEEDED(frame->GetResolution(&x, &y)) && x > 0 && y > 0 && (x != kUnknown || y != kUnknown)) {
         image.dpiX = x;
         image.dpiY = y;
     }

@@ -15,20 +15,20 @@
 
 namespace orvane::tool {
 
-// Takes a sentence about what a result does not keep; it does not name the file.
+// Receives a sentence that says what the result loses. It does not name the file.
 using Warning = std::function<void(const std::string&)>;
 
-// One file of any kind that Windows can read; of several images in it the first. Needs COM on this thread.
+// The first image of a file in any format that Windows can read. Needs COM on this thread.
 class ImageReader {
 public:
     // Opens the file. Throws Failure with a sentence that does not name it.
     explicit ImageReader(const std::filesystem::path& path);
 
-    // As stored, before it is turned upright.
+    // As stored, before the image is turned upright.
     uint32_t Width() const { return m_width; }
     uint32_t Height() const { return m_height; }
 
-    // The image turned upright, with what has 16 bits a channel rounded to 8. Throws Failure likewise.
+    // The image turned upright, with 16-bit channels rounded to 8 bits. Throws Failure likewise.
     Image Read(const Warning& warn) const;
 
 private:

@@ -74,7 +74,7 @@ private:
             {HRESULT_FROM_WIN32(ERROR_DISK_FULL), "the disk is full."},
             {HRESULT_FROM_WIN32(ERROR_HANDLE_DISK_FULL), "the disk is full."},
             {HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), "the folder is read-only."},
-            {WINCODEC_ERR_COMPONENTNOTFOUND, "this system has no codec that does so."},
+            {WINCODEC_ERR_COMPONENTNOTFOUND, "this system has no codec for it."},
         };
         const auto found = kReasons.find(result);
         return found != kReasons.end() ? found->second : "the folder is read-only or the disk is full.";
@@ -93,7 +93,7 @@ private:
         Require(properties->Write(1, &option, &value));
     }
 
-    // The codecs' own orders; not every WIC converts from RGBA to them.
+    // The channel orders of the codecs. Not all WIC versions convert RGBA to them.
     void SetPixelFormat(bool hasAlpha) {
         const WICPixelFormatGUID wanted = hasAlpha ? GUID_WICPixelFormat32bppBGRA : GUID_WICPixelFormat24bppBGR;
         WICPixelFormatGUID format = wanted;
@@ -151,7 +151,7 @@ void WriteImage(const std::filesystem::path& path, const Image& image, const Wri
                 const Warning& warn) {
     bool hasProfile = false;
     if (image.hasAlpha && !KeepsTransparency(options.format)) {
-        warn(NameOf(options.format) + " files keep no transparency here: the image is laid on white.");
+        warn(NameOf(options.format) + " files keep no transparency: the image gets a white background.");
         Image opaque = image;
         LayOnWhite(opaque);
         hasProfile = Encoding(path, options).Write(opaque);
@@ -159,7 +159,7 @@ void WriteImage(const std::filesystem::path& path, const Image& image, const Wri
         hasProfile = Encoding(path, options).Write(image);
     }
     if (!hasProfile && !EmbedProfile(path, options.format, image.colourProfile)) {
-        warn("This system cannot write a colour profile into a " + NameOf(options.format) + " file: it is not kept.");
+        warn("This system cannot write a colour profile to a " + NameOf(options.format) + " file: it is not kept.");
     }
 }
 

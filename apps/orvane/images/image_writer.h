@@ -14,9 +14,9 @@ struct WritingOptions {
     int32_t quality = 95;  // of JPEG, 1..100
 };
 
-// Writes a file of 8 bits a channel with the image's colours, transparency, colour profile and resolution. `warn` is
-// called with what the format or this system cannot keep. The file may be half written when Failure is thrown. Needs
-// COM on this thread.
+// Writes a file with 8 bits per channel and the image's colours, transparency, colour profile and resolution. Calls
+// `warn` for what the format or this system cannot keep. Throws Failure, and may then leave a half-written file. Needs COM
+// on this thread.
 void WriteImage(const std::filesystem::path& path, const Image& image, const WritingOptions& options,
                 const Warning& warn);
 

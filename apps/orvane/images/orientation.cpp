@@ -9,7 +9,7 @@ Image Upright(Image stored, uint16_t orientation) {
     if (orientation < 2 || orientation > 8) {
         return stored;
     }
-    // Where the pixel (x, y) of the upright image lies in the stored one: first swap, then mirror.
+    // The position of an upright pixel (x, y) in the stored image: first swap, then mirror.
     const bool swapsAxes = orientation >= 5;
     const bool mirrorsX = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
     const bool mirrorsY = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;

@@ -1,4 +1,4 @@
-// Turns images that a camera stored lying on their side.
+// Turns images upright that a camera stored rotated.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 
 namespace orvane::tool {
 
-// `orientation` is Exif's: 1 is upright, 2 to 8 are the other mirrorings and quarter turns. Anything else
-// counts as upright.
+// `orientation` is the Exif value: 1 is upright, 2 to 8 are mirrored or rotated by quarter turns. All other values count
+// as upright.
 Image Upright(Image stored, uint16_t orientation);
 
 }  // namespace orvane::tool

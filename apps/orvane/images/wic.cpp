@@ -8,7 +8,7 @@
 namespace orvane::tool {
 
 ComScope::ComScope() {
-    RequireSuccess(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "COM cannot be started.");
+    RequireSuccess(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "COM cannot be initialised.");
 }
 
 ComScope::~ComScope() {
@@ -26,7 +26,7 @@ void RequireSuccess(HRESULT result, const std::string& sentence) {
 Microsoft::WRL::ComPtr<IWICImagingFactory> MakeWicFactory() {
     Microsoft::WRL::ComPtr<IWICImagingFactory> factory;
     RequireSuccess(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
-                   "The Windows Imaging Component cannot be started.");
+                   "The Windows Imaging Component is not available.");
     return factory;
 }
 

@@ -1,4 +1,4 @@
-// What reading and writing images with the Windows Imaging Component have in common.
+// Shared by reading and writing images with the Windows Imaging Component.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace orvane::tool {
 
-// COM on this thread, for as long as the object lives.
+// Initialises COM on this thread for the lifetime of the object.
 class ComScope {
 public:
     ComScope();
@@ -19,7 +19,7 @@ public:
     ComScope& operator=(const ComScope&) = delete;
 };
 
-// Throws Failure with the sentence and the code.
+// Throws Failure with the sentence and the code unless `result` is a success.
 void RequireSuccess(HRESULT result, const std::string& sentence);
 
 Microsoft::WRL::ComPtr<IWICImagingFactory> MakeWicFactory();

@@ -1,4 +1,4 @@
-// How fast the library is on this machine.
+// Measures the speed of the library on this machine.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace orvane::tool {
 
-// A size is measured for so long, and for at least so many frames, however slow the machine is.
+// A size is measured for at least this time and at least this number of frames.
 struct TimeBox {
     double seconds = 5;
     uint32_t minFrames = 3;
@@ -22,18 +22,18 @@ struct TimeBox {
 struct Measurement {
     Size size;
     double openMilliseconds = 0;
-    double firstMilliseconds = 0;      // of the first frame, which is not among the others
-    std::vector<double> milliseconds;  // of the frames after it
+    double firstMilliseconds = 0;      // of the first frame, which `milliseconds` does not contain
+    std::vector<double> milliseconds;  // of each later frame
     MemoryUse memory;                  // while the instance is open
 
     double Quantile(double quantile) const;  // of `milliseconds`; 0..1
-    double FramesPerSecond() const;          // by the median
+    double FramesPerSecond() const;          // of the median frame
 };
 
-// Opens an instance, processes frames of noise and closes it. Throws Failure.
+// Opens an instance, upscales frames of noise and closes it. Throws Failure.
 Measurement Measure(const ModelChoice& model, Size size, const TimeBox& box, uint32_t adapterIndex, LibraryLog& log);
 
-// How many seconds another size will take, judged by one that was measured.
+// The expected seconds for another size, estimated from a measured one.
 double ExpectedSeconds(const Measurement& measured, Size size, const TimeBox& box);
 
 }  // namespace orvane::tool

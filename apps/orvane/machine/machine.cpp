@@ -63,7 +63,7 @@ std::vector<GraphicsAdapter> AdaptersOf(IDXGIFactory1& factory) {
     return adapters;
 }
 
-// Empty when there is no dxgi.dll, or it fails.
+// Empty when dxgi.dll is missing or fails.
 std::vector<GraphicsAdapter> ListAdapters() {
     const LoadedLibrary dxgi(L"dxgi.dll");
     auto* const createFactory = dxgi.Find<decltype(CreateDXGIFactory1)>("CreateDXGIFactory1");
@@ -81,7 +81,7 @@ std::wstring PathOf(HMODULE library) {
     return path;
 }
 
-// "1.15.4.0"; empty when the file does not say.
+// "1.15.4.0", or empty when the file has no version.
 std::string FileVersion(const std::wstring& path) {
     std::string data(GetFileVersionInfoSizeW(path.c_str(), nullptr), '\0');
     void* info = nullptr;

@@ -19,32 +19,32 @@ struct Explanation {
 
 const std::map<uint32_t, Explanation> kExplanations{
     {ORVANE_CHECK_NO_DXGI,
-     {"the system library dxgi.dll cannot be loaded", "It is a part of Windows: repair or update Windows."}},
+     {"the system library dxgi.dll cannot be loaded", "It is part of Windows: repair or update Windows."}},
     {ORVANE_CHECK_NO_D3D12,
      {"the system library d3d12.dll (Direct3D 12) cannot be loaded",
-      "It is a part of Windows 10 and 11: repair or update Windows."}},
+      "It is part of Windows 10 and 11: repair or update Windows."}},
     {ORVANE_CHECK_NO_DIRECTML,
      {"DirectML.dll cannot be loaded",
-      "Update Windows to version 1903 or later, or put Microsoft's redistributable DirectML.dll (x64) beside the "
+      "Update Windows to version 1903 or later, or put Microsoft's redistributable DirectML.dll (x64) next to the "
       "program."}},
     {ORVANE_CHECK_NO_DXGI_ENTRY, {"dxgi.dll is too old: it has no CreateDXGIFactory2", "Update Windows."}},
     {ORVANE_CHECK_NO_D3D12_ENTRY,
      {"d3d12.dll is damaged or not the system's: it has no D3D12CreateDevice",
-      "Remove a d3d12.dll that lies beside the program, or repair Windows."}},
+      "Remove d3d12.dll from the program's folder if there is one, or repair Windows."}},
     {ORVANE_CHECK_NO_DIRECTML_ENTRY,
      {"DirectML.dll is damaged or another library: it has no DMLCreateDevice",
-      "Remove a DirectML.dll that lies beside the program, or replace it by Microsoft's redistributable one (x64)."}},
+      "Remove DirectML.dll from the program's folder, or replace it with Microsoft's redistributable one (x64)."}},
     {ORVANE_CHECK_NO_FACTORY,
      {"dxgi.dll cannot list the graphics adapters: CreateDXGIFactory2 failed",
       "Install the newest driver of the graphics adapter and restart."}},
     {ORVANE_CHECK_NO_ADAPTER,
      {"no graphics adapter was found",
-      "Install the driver of the graphics adapter; give a virtual machine or container one."}},
+      "Install the driver of the graphics adapter. A virtual machine or container must be given an adapter."}},
     {ORVANE_CHECK_NO_DEVICE,
-     {"the graphics adapter has no Direct3D 12 with feature level 11_0",
+     {"the graphics adapter does not support Direct3D 12 with feature level 11_0",
       "Install the newest driver of the graphics adapter; if that does not help, the adapter is too old."}},
     {ORVANE_CHECK_WINDOWS_TOO_OLD,
-     {"Windows is too old; 10.0.18362 (version 1903) is the oldest that will do", "Update Windows."}},
+     {"Windows is too old; version 1903 (10.0.18362) is the oldest that works", "Update Windows."}},
 };
 
 const std::map<uint32_t, const char*> kClasses{
@@ -66,16 +66,16 @@ const char* NameIn(const std::map<uint32_t, const char*>& names, uint32_t number
 std::string AdapterText(const GraphicsAdapter& adapter) {
     std::string text = adapter.isUsed ? "  * " : "    ";
     text += adapter.name + ", " + NameIn(kVendors, adapter.vendorId) + ", " +
-            std::to_string(adapter.dedicatedBytes / kMiB) + " MiB of its own and " +
+            std::to_string(adapter.dedicatedBytes / kMiB) + " MiB dedicated and " +
             std::to_string(adapter.sharedBytes / kMiB) + " MiB shared";
     return text + (adapter.isSoftware ? ", software\n" : "\n");
 }
 
 std::string AdaptersText(const std::vector<GraphicsAdapter>& adapters) {
     if (adapters.empty()) {
-        return "Graphics adapters: none was found\n";
+        return "Graphics adapters: none found\n";
     }
-    std::string text = "Graphics adapters (* is the one that is used):\n";
+    std::string text = "Graphics adapters (* marks the one that is used):\n";
     for (const GraphicsAdapter& adapter : adapters) {
         text += AdapterText(adapter);
     }
@@ -87,7 +87,7 @@ std::string VerdictText(const Machine& machine, const Trial& trial) {
         return "This machine cannot run the library: " + SupportReason(machine.status) +
                ".\nWhat to do: " + SupportAdvice(machine.status) + "\n";
     }
-    return (trial.isDone ? "This machine is supported. " : "This machine should do, but the trial failed.\n") +
+    return (trial.isDone ? "This machine is supported. " : "This machine should work, but the trial failed.\n") +
            trial.sentence + "\n";
 }
 

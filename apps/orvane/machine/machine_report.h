@@ -1,4 +1,4 @@
-// What there is to say of a machine, for people and for programs.
+// Reports on a machine, as text and as JSON.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace orvane::tool {
 
-// Of an orvane_check_status: why the library cannot run, as half a sentence, and what may help, as a sentence.
+// For an orvane_check_status: why the library cannot run (half a sentence), and what may help (a sentence).
 std::string SupportReason(uint32_t status);
 std::string SupportAdvice(uint32_t status);
 
-// `trial` says in a sentence how a small frame was upscaled, or why that failed.
+// The result of upscaling a small frame. The sentence says how it went, or why it failed.
 struct Trial {
     bool isDone = false;
     std::string sentence;

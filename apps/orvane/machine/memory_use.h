@@ -1,4 +1,4 @@
-// How much memory this process takes.
+// The memory use of this process.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,11 @@
 namespace orvane::tool {
 
 struct MemoryUse {
-    uint64_t processBytes = 0;              // of the system's memory, private to the process
-    std::optional<uint64_t> graphicsBytes;  // of the adapter's, by all of the process; where Windows tells
+    uint64_t processBytes = 0;              // private system memory
+    std::optional<uint64_t> graphicsBytes;  // adapter memory of this process, if Windows reports it
 };
 
-// `adapterIndex` in the order in which Windows lists the adapters.
+// `adapterIndex` is the adapter's index in Windows' order.
 MemoryUse MeasureMemory(uint32_t adapterIndex);
 
 }  // namespace orvane::tool

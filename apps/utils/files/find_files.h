@@ -6,8 +6,8 @@
 
 namespace orvane::tool {
 
-// All files in `folder`, a LongPath(), and below it, in the order of their names; links to folders are not followed.
-// What may not be read is left out. (The standard library's iterators end at 260 characters in one of the compilers.)
+// All files in `folder`, a LongPath(), and below it, sorted by path. Links to folders are not followed, and folders that
+// cannot be read are left out. (With one of the compilers the standard library's iterators fail beyond 260 characters.)
 std::vector<std::filesystem::path> FindFiles(const std::filesystem::path& folder);
 
 }  // namespace orvane::tool

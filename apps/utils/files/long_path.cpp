@@ -8,7 +8,7 @@ namespace orvane::tool {
 
 namespace {
 
-// A file's long form, or a device's name.
+// A long path, or the name of a device.
 bool IsLong(const std::wstring& native) {
     return native.starts_with(LR"(\\?\)") || native.starts_with(LR"(\\.\)");
 }

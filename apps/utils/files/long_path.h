@@ -5,8 +5,8 @@
 
 namespace orvane::tool {
 
-// The absolute path in the form that Windows takes at any length, "\\?\C:\folder\file". Not for showing to people.
-// Elsewhere the path as it is.
+// The absolute path in the form that Windows accepts at any length, "\\?\C:\folder\file". Not for messages. On other
+// systems the path is not changed.
 std::filesystem::path LongPath(const std::filesystem::path& path);
 
 }  // namespace orvane::tool

@@ -13,7 +13,7 @@ std::filesystem::path ProgramFolder() {
     std::wstring path(kLongestPath, L'\0');
     const DWORD length = GetModuleFileNameW(nullptr, path.data(), kLongestPath);
     if (length == 0 || length == kLongestPath) {
-        throw Failure("The program cannot tell in which folder it lies.");
+        throw Failure("The folder of this program cannot be determined.");
     }
     path.resize(length);
     return std::filesystem::path(path).parent_path();

@@ -1,11 +1,11 @@
-// Where the program lies. Windows only.
+// The folder of the program. Windows only.
 #pragma once
 
 #include <filesystem>
 
 namespace orvane::tool {
 
-// The folder of the running program, whatever the current folder is. Throws Failure.
+// The folder of the running program's file, not the current folder. Throws Failure.
 std::filesystem::path ProgramFolder();
 
 }  // namespace orvane::tool

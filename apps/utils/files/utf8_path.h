@@ -1,4 +1,4 @@
-// Paths as UTF-8 text, whatever the platform's own encoding is.
+// Paths as UTF-8 text, independent of the platform's encoding.
 #pragma once
 
 #include <filesystem>

@@ -27,19 +27,19 @@ struct PipeEnds {
     Handle write;
 };
 
-// One end is for the child.
+// The child inherits one end.
 PipeEnds MakePipe(bool childReads) {
     HANDLE read = nullptr;
     HANDLE write = nullptr;
     if (CreatePipe(&read, &write, nullptr, kPipeBytes) == 0) {
-        throw Failure("A pipe cannot be made (code " + std::to_string(GetLastError()) + ").");
+        throw Failure("A pipe cannot be created (code " + std::to_string(GetLastError()) + ").");
     }
     PipeEnds ends{Handle(read), Handle(write)};
     SetHandleInformation(childReads ? read : write, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
     return ends;
 }
 
-// Gives nothing and takes everything.
+// Reads as empty and discards what is written.
 Handle OpenNul() {
     SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     return Handle(CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
@@ -49,13 +49,13 @@ Handle OpenNul() {
 Handle MakeJob() {
     Handle job(CreateJobObjectW(nullptr, nullptr));
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    // The program alone: what else it starts may be of use to others, as Wine's desktop is.
+    // Only the program itself: others may need what it starts, such as Wine's desktop.
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE | JOB_OBJECT_LIMIT_SILENT_BREAKAWAY_OK;
     SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof(limits));
     return job;
 }
 
-// The list of the handles that a child inherits, and no other.
+// The complete list of the handles that a child inherits.
 class InheritedHandles {
 public:
     explicit InheritedHandles(std::array<HANDLE, 3> handles) : m_handles(handles) {
@@ -63,7 +63,7 @@ public:
         InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
         m_bytes.resize(size);
         if (InitializeProcThreadAttributeList(List(), 1, 0, &size) == 0) {
-            throw Failure("A list of handles cannot be made.");
+            throw Failure("A list of handles cannot be created.");
         }
         UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, m_handles.data(), sizeof(m_handles),
                                   nullptr, nullptr);
@@ -79,7 +79,7 @@ private:
     std::vector<uint8_t> m_bytes;
 };
 
-// Starts it inside the job, before it can start anything itself.
+// Starts the program inside the job, before it can start anything itself.
 Handle Start(const std::filesystem::path& program, const std::vector<std::string>& arguments,
              std::array<HANDLE, 3> standardHandles, const Handle& job) {
     std::vector<std::string> line{Utf8FromPath(program)};

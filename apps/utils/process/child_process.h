@@ -1,4 +1,4 @@
-// A program that runs beside this one, with pipes to it. Windows only.
+// A child process with pipes. Windows only.
 #pragma once
 
 #include <filesystem>
@@ -16,8 +16,8 @@ struct ChildPipes {
     bool output = false;  // what the program writes to standard output is read from Output()
 };
 
-// Inherits nothing but its three standard streams, has no console (so it gets no Ctrl-C of ours), and ends with this
-// object or with this process, whatever ends that.
+// Inherits only its three standard streams. It has no console, so our Ctrl-C does not reach it. It is killed with this
+// object, and also when this process ends for any reason.
 class ChildProcess {
 public:
     // Throws Failure when the program cannot be started.
@@ -29,13 +29,14 @@ public:
     PipeSink& Input() { return m_input; }
     PipeSource& Output() { return m_output; }
 
-    // Waits for the end and returns the exit code. Closes Input.
+    // Closes Input, waits for the end and returns the exit code.
     int Wait();
 
-    // From any thread. Pipes to it break.
+    // May be called from any thread. The pipes break.
     void Kill();
 
-    // What the program has written to standard error; of very much only the last part. Complete after Wait.
+    // The text that the program has written to standard error. Only the last part if it is very long. Complete after
+    // Wait.
     std::string Messages();
 
 private:

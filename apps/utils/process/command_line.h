@@ -1,4 +1,4 @@
-// Arguments as one line of text. Portable.
+// Joins arguments into a command line. Portable.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace orvane::tool {
 
-// The arguments in the form from which a Windows program's start-up code makes the same arguments again.
+// The line from which the start-up code of a Windows program gets the same arguments.
 std::string WindowsCommandLine(const std::vector<std::string>& arguments);
 
 }  // namespace orvane::tool

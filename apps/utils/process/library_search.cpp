@@ -6,7 +6,7 @@ namespace orvane::tool {
 
 void RestrictLibrarySearch() {
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
-    // For code that asks for the older search: without the current folder.
+    // For code that uses the older search: leaves out the current folder.
     SetDllDirectoryW(L"");
 }
 

@@ -3,8 +3,8 @@
 
 namespace orvane::tool {
 
-// From here on libraries come from the program's folder and the system's only. liborvane.dll, which is loaded before
-// any code of ours, comes from the program's folder: Windows looks there first.
+// From now on libraries are loaded only from the program's folder and the system's. liborvane.dll is loaded before any
+// code of ours runs, and comes from the program's folder: Windows searches there first.
 void RestrictLibrarySearch();
 
 }  // namespace orvane::tool

@@ -19,7 +19,7 @@ public:
     LoadedLibrary(const LoadedLibrary&) = delete;
     LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
-    // Null when it cannot be loaded.
+    // Null if it could not be loaded.
     HMODULE Module() const { return m_module; }
 
     // An entry point, or null.

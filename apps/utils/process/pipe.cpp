@@ -11,14 +11,14 @@ namespace orvane::tool {
 namespace {
 
 constexpr size_t kBufferBytes = 65536;
-// A single call is given no more than this, whatever a handle's kind allows.
+// The most bytes of a single call, for all kinds of handles.
 constexpr size_t kMaxCallBytes = size_t{16} << 20;
 
 DWORD CallBytes(size_t size) {
     return static_cast<DWORD>(std::min(size, kMaxCallBytes));
 }
 
-// A second handle for the same file, which can be closed without harm.
+// A second handle for the same file, which can be closed safely.
 Handle Duplicate(DWORD standardHandle, const char* name) {
     HANDLE copy = nullptr;
     const HANDLE process = GetCurrentProcess();

@@ -27,10 +27,10 @@ private:
     void* m_handle = nullptr;
 };
 
-// Reads ahead by some kilobytes, so that single bytes are cheap.
+// Reads some kilobytes ahead, so single bytes are cheap.
 class PipeSource : public ByteSource {
 public:
-    // `name` says in a failure what cannot be read.
+    // `name` is used in error messages.
     PipeSource(Handle handle, std::string name);
 
     size_t Read(std::span<uint8_t> bytes) override;
@@ -52,7 +52,7 @@ public:
 
     bool Write(std::span<const uint8_t> bytes) override;
 
-    // Whoever reads sees the end.
+    // The reader sees the end.
     void Close() { m_handle.Close(); }
 
 private:
@@ -60,7 +60,7 @@ private:
     std::string m_name;
 };
 
-// Bytes as they are, without line ends being changed. The handles stay the process's own.
+// Bytes without line end conversion. Closing these does not close the process's own handles.
 PipeSource StandardInput();
 PipeSink StandardOutput();
 

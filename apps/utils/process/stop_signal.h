@@ -1,10 +1,10 @@
-// Ctrl-C as a question instead of an end.
+// Ctrl-C as a request to stop.
 #pragma once
 
 namespace orvane::tool {
 
-// While the object lives, the first Ctrl-C (or Ctrl-Break) only makes Requested() true, so that the command can end
-// after the piece of work at hand. The second one ends the program. One object at a time.
+// While the object lives, the first Ctrl-C (or Ctrl-Break) only makes Requested() true, so that the command can finish
+// its current piece of work. The second one ends the program. There may be only one object at a time.
 class StopSignal {
 public:
     StopSignal();
@@ -12,7 +12,7 @@ public:
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
 
-    // From any thread, also while no object lives.
+    // May be called from any thread, even while no object lives.
     static bool Requested();
 };
 
