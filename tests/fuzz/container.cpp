@@ -1,4 +1,4 @@
-// Containers, whole and damaged, with lengths and capacities that say anything.
+// Valid and damaged containers with arbitrary lengths and capacities.
 #include "apps/models/encrypt.h"
 #include "model/keys.h"
 #include "model/tea.h"

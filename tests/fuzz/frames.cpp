@@ -1,4 +1,4 @@
-// Frames from other programs, in PAM and in NUT: whatever comes, what was read is written so that it is read again.
+// Frames from other programs, in PAM and in NUT. What can be read is written and must be read again.
 #include "apps/orvane/containers/nut.h"
 #include "apps/orvane/containers/pam.h"
 #include "apps/utils/failure.h"

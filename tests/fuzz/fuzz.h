@@ -1,4 +1,4 @@
-// For every fuzz entry. A property that fails ends the program in every build, unlike with assert().
+// Shared by all fuzz entries. Unlike assert(), a failed property ends the program in every build.
 #pragma once
 #include <cstdlib>
 #include <fuzzer/FuzzedDataProvider.h>

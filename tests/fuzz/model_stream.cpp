@@ -1,4 +1,4 @@
-// Model files of every ending.
+// Model files with all extensions.
 #include "model/model_stream.h"
 
 #include "apps/models/encrypt.h"
@@ -9,7 +9,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const orvane::TempFolder folder;
     FuzzedDataProvider fuzz(data, size);
-    const auto layers = fuzz.ConsumeIntegralInRange<size_t>(0, 2);  // of encryption, as the ending promises
+    const auto layers = fuzz.ConsumeIntegralInRange<size_t>(0, 2);  // of encryption, as the extension says
     const bool inner = fuzz.ConsumeBool(), outer = fuzz.ConsumeBool();
     const auto plain = fuzz.ConsumeRemainingBytes<uint8_t>();
     std::mt19937 random(static_cast<uint32_t>(size));

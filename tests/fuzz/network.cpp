@@ -1,4 +1,4 @@
-// The layer table, the layout of the model file and the plan of the buffers, for any numbers of a host.
+// The layer table, the layout of the model file and the buffer plan, for arbitrary numbers from a host.
 #include "engine/tensor_plan.h"
 #include "model/weight_loader.h"
 #include "tests/fuzz/fuzz.h"
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const auto offsets = CalcLayerOffsets(config);
     const auto plan = PlanNetwork(frame, layers, static_cast<orvane::TensorLayout>(fuzz.ConsumeBool()));
-    const bool fits = frame.height > 0 && frame.width - 1 < UINT32_MAX / 1024 / frame.height;  // no stride wraps
+    const bool fits = frame.height > 0 && frame.width - 1 < UINT32_MAX / 1024 / frame.height;  // no stride wraps around
     const auto bytes = [](const auto& shape) { return uint64_t{2} * shape[0] * shape[1] * shape[2] * shape[3]; };
     for (uint32_t i = 0, position = 0; i < config.layerCount; ++i) {
         Require(offsets[i].weightOffset == position && offsets[i].weightBytes == bytes(FilterShape(layers.at(i))));

@@ -1,4 +1,4 @@
-// What ffmpeg says of a file, and the command lines that are made from it.
+// ffmpeg's messages about a file, and the command lines made from them.
 #include "apps/orvane/video/ffmpeg_arguments.h"
 #include "tests/fuzz/fuzz.h"
 

@@ -1,4 +1,4 @@
-// Any file under any configuration, loaded again, under another configuration and under the first one.
+// Any file with any configuration, loaded again, with another configuration and with the first one.
 #include "model/weight_loader.h"
 
 #include "tests/fuzz/fuzz.h"
@@ -12,14 +12,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const orvane::TempFolder folder;
     FuzzedDataProvider fuzz(data, size);
     const auto any = [&fuzz] { return fuzz.ConsumeIntegral<uint32_t>() >> fuzz.ConsumeIntegralInRange(0, 31); };
-    const orvane::NetworkConfig first{fuzz.ConsumeIntegralInRange(0U, 31U), any(), any(), 1};  // 2^32 only take memory
+    const orvane::NetworkConfig first{fuzz.ConsumeIntegralInRange(0U, 31U), any(), any(), 1};  // 2^32 would only need memory
     const orvane::NetworkConfig second{fuzz.ConsumeIntegralInRange(0U, 31U), any(), any(), 1};
     const auto file = fuzz.ConsumeRemainingBytes<uint8_t>();
     orvane::WeightLoader loader;
     for (const auto& config : {first, first, second, first}) {
         orvane::WeightMap map;
         const bool succeeds = loader.LoadWeights(folder.Write("model", file).string(), config, map) == 0;
-        double needed = 0;  // bytes; in floating point they do not wrap
+        double needed = 0;  // bytes; floating point does not wrap around
         for (uint32_t i = 0; i < 2 * config.layerCount; ++i) {
             const auto layer = LayerShapeAt(config, i / 2);
             const auto [outputs, inputs, height, width] = i % 2 == 0 ? FilterShape(layer) : BiasShape(layer);

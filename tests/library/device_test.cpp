@@ -9,6 +9,7 @@
 #include "gpu/descriptor_heap.h"
 #include "gpu/device_resources.h"
 #include "gpu/gpu_resource.h"
+#include "gpu/removed_reason.h"
 #include "gpu/resource_upload_batch.h"
 #include "tests/support/log_capture.h"
 

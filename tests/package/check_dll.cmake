@@ -2,7 +2,7 @@
 #   cmake -DOBJDUMP=... -DDLL=... -DSTRIPPED=0|1 -P check_dll.cmake
 execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 
-# Newer ones have a head and more columns before the name.
+# Newer versions have a head line and more columns before the name.
 string(REGEX MATCH "Ordinal/Name Pointer\\] Table[^\n]*\n(\t[^\n]*\n)+" names "${headers}")
 string(REGEX MATCHALL "\t\\[ *[0-9]+\\][^\n]+" exports "${names}")
 list(TRANSFORM exports REPLACE ".* " "")
@@ -12,7 +12,7 @@ if(NOT "${exports}" STREQUAL "${expected}")
   message(FATAL_ERROR "exports: ${exports}")
 endif()
 
-# Direct3D and DirectML are loaded at run time, and nothing but Windows' own libraries may be needed.
+# Direct3D and DirectML are loaded at run time. Only Windows' own libraries may be imported.
 string(REGEX MATCHALL "DLL Name: [^\n]+" imports "${headers}")
 list(TRANSFORM imports REPLACE "DLL Name: " "")
 foreach(import ${imports})

@@ -1,4 +1,4 @@
-// The commands model, check and bench of the program, run from a folder whose name is not ASCII.
+// The commands model, check and bench, run from a folder with a non-ASCII name.
 #include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -75,7 +75,7 @@ TEST_F(Commands, ModelsAreCreatedEncryptedDecryptedAndInspected) {
     EXPECT_TRUE(std::none_of(models.begin(), models.end(), [](auto& model) { return model.contains("problem"); }));
 }
 
-TEST_F(Commands, CheckAndBenchSayWhatTheyFind) {
+TEST_F(Commands, CheckAndBenchReportWhatTheyFind) {
     const auto check = Json(L"check --json");
     EXPECT_EQ(check["supported"], true) << check;
     EXPECT_EQ(std::count_if(check["adapters"].begin(), check["adapters"].end(), [](auto& a) { return a["used"]; }), 1);

@@ -1,4 +1,4 @@
-// Images and image files for the tests of the programs.
+// Images and image files for the tests of the program.
 #pragma once
 
 #include <cstdint>
@@ -15,13 +15,13 @@
 
 namespace orvane::tool {
 
-// A TIFF file, whose channels are unpacked and in the order R, G, B, A.
+// A TIFF file with uncompressed channels in the order R, G, B, A.
 struct Tiff {
     uint16_t width = 2;
     uint16_t height = 3;
     uint16_t bits = 8;
     uint16_t orientation = 1;
-    std::string colourSpace = "RGB ";  // of its profile
+    std::string colourSpace = "RGB ";  // of the colour profile
     std::function<uint32_t(uint32_t x, uint32_t y, uint32_t channel)> value =
         [](uint32_t x, uint32_t y, uint32_t channel) { return channel == 3 ? 255U : 2 * y + x + 1; };
 
@@ -55,7 +55,7 @@ struct Tiff {
         entry(279, 4, 1, pixelBytes);
         entry(282, 5, 1, kDpiAt);
         entry(283, 5, 1, kDpiAt);
-        entry(338, 3, 1, 2);  // alpha, not multiplied
+        entry(338, 3, 1, 2);  // alpha, not premultiplied
         entry(34675, 7, 20, kProfileAt);
         put(0, 4);
         for (int i = 0; i < 4; ++i) {

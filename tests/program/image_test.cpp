@@ -47,7 +47,7 @@ TEST(ImageReader, TurnsUprightAndRoundsWideChannels) {
     EXPECT_TRUE(Read(folder.Write("other.tif", Tiff{.colourSpace = "CMYK"}.Bytes())).colourProfile.empty());
 }
 
-// The header of an ICC profile, without tags but with bytes after them.
+// The header of an ICC profile without tags, followed by other bytes.
 std::vector<uint8_t> ColourProfile() {
     std::vector<uint8_t> profile(70000, 7);
     std::fill_n(profile.begin(), 132, uint8_t{0});
@@ -59,7 +59,7 @@ std::vector<uint8_t> ColourProfile() {
     return profile;
 }
 
-// Wine does not read the profiles of JPEG files. This one does not fit into one segment.
+// Wine does not read profiles of JPEG files. This profile needs more than one segment.
 bool HasProfileInTwoSegments(const fs::path& path) {
     const std::string text{std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
     const size_t first = text.find("ICC_PROFILE");
@@ -75,7 +75,7 @@ TEST(WriteImage, KeepsWhatTheFormatCan) {
     struct Case {
         ImageFormat format;
         bool keepsAlpha;
-        bool mayLoseProfile;  // as Wine does
+        bool mayLoseProfile;  // as with Wine
     };
     for (const Case& test : {Case{ImageFormat::kPng, true, false}, Case{ImageFormat::kJpeg, false, false},
                              Case{ImageFormat::kTiff, true, true}, Case{ImageFormat::kBmp, false, true}}) {
@@ -99,7 +99,7 @@ TEST(WriteImage, KeepsWhatTheFormatCan) {
     }
 }
 
-// A disk that takes nothing, which Linux has.
+// Linux has a device that is always full.
 TEST(WriteImage, FailsOnAFullDiskWhateverTheFormat) {
     const fs::path full = "Z:/dev/full";
     if (!std::ofstream(full).is_open()) {
@@ -157,7 +157,7 @@ TEST(UpscaleAlpha, IsCubicInBothDirections) {
     }
 }
 
-// How many steps it is to the nearest pixel that shows, corners counting as one.
+// The number of steps to the nearest visible pixel. A diagonal step counts as one.
 int DistanceToVisible(const Image& image, int x, int y) {
     int least = 1000;
     for (int row = 0; row < static_cast<int>(image.height); ++row) {
@@ -170,7 +170,7 @@ int DistanceToVisible(const Image& image, int x, int y) {
     return least;
 }
 
-TEST(SpreadColours, ReachesAsFarAsToldAndStaysWithinTheColoursThere) {
+TEST(SpreadColours, ReachesAsFarAsAskedAndAddsNoNewColours) {
     Image image = RandomImage(23, 15, 8);
     for (size_t i = 0; i < image.pixels.size(); i += 4) {
         const bool isVisible = i == 4 * (3 * 23 + 4) || i == 4 * (9 * 23 + 22) || i == 4 * (14 * 23);
@@ -194,7 +194,7 @@ TEST(SpreadColours, ReachesAsFarAsToldAndStaysWithinTheColoursThere) {
         invisible.pixels[i] = 0;
     }
     const std::vector<uint8_t> pixels = invisible.pixels;
-    SpreadColours(invisible, 3);  // from nowhere
+    SpreadColours(invisible, 3);  // there is no visible pixel
     EXPECT_EQ(invisible.pixels, pixels);
 }
 
@@ -209,7 +209,7 @@ TEST(LayOnWhite, MixesByTheAlpha) {
     }
 }
 
-TEST(Tiles, EveryPixelIsKeptOnceAndFarFromAnEdgeThatCuts) {
+TEST(Tiles, EveryPixelIsKeptOnceAndFarFromTileEdges) {
     for (const uint32_t length : {1U, 5U, 56U, 57U, 64U, 100U, 128U, 1000U}) {
         for (const uint32_t rim : {0U, 4U}) {
             const TileRules rules{4, rim, 64};
@@ -238,11 +238,11 @@ TEST(FrameSizeChoice, StaysWhileThatIsCheaperThanARebuild) {
     const FrameExtent large{50, 50};
     const FrameExtent small{40, 50};
     EXPECT_EQ(sizes.Choose(large), (FrameExtent{54, 54}));
-    EXPECT_EQ(sizes.Choose(small), (FrameExtent{44, 54}));  // nothing was measured yet
-    sizes.FrameTook({44, 54}, 44 * 54, false);              // a millisecond a pixel
+    EXPECT_EQ(sizes.Choose(small), (FrameExtent{44, 54}));  // nothing has been measured yet
+    sizes.FrameTook({44, 54}, 44 * 54, false);              // one millisecond per pixel
     sizes.FrameTook({54, 54}, 54 * 54 + 1200, true);
-    EXPECT_EQ(sizes.Choose(large), (FrameExtent{54, 54}));  // in two small frames: too much
-    EXPECT_EQ(sizes.Choose(small), (FrameExtent{54, 54}));  // 540 pixels for nothing
+    EXPECT_EQ(sizes.Choose(large), (FrameExtent{54, 54}));  // two small frames would cost too much
+    EXPECT_EQ(sizes.Choose(small), (FrameExtent{54, 54}));  // 540 pixels wasted
     EXPECT_EQ(sizes.Choose(small), (FrameExtent{54, 54}));  // 1080
     EXPECT_EQ(sizes.Choose(small), (FrameExtent{44, 54}));  // 1620: more than the rebuild
     FrameSizeChoice raw({2, 0, 100});

@@ -1,4 +1,4 @@
-// Programs, pipes and files as the commands use them. The programs that it starts are itself, under other arguments.
+// Child processes, pipes and files. The children are this program itself with other arguments.
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -34,10 +34,10 @@ std::filesystem::path g_self;
 
 constexpr size_t kFloodBytes = size_t{3} << 20;
 
-// What a child does, by its second argument. The first one is "child".
+// The task of a child is its second argument. The first one is "child".
 int RunAsChild(const std::vector<std::string>& arguments) {
     const std::string& task = arguments[1];
-    if (task == "echo") {  // its arguments, each with a zero behind it
+    if (task == "echo") {  // its arguments, each followed by a zero
         for (size_t i = 2; i < arguments.size(); ++i) {
             std::fwrite(arguments[i].c_str(), 1, arguments[i].size() + 1, stdout);
         }
@@ -67,7 +67,7 @@ std::vector<uint8_t> ReadAll(ByteSource& source) {
     return all;
 }
 
-TEST(ChildProcess, GetsItsArgumentsAsTheyAre) {
+TEST(ChildProcess, GetsItsArgumentsUnchanged) {
     const std::vector<std::string> nasty{"",           " ",      "a b",     "\"",       R"(a"b c")",   R"(\)",
                                          R"(c:\d e\)", R"(\\")", "%PATH%",  "^&|",      "-o=x y ",     "\t\n\x1",
                                          "ü模型",      "'",      R"(a\\b)", R"(\" \")", R"(/c "a" b\)"};
@@ -84,9 +84,9 @@ TEST(ChildProcess, GetsItsArgumentsAsTheyAre) {
     EXPECT_EQ(child.Messages(), "");
 }
 
-// More than any pipe holds, while another program is there: it must not have inherited the first one's pipes, or their
-// end would never be seen.
-TEST(ChildProcess, TakesAndGivesUntilItsInputIsClosed) {
+// More than a pipe holds, while another program runs. That must not have inherited the first one's pipes, or their end
+// would never be seen.
+TEST(ChildProcess, ReadsAndWritesUntilItsInputIsClosed) {
     ChildProcess copying(g_self, {"child", "copy"}, {.input = true, .output = true});
     ChildProcess sleeping(g_self, {"child", "sleep"}, {.input = true, .output = true});
     std::mt19937 random(1);
@@ -105,7 +105,7 @@ TEST(ChildProcess, TakesAndGivesUntilItsInputIsClosed) {
     const ChildProcess abandoned(g_self, {"child", "sleep"}, {});  // ends with this object
 }
 
-TEST(ChildProcess, IsNotHeldUpByWhatItSays) {
+TEST(ChildProcess, IsNotBlockedByItsMessages) {
     ChildProcess child(g_self, {"child", "flood"}, {});
     EXPECT_EQ(child.Wait(), 3);
     const std::string said = child.Messages();
@@ -115,7 +115,7 @@ TEST(ChildProcess, IsNotHeldUpByWhatItSays) {
               std::string::npos);
 }
 
-TEST(Pipe, GivesPiecesOfAnySizeInOrderAndTellsThatNobodyReads) {
+TEST(Pipe, KeepsTheOrderAndReportsThatTheReaderHasGone) {
     HANDLE read = nullptr;
     HANDLE write = nullptr;
     ASSERT_NE(CreatePipe(&read, &write, nullptr, 0), 0);
@@ -153,7 +153,7 @@ TEST(Pipe, GivesPiecesOfAnySizeInOrderAndTellsThatNobodyReads) {
               std::string::npos);
 }
 
-TEST(WriteFileAtomically, LeavesWhatAnotherProgramHasOpen) {
+TEST(WriteFileAtomically, LeavesAFileThatAnotherProgramHasOpen) {
     const TempFolder folder;
     const fs::path path = folder.Write("old.bin", {1, 2, 3});
     const std::vector<uint8_t> bytes{4, 5};
@@ -172,7 +172,7 @@ TEST(WriteFileAtomically, LeavesWhatAnotherProgramHasOpen) {
     EXPECT_NE(FailureOf([&] { ReadWholeFile(folder.Path()); }).find("is a folder"), std::string::npos);
 }
 
-TEST(MemoryBudget, IsNeverOverdrawnButByOneAlone) {
+TEST(MemoryBudget, IsExceededOnlyByASingleLease) {
     MemoryBudget budget(100);
     std::atomic<uint64_t> used = 0;
     std::atomic<int> alone = 0;
@@ -195,7 +195,7 @@ TEST(MemoryBudget, IsNeverOverdrawnButByOneAlone) {
     EXPECT_EQ(alone, 80);
 }
 
-// What it writes to a file when an image is done, one fails, and one has a name that is no Unicode.
+// The output when one image is done, one fails, and one has a name that is not valid Unicode.
 std::string ToldBy(const ProgressOptions& options) {
     const TempFolder folder;
     const fs::path path = folder.Path() / "told";
@@ -214,7 +214,7 @@ std::string ToldBy(const ProgressOptions& options) {
     return {bytes.begin(), bytes.end()};
 }
 
-TEST(Progress, TellsPeopleLinesAndProgramsObjects) {
+TEST(Progress, WritesLinesForPeopleAndObjectsForPrograms) {
     EXPECT_EQ(ToldBy({}), "note\nline\n");
     EXPECT_EQ(ToldBy({.quiet = true}), "");
     std::vector<std::string> events;
@@ -222,7 +222,7 @@ TEST(Progress, TellsPeopleLinesAndProgramsObjects) {
     for (std::string line; std::getline(lines, line);) {
         const auto object = nlohmann::json::parse(line);
         events.push_back(object["event"]);
-        if (events.back() == "progress") {  // at most one a second, so it is the first one
+        if (events.back() == "progress") {  // at most one per second, so this is the first one
             EXPECT_EQ(object["unit"], "images");
             EXPECT_EQ(object["done"], 0);
             EXPECT_EQ(object["total"], 3);

@@ -1,4 +1,4 @@
-"""orvane among people and their machines: Ctrl-C, full disks, long names, planted libraries, images of all kinds.
+"""orvane in real surroundings: Ctrl-C, full disks, long names, planted libraries, images of all kinds.
 
 usage: program_test.py ORVANE_EXE FFMPEG_EXE
 """
@@ -34,7 +34,7 @@ def noise(width, height, channels=3, seed=1):
     return np.random.default_rng(seed).integers(0, 256, (height, width, channels), dtype=np.uint8)
 
 
-# What the document says of the objects that --json gives: the members of each event.
+# The documented members of each event that --json prints.
 def documented_members():
     rows = re.findall(r"^\| `(\w+)`(?:, `(\w+)`)? \| (`.*) \|$", DOCUMENT, re.MULTILINE)
     return {event: set(re.findall(r"`(\w+)`", members)) for *events, members in rows for event in events if event}
@@ -50,7 +50,7 @@ def names_in(folder):
     return sorted(path.name for path in folder.iterdir()) if folder.is_dir() else []
 
 
-# The process that runs in Wine, which `timeout` has started.
+# The process in Wine, which `timeout` has started.
 def windows_process(process):
     return int(Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text().split()[0])
 
@@ -61,7 +61,7 @@ def command_lines():
             yield path.read_bytes()
 
 
-# Wine makes it of the signal, on a thread of its own: the driver's threads would not survive it.
+# Wine turns the signal into Ctrl-C on a separate thread: the driver's threads would not survive it.
 def press_ctrl_c(process):
     ctypes.CDLL(None).tgkill(process, process, signal.SIGINT)
 
@@ -78,7 +78,7 @@ class ProgramTest(unittest.TestCase):
     def start(self, program, *arguments, **options):
         return subprocess.Popen([RUN, str(program), *arguments], cwd=self.folder, **options)
 
-    # What it says on both outputs has these words.
+    # Both outputs together must contain these words.
     def expect(self, exit_code, words, *arguments, program=None, environment=None, **options):
         process = self.start(program or ORVANE, *arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                              stderr=subprocess.STDOUT, env={**os.environ, **(environment or {})}, **options)
@@ -87,7 +87,7 @@ class ProgramTest(unittest.TestCase):
         self.assertIn(words, said)
         return said
 
-    # The objects among the lines, which must be as documented.
+    # The JSON objects of the output, which must be as documented.
     def objects_in(self, said):
         objects = [json.loads(line) for line in said.splitlines() if line.startswith("{")]
         for members in objects:
@@ -96,7 +96,7 @@ class ProgramTest(unittest.TestCase):
 
 
 class Interrupted(ProgramTest):
-    # Presses Ctrl-C once it `has_begun`; returns the exit code and what was said.
+    # Presses Ctrl-C once it `has_begun`. Returns the exit code and the output.
     def interrupt(self, has_begun, *arguments, stdin=subprocess.DEVNULL, stdout=None):
         said = self.folder / "said"
         with open(said, "wb") as output:
@@ -159,7 +159,7 @@ class Interrupted(ProgramTest):
         self.assertEqual(names_in(self.folder), before + ["said"])
         self.assertEqual(self.processes(), [])
 
-        # Killed, it can clean nothing up; but its ffmpegs end.
+        # When killed it cannot clean up, but its ffmpeg processes end.
         with self.start(ORVANE, *arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE) as process:
             while b'"event":"progress"' not in process.stdout.readline():
                 self.assertIsNone(process.poll())
@@ -169,7 +169,7 @@ class Interrupted(ProgramTest):
             time.sleep(0.02)
         self.assertFalse((self.folder / "out.mkv").exists())
 
-    # The ffmpegs that have to do with this test.
+    # The ffmpeg processes of this test.
     def processes(self):
         return [line for line in command_lines() if b"ffmpeg" in line and self.folder.name.encode() in line]
 
@@ -187,7 +187,7 @@ class FullDisk(ProgramTest):
         self.assertEqual(names_in(self.folder), ["in", "old.en2"])
         self.assertEqual((self.folder / "old.en2").read_text(), "old")
 
-    # The limit comes when the network is prepared: the memory of the software device is a file, too.
+    # The limit is set after the network is prepared, because the software device keeps its memory in a file, too.
     def test_no_image_is_half_written(self):
         self.save("0.png", np.zeros((64, 64, 3), np.uint8))
         for i in range(8):
@@ -211,12 +211,12 @@ class FullDisk(ProgramTest):
 
 
 class Images(ProgramTest):
-    # As other programs write them. The model interpolates linearly, as Pillow's BILINEAR does.
+    # Files as other programs write them. The bilinear placeholder gives the same as Pillow's BILINEAR.
     def test_of_all_kinds(self):
         colours = Image.fromarray(noise(20, 14))
         wide = Image.fromarray(noise(20, 14, 1)[:, :, 0].astype(np.uint16) * 257)
         half = Image.fromarray(np.dstack([noise(20, 14), np.full((14, 20), 128, np.uint8)]))
-        # JPEG files lose little of a ramp.
+        # JPEG changes a ramp only a little.
         slopes = [[9, 0, 5], [0, 10, 3]]
         ramp = Image.fromarray((np.indices((14, 20)).transpose(1, 2, 0) @ slopes + 10).astype(np.uint8))
         profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
@@ -255,7 +255,7 @@ class Images(ProgramTest):
                 self.assertTrue(image is not half or (np.asarray(result)[:, :, 3] == 128).all())
 
     def test_long_names(self):
-        # More than 300 characters, some of which no code page has.
+        # More than 300 characters, some of which are in no code page.
         deep = Path(*[f"{i} \u6A21\u578B \u00FC " + "x" * 40 for i in range(6)])
         (self.folder / deep).mkdir(parents=True)
         for ending in (".en", ".json"):
@@ -272,7 +272,7 @@ class Images(ProgramTest):
 
 
 class PlantedFiles(ProgramTest):
-    # What has a wanted name and lies in the current folder, or in a relative folder of PATH, is somebody else's.
+    # A file with the right name in the current folder, or in a relative folder of PATH, must not be used.
     def test_are_not_taken(self):
         program = self.folder / "program"
         program.mkdir()

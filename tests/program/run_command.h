@@ -1,4 +1,4 @@
-// Runs the program orvane as a person does. Windows only.
+// Runs the program orvane. Windows only.
 #pragma once
 
 #include <cstdlib>
@@ -16,9 +16,9 @@ struct Outcome {
     std::string text;  // of both outputs
 };
 
-// Runs the program that lies beside the test, in `folder`, where its output stays.
+// Runs the program, which is in the test's folder, from `folder`. Its output stays there.
 inline Outcome RunOrvane(const std::filesystem::path& folder, const std::wstring& arguments) {
-    static int number = 0;  // one log each: Wine may keep the last one open
+    static int number = 0;  // one log file per run, because Wine may keep the last one open
     const std::filesystem::path log = folder / (std::to_wstring(++number) + L".log");
     const std::wstring line = L"cd /d \"" + folder.wstring() + L"\" && \"" +
                               (tool::ProgramFolder() / "orvane.exe").wstring() + L"\" " + arguments;

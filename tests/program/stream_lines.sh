@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs the lines of docs/program.md that have `orvane stream` between two ffmpegs, as they stand there, on a video made
-# here: Debian's ffmpeg on both sides, orvane in Wine between them.
+# Runs the lines of docs/program.md that have `orvane stream` between two ffmpeg processes, unchanged, on a video that is
+# created here. ffmpeg is Debian's, and orvane runs in Wine.
 #
 # usage: stream_lines.sh ORVANE_EXE MODEL
 set -euo pipefail

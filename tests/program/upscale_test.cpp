@@ -1,4 +1,4 @@
-// orvane upscale, as the program that people start.
+// The command orvane upscale.
 #include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Names in what the program says, as on every other system.
+// Changes backslashes in the output to slashes.
 Outcome RunWithSlashes(const fs::path& folder, const std::wstring& arguments) {
     Outcome outcome = RunOrvane(folder, arguments);
     std::replace(outcome.text.begin(), outcome.text.end(), '\\', '/');
@@ -28,10 +28,10 @@ Outcome RunWithSlashes(const fs::path& folder, const std::wstring& arguments) {
 struct Case {
     std::wstring arguments;
     int exitCode;
-    std::vector<std::string> texts;  // none: nothing is said
+    std::vector<std::string> texts;  // none: there must be no output
 };
 
-// `model` goes to those that do not name one.
+// Cases without --model get `model`.
 void RunCases(const fs::path& folder, const std::vector<Case>& cases, const std::wstring& model) {
     for (const Case& test : cases) {
         const bool hasModel = test.arguments.find(L"--model") != std::wstring::npos;
@@ -44,7 +44,7 @@ void RunCases(const fs::path& folder, const std::vector<Case>& cases, const std:
     }
 }
 
-// The reference sees the image with the rim that the program adds, and loses it again.
+// The reference result for the image with the rim that the program adds, and with the rim removed again.
 Image Expected(const test::ReferenceNetwork& network, const Image& image) {
     const auto rim = static_cast<uint32_t>(network.depth + 2);
     const auto mirrored = [](int64_t position, int64_t length) {
@@ -71,7 +71,7 @@ Image Expected(const test::ReferenceNetwork& network, const Image& image) {
     return expected;
 }
 
-// The bytes that differ, inside and outside of the columns and rows from `from` to `to`.
+// The number of bytes that differ, inside and outside the columns and rows from `from` to `to`.
 struct Differences {
     int largest = 0;
     size_t inside = 0;
@@ -117,7 +117,7 @@ TEST(Upscale, FolderAgainstTheReferenceAndInTiles) {
     EXPECT_LE(fromReference.largest, 2);
     EXPECT_LE(Compare(Read(images.parent_path() / L"out/deep/\u00FC.png"), Expected(network, small)).largest, 2);
 
-    // Beyond the edges lies nothing then, as the library has it.
+    // Without mirrored edges, as in the library.
     ASSERT_EQ(RunWithSlashes(images.parent_path(), command + L"raw --raw-edges").exitCode, 0);
     test::Image source(first.width, first.height);
     source.pixels = first.pixels;
@@ -125,7 +125,7 @@ TEST(Upscale, FolderAgainstTheReferenceAndInTiles) {
     expected.pixels = test::UpscaleImage(network, source).pixels;
     EXPECT_LE(Compare(Read(images.parent_path() / "raw/first.png"), expected).largest, 2);
 
-    // Two by two tiles, whose seams lie in the middle.
+    // Two by two tiles with seams in the middle.
     ASSERT_EQ(RunWithSlashes(images.parent_path(), command + L"tiled --tile 64").exitCode, 0);
     const Image tiled = Read(images.parent_path() / "tiled/first.png");
     const Differences seams = Compare(tiled, result, 84, 108);
@@ -133,7 +133,7 @@ TEST(Upscale, FolderAgainstTheReferenceAndInTiles) {
     EXPECT_LE(seams.inside * seams.outsidePixels, 2 * seams.outside * seams.insidePixels + seams.outsidePixels * 8);
 }
 
-TEST(Upscale, GoesOnAfterABrokenImageAndWithWhatIsMissing) {
+TEST(Upscale, ContinuesAfterABrokenImageAndWithMissingResults) {
     const TempFolder folder;
     folder.Write("m.bin", MakeBilinearModel(27, 1));
     folder.Write("in/a.tif", Tiff().Bytes());
@@ -173,11 +173,11 @@ TEST(Upscale, GoesOnAfterABrokenImageAndWithWhatIsMissing) {
     };
     RunCases(folder.Path(), cases, model);
     EXPECT_FALSE(fs::exists(folder.Path() / "none"));
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder.Path() / "out"), {}), 1);  // nothing temporary is left
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.Path() / "out"), {}), 1);  // no temporary files are left
     EXPECT_EQ(Read(folder.Path() / "large.jpg").width, 8U);
 }
 
-// Visible red on the left, transparent black on the right: no black may get into what is visible.
+// Visible red on the left, transparent black on the right. No black may get into the visible part.
 TEST(Upscale, TransparencyIsUpscaledAndDarkensNothing) {
     const TempFolder folder;
     Tiff tiff{.width = 12, .height = 10};
@@ -191,7 +191,7 @@ TEST(Upscale, TransparencyIsUpscaledAndDarkensNothing) {
     for (uint32_t x = 0; x < 24; ++x) {
         const uint8_t* pixel = result.Row(9) + 4 * x;
         EXPECT_TRUE(pixel[3] == 0 || (pixel[0] >= 254 && pixel[1] <= 1 && pixel[2] <= 1)) << "column " << x;
-        // Catmull and Rom's filter overshoots by 6 and by 18 of 255 beside the edge, which is cut off.
+        // The Catmull-Rom filter overshoots by 6 and by 18 of 255 next to the edge, which is clipped.
         EXPECT_EQ(pixel[3], x < 11 ? 255 : (x == 11 ? 203 : (x == 12 ? 52 : 0))) << "column " << x;
     }
     EXPECT_NEAR(result.dpiX, 300, 0.1);
@@ -203,6 +203,6 @@ TEST(Upscale, TransparencyIsUpscaledAndDarkensNothing) {
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const orvane::tool::ComScope com;
-    GetDesktopWindow();  // Wine starts its desktop's process now, which else would keep the first log open
+    GetDesktopWindow();  // Wine starts its desktop process now, which would otherwise keep the first log open
     return RUN_ALL_TESTS();
 }

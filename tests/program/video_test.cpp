@@ -106,7 +106,7 @@ test::Image StreamImage(uint32_t number) {
     return image;
 }
 
-TEST(Stream, DoublesFiftyFramesInOrderWithAChangeOfSizeAndAlpha) {
+TEST(Stream, UpscalesFiftyFramesInOrderWithAChangeOfSizeAndAlpha) {
     Workplace place;
     std::string pam;
     std::string raw;
@@ -231,7 +231,7 @@ TEST(Video, KeepsSoundTimesAspectAndFrames) {
     EXPECT_NE(place.Said().find(": Eins\r"), std::string::npos) << place.Said();
 }
 
-TEST(Video, TurnsUprightAndDoublesTransparency) {
+TEST(Video, TurnsUprightAndUpscalesTransparency) {
     Workplace place;
     ASSERT_EQ(
         place.Run(

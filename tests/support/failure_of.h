@@ -1,4 +1,4 @@
-// What a function fails with.
+// The failure of a function.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace orvane::tool {
 
-// The sentence of the failure; empty when there is none.
+// The text of the failure, or empty when there is none.
 template <typename Function>
 std::string FailureOf(Function function) {
     try {

@@ -99,7 +99,7 @@ void ExpectUpscaled(orvane_handle handle, const ReferenceNetwork& network, const
     const size_t pitch = (rowBytes + 255) / 256 * 256;
     std::vector<uint8_t> rows(stride * (expected.height + 1) + 1, kUntouched);
     orvane_frame input = InputFrame(image);
-    input.width = 1;  // the stride counts
+    input.width = 1;  // the stride is used instead
     orvane_frame output = InputFrame(expected);
     output.stride = static_cast<int32_t>(stride);
     output.data = rows.data();

@@ -1,4 +1,4 @@
-// What a host does with the library, for the tests that drive liborvane.dll.
+// A host of the library, for tests of liborvane.dll.
 #pragma once
 
 #include <cstddef>
@@ -14,17 +14,17 @@
 
 namespace orvane::test {
 
-// Catches what liborvane.dll logs, whose log configuration is not this program's.
+// Captures the log of liborvane.dll, which has its own log configuration.
 class LibraryLog : public LogCapture {
 public:
     explicit LibraryLog(int32_t level = ORVANE_LOG_ERROR);
     ~LibraryLog();
 
-    // What has been logged since the last call, without the levels.
+    // The messages since the last call, without their levels.
     std::vector<std::string> TakeTexts();
 };
 
-// Writes the network's model file, encrypted as the name's ending says.
+// Writes the network's model file, encrypted as the extension says.
 std::filesystem::path WriteModel(const TempFolder& folder, const std::string& fileName,
                                  const ReferenceNetwork& network);
 
@@ -46,15 +46,15 @@ private:
     orvane_handle m_handle;
 };
 
-// The frame of an image whose rows follow each other without padding.
+// The frame of an image with rows that have no padding.
 orvane_frame InputFrame(const Image& image);
 orvane_frame OutputFrame(Image& image);
 
-// Upscales one image; the result code is written to `result`.
+// Upscales one image. The result code is written to `result`.
 Image Process(orvane_handle handle, const Image& image, int& result);
 
-// Upscales one image and expects what plain arithmetic makes of it, in rows `stride` bytes apart, with nothing written
-// beyond them but the padding that may be.
+// Upscales one image and compares it with the CPU reference. The rows are `stride` bytes apart. Only padding may be
+// written beyond them.
 void ExpectUpscaled(orvane_handle handle, const ReferenceNetwork& network, const Image& image, size_t stride);
 inline void ExpectUpscaled(orvane_handle handle, const ReferenceNetwork& network, const Image& image) {
     ExpectUpscaled(handle, network, image, size_t{image.width} * 8);
@@ -64,7 +64,7 @@ inline void ExpectUpscaled(orvane_handle handle, const ReferenceNetwork& network
 // by at most 1. Otherwise says where they differ.
 std::string Difference(const Image& actual, const Image& expected);
 
-// The lines in one, with " | " between them.
+// The lines joined by " | ".
 std::string Joined(const std::vector<std::string>& lines);
 
 // Expects the text of a file in tests/transcripts. With ORVANE_WRITE_TRANSCRIPTS set the file is written first.

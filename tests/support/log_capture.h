@@ -1,4 +1,4 @@
-// Catches what the library logs.
+// Captures the log of the library.
 #pragma once
 
 #include <cstdarg>
@@ -16,7 +16,7 @@ namespace orvane {
 
 using LogEntries = std::vector<std::pair<int32_t, std::string>>;  // level and text
 
-// While it lives, it receives every message up to `level`; afterwards nothing is logged. One at a time.
+// Receives all messages up to `level` while it lives. Afterwards nothing is logged. One at a time.
 class LogCapture {
 public:
     explicit LogCapture(int32_t level = ORVANE_LOG_DEBUG) { SetLogConfiguration({level, &Receive, this}); }
@@ -24,7 +24,7 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    // Hands over what has been logged since the last call.
+    // Returns the messages since the last call.
     LogEntries Take() {
         const std::lock_guard lock(m_mutex);
         return std::exchange(m_entries, {});

@@ -1,4 +1,4 @@
-// Bytes in memory to read from.
+// A stream that reads from memory.
 #pragma once
 
 #include <algorithm>

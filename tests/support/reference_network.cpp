@@ -14,13 +14,13 @@ double RoundToHalf(double value) {
     return DecodeHalf(tool::HalfFromFloat(static_cast<float>(value)));
 }
 
-// One channel after the other, each row by row.
+// Channel by channel, each of them row by row.
 struct Planes {
     size_t width = 0;
     size_t height = 0;
     std::vector<double> values;
 
-    // Zero outside. Coordinates below 0 wrap round to large ones.
+    // Zero outside. Coordinates below 0 wrap around to large ones.
     double At(size_t channel, size_t x, size_t y) const {
         return x < width && y < height ? values[(channel * height + y) * width + x] : 0.0;
     }
@@ -130,7 +130,7 @@ double DistanceFromBilinear(const Image& upscaled, const Image& image) {
     for (size_t i = 0; i < upscaled.pixels.size(); ++i) {
         const size_t x = i / 4 % upscaled.width;
         const size_t y = i / 4 / upscaled.width;
-        // Rows and columns with the edge once more on every side.
+        // Rows and columns with the edge repeated once on every side.
         const auto at = [&](size_t column, size_t row) {
             const size_t insideX = std::clamp<size_t>(column, 1, image.width) - 1;
             const size_t insideY = std::clamp<size_t>(row, 1, image.height) - 1;

@@ -1,4 +1,4 @@
-// The network in plain arithmetic on the CPU: what the library's images are compared with.
+// The CPU reference: the network in simple C++, with which the library's images are compared.
 #pragma once
 
 #include <cstddef>
@@ -21,10 +21,10 @@ struct ReferenceNetwork {
     std::vector<ReferenceLayer> layers;
 };
 
-// Weights that keep the values of every layer spread over 0..1, so that a misplaced one shows.
+// Random weights that spread the values of every layer over 0..1, so that a misplaced one is visible.
 ReferenceNetwork MakeRandomNetwork(int32_t channels, int32_t depth, uint32_t seed);
 
-// The bytes of the network's plain model file, and the way back, into a network of the same shape.
+// The network's plain model file as bytes, and the reverse for a network of the same shape.
 std::vector<uint8_t> ModelFile(const ReferenceNetwork& network);
 void ReadModelFile(const std::vector<uint8_t>& file, ReferenceNetwork& network);
 
@@ -47,7 +47,7 @@ Image MakeRandomImage(uint32_t width, uint32_t height, uint32_t seed);
 // The upscaled image, rounded to half precision after every layer.
 Image UpscaleImage(const ReferenceNetwork& network, const Image& image);
 
-// The largest distance of the upscaled image from bilinear interpolation. Beyond the edge lie the pixels at the edge.
+// The largest distance of the upscaled image from bilinear interpolation with repeated edge pixels.
 double DistanceFromBilinear(const Image& upscaled, const Image& image);
 
 // A finite number in half precision.

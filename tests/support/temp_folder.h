@@ -23,7 +23,7 @@ public:
 
     const std::filesystem::path& Path() const { return m_path; }
 
-    // The name may contain folders, which are made.
+    // The name may contain folders, which are created.
     std::filesystem::path Write(const std::string& fileName, const std::vector<uint8_t>& content) const {
         const std::filesystem::path path = m_path / fileName;
         std::filesystem::create_directories(path.parent_path());

@@ -1,4 +1,4 @@
-// Which adapter is the best, what its name says about it, and which Windows is new enough.
+// The ranking and classification of adapters, and the check of the Windows version.
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <map>
@@ -20,7 +20,7 @@ constexpr uint64_t kGiB = 1024 * kMiB;
 constexpr uint32_t kOther = 0x1414;
 
 TEST(AdapterLimits, ViewElementsByVendor) {
-    // 0x10005 is Mesa's software adapter; 0 is one that did not say who made it.
+    // 0x10005 is Mesa's software adapter. 0 is an adapter without a vendor.
     const std::map<uint32_t, int> exponents{{0x10DE, 29}, {0x1002, 29}, {0x1022, 29},  {0x8086, 29}, {0x1414, 29},
                                             {0x5143, 27}, {0x13B5, 27}, {0x10005, 27}, {0xFFFF, 27}, {0, 27}};
     for (const auto& [vendor, exponent] : exponents) {
@@ -49,7 +49,7 @@ TEST(AdapterRanking, DiscreteAndScore) {
                           {{L"AMD APU", kVendorAmd, 2 * kGiB}, false, 2548},
                           {{L"AMD APU RX 1", kVendorAmd, 0}, true, 10500},
                           {{L"Arc", kVendorAmd, 0}, false, 500},
-                          // NVIDIA: everything but Tegra.
+                          // NVIDIA: all except Tegra.
                           {{L"NVIDIA GeForce GT 710", kVendorNvidia, 0}, true, 11000},
                           {{L"NVIDIA Tegra X1", kVendorNvidia, 2 * kGiB}, false, 3048},
                           {{L"GeForce", kVendorNvidia, 12 * kGiB}, true, 12288 + 11000},
@@ -59,7 +59,7 @@ TEST(AdapterRanking, DiscreteAndScore) {
                           {{L"Intel(R) Iris(R) Xe MAX Graphics", kVendorIntel, 512 * kMiB}, false, 612},
                           {{L"Intel UHD", kVendorIntel, kGiB}, false, 1124},
                           {{L"Intel UHD", kVendorIntel, kGiB + 1}, true, 11124},
-                          // Others: the size alone.
+                          // Others: only the size.
                           {{L"Radeon RX 580", kOther, kGiB}, false, 1024},
                           {{L"Tegra", kOther, kGiB + 1}, true, 11024},
                           {{L"", kOther, kMiB - 1}, false, 0},
@@ -92,7 +92,7 @@ TEST(AdapterRanking, OrdersDiscreteFirstThenByScore) {
 
 TEST(AdapterClasses, VendorAndPerformanceOfNames) {
     using Classes = std::pair<int32_t, int32_t>;  // vendor and performance
-    // The first 127 bytes of a name count.
+    // Only the first 127 bytes of a name count.
     const std::map<Classes, std::vector<std::string>> cases{
         {{0, 0}, {"", "Microsoft Basic Render Driver", "RX580", "\xC3\x84\xFF 3080", std::string(122, '-') + "NVIDIA"}},
         {{1, 3},

@@ -14,7 +14,7 @@ namespace {
 constexpr int32_t kLowest = std::numeric_limits<int32_t>::min();
 constexpr int32_t kHighest = std::numeric_limits<int32_t>::max();
 
-// What the default sink's stream shows of one message per level.
+// The output of the default sink for one message per level.
 std::string PrintedOfEveryLevel() {
     testing::internal::CaptureStdout();
     for (const int32_t level : {kLowest, -1, 0, 1, 2, 3, 4, kHighest}) {
@@ -23,7 +23,7 @@ std::string PrintedOfEveryLevel() {
     return testing::internal::GetCapturedStdout();
 }
 
-// Printed before any test can have configured the log.
+// Printed before a test configures the log.
 const std::string kPrintedUnconfigured = PrintedOfEveryLevel();
 
 TEST(LogMessage, PassesLevelsUpToTheConfiguredOne) {

@@ -1,4 +1,4 @@
-// The block cipher, its container, and model files of every ending.
+// The block cipher, its container, and model files with all extensions.
 #include "model/model_stream.h"
 
 #include <algorithm>
@@ -31,7 +31,7 @@ TEST(TeaDecryptBlock, KnownBlocks) {
         Block cipher;
         Block plain;
     };
-    // Encrypted by a script written for this test. Bytes above 127 show a sign that is extended.
+    // Encrypted by a script written for this test. Bytes above 127 reveal a wrong sign extension.
     const std::string_view highKey = "\xFF\xFF\xFF\xFF_\x80\x80\x80\x80_\x7F\x7F\x7F\x7F_\xFE\xFE\xFE\xFE_";
     const Block high{0xFF, 0xFE, 0x80, 0x00, 0x00, 0x01, 0x7F, 0xFF};
     const Case cases[] = {
@@ -72,7 +72,7 @@ Bytes Once(const Bytes& plain) {
     return Encrypt(plain, kFileKey);
 }
 
-// The 7 bytes before the plain content's last one become its trailer.
+// The 7 bytes before the last one of the plain content become the trailer.
 Bytes WithoutLastBlock(Bytes container) {
     container.resize(container.size() - 8);
     return container;
@@ -81,7 +81,7 @@ Bytes WithoutLastBlock(Bytes container) {
 TEST(TeaDecryptBuffer, EveryByteOfTheTrailerMustBeZero) {
     for (size_t damaged = 0; damaged <= 7; ++damaged) {
         Bytes content{1, 2, 3, 4, 5, 6, 0, 0, 0, 0, 0, 0, 0, 0};
-        content[6 + damaged] = 0x10;  // the last one lies in the block that is dropped
+        content[6 + damaged] = 0x10;  // the last one is in the block that is dropped
         const Bytes container = WithoutLastBlock(Once(content));
         int32_t length = 6;
         Bytes body(6);
@@ -92,8 +92,8 @@ TEST(TeaDecryptBuffer, EveryByteOfTheTrailerMustBeZero) {
     }
 }
 
-TEST(OpenModelStream, ReadsAFileAsItsEndingSays) {
-    const Bytes text{'a', '\r', '\n', 'b', '\n', 0, 0x1A, 0xFF, 0, 'z'};  // everything that a text mode alters
+TEST(OpenModelStream, ReadsAFileAsItsExtensionSays) {
+    const Bytes text{'a', '\r', '\n', 'b', '\n', 0, 0x1A, 0xFF, 0, 'z'};  // all bytes that a text mode changes
     const Bytes once = Once(text);
     const Bytes twice = Encrypt(once, kOuterKey);
     const Bytes damaged = WithoutLastBlock(Once({1, 2, 3, 4, 5, 6, 7, 8, 9, 1}));

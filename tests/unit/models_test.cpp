@@ -1,4 +1,4 @@
-// Model files as the programs make, read and choose them.
+// Creating, reading and finding model files.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -48,7 +48,7 @@ TEST(Half, EveryPatternConvertsToItsValueAndBack) {
 
 TEST(Half, RoundsToNearestAndTiesToEven) {
     for (uint16_t pattern = 0; pattern < 0x7C00; ++pattern) {
-        // The step above the largest finite half has the same width, and ends at infinity.
+        // The step above the largest finite half has the same size and ends at infinity.
         const double low = test::DecodeHalf(pattern);
         const double high = pattern == 0x7BFF ? 65536.0 : test::DecodeHalf(static_cast<uint16_t>(pattern + 1));
         const auto middle = static_cast<float>((low + high) / 2);
@@ -62,7 +62,7 @@ TEST(Half, RoundsToNearestAndTiesToEven) {
     EXPECT_EQ(HalfFromFloat(std::numeric_limits<float>::denorm_min()), 0);
 }
 
-TEST(BilinearModel, DoublesWithClampedEdges) {
+TEST(BilinearModel, UpscalesWithClampedEdges) {
     struct Case {
         uint32_t width;
         uint32_t height;
@@ -78,7 +78,7 @@ TEST(BilinearModel, DoublesWithClampedEdges) {
         ASSERT_EQ(file.size(), test::ModelFile(network).size());
         test::ReadModelFile(file, network);
         const test::Image image = test::MakeRandomImage(width, height, 1);
-        // Half a code value, and an eighth for the rounding to half precision.
+        // Half a code value, plus an eighth for the rounding to half precision.
         EXPECT_LE(test::DistanceFromBilinear(test::UpscaleImage(network, image), image), 0.625);
     }
     EXPECT_THROW(MakeBilinearModel(26, 2), Failure);
@@ -87,12 +87,12 @@ TEST(BilinearModel, DoublesWithClampedEdges) {
     EXPECT_THROW(MakeBilinearModel(32, 15), Failure);
 }
 
-TEST(ModelFile, ComesBackInAllFormsOrIsSaidToBeDamaged) {
+TEST(ModelFile, ComesBackInAllFormsOrIsReportedAsDamaged) {
     const TempFolder folder;
     const std::vector<uint8_t> plain = MakeBilinearModel(27, 1);
-    for (const std::string ending : {"bin", "EN", "en", "en2"}) {
-        SCOPED_TRACE(ending);
-        const std::filesystem::path path = folder.Path() / ("model." + ending);
+    for (const std::string extension : {"bin", "EN", "en", "en2"}) {
+        SCOPED_TRACE(extension);
+        const std::filesystem::path path = folder.Path() / ("model." + extension);
         WriteModelFile(path, plain);
         EXPECT_EQ(ReadModelFile(path), plain);
         std::stringstream readByLibrary;
@@ -105,31 +105,31 @@ TEST(ModelFile, ComesBackInAllFormsOrIsSaidToBeDamaged) {
         EXPECT_EQ(ReadWholeFile(path), file);
         EXPECT_EQ(file == plain, !isEncrypted);
         if (isEncrypted) {
-            EXPECT_THROW(ReadModelFile(folder.Write("plain." + ending, plain)), Failure);
+            EXPECT_THROW(ReadModelFile(folder.Write("plain." + extension, plain)), Failure);
             file[file.size() / 2] ^= 1;
-            EXPECT_THROW(ReadModelFile(folder.Write("changed." + ending, file)), Failure);
+            EXPECT_THROW(ReadModelFile(folder.Write("changed." + extension, file)), Failure);
             file.resize(file.size() - 8);
-            EXPECT_THROW(ReadModelFile(folder.Write("cut." + ending, file)), Failure);
-            EXPECT_THROW(ReadModelFile(folder.Write("empty." + ending, {})), Failure);
+            EXPECT_THROW(ReadModelFile(folder.Write("cut." + extension, file)), Failure);
+            EXPECT_THROW(ReadModelFile(folder.Write("empty." + extension, {})), Failure);
         }
     }
 }
 
-TEST(ModelFile, OneChangedBitOrAMissingEndShows) {
+TEST(ModelFile, OneChangedBitOrAMissingEndIsDetected) {
     const TempFolder folder;
     for (const size_t length : {0U, 13U}) {
-        for (const std::string ending : {"en", "en2"}) {
-            const std::filesystem::path path = folder.Path() / ("m." + ending);
+        for (const std::string extension : {"en", "en2"}) {
+            const std::filesystem::path path = folder.Path() / ("m." + extension);
             WriteModelFile(path, std::vector<uint8_t>(length, 7));
             const std::vector<uint8_t> whole = ReadWholeFile(path);
             for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
                 std::vector<uint8_t> changed = whole;
                 changed[bit / 8] = static_cast<uint8_t>(changed[bit / 8] ^ (1U << bit % 8));
-                EXPECT_THROW(ReadModelFile(folder.Write("m." + ending, changed)), Failure) << ending << ", bit " << bit;
+                EXPECT_THROW(ReadModelFile(folder.Write("m." + extension, changed)), Failure) << extension << ", bit " << bit;
             }
             for (size_t size = 0; size < whole.size(); ++size) {
                 const std::vector<uint8_t> cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size));
-                EXPECT_THROW(ReadModelFile(folder.Write("m." + ending, cut)), Failure) << ending << ", " << size;
+                EXPECT_THROW(ReadModelFile(folder.Write("m." + extension, cut)), Failure) << extension << ", " << size;
             }
         }
     }
@@ -215,7 +215,7 @@ TEST(ModelCard, IsReadOrSaysWhatIsWrong) {
     }
 }
 
-// A weights folder with whole and broken models, and what becomes of options that name them.
+// A weights folder with valid and broken models, and the results of options that name them.
 TEST(FindModel, FindsNamesAndPathsOrSaysWhatIsWrong) {
     const TempFolder folder;
     const std::filesystem::path weights = folder.Path() / "w";

@@ -1,4 +1,4 @@
-// The layer table, and the layout of its model file.
+// The layer table and the layout of the model file.
 #include "model/network.h"
 
 #include <array>

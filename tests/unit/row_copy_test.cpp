@@ -1,4 +1,4 @@
-// Rows handed to the host, and the performance counter in microseconds.
+// Copying rows to the host, and the performance counter in microseconds.
 #include "engine/row_copy.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ TEST(CopyRows, WritesWhatFitsAndNothingElse) {
         int32_t stride;
         uint32_t height;
         size_t sourceBytes;
-        size_t copied;  // of every row but the last
+        size_t copied;  // of every row except the last
         size_t copiedLastRow;
     };
     // Rows of 12 bytes. The last one usually has no padding: 3 rows of pitch 16 are 44 bytes.
@@ -54,7 +54,7 @@ TEST(CounterToMicroseconds, IsExactForLargeCounters) {
         {5, 3, 1'666'666},
         {28'636'359, 3'579'545, 7'999'999},
         {14'999'999'999, 3'000'000'000, 4'999'999},
-        // Ten years at 10 MHz: a product of the whole counter with a million would overflow.
+        // Ten years at 10 MHz: the whole counter times a million would overflow.
         {3'153'600'000'000'017, 10'000'000, 315'360'000'000'001},
         {kLargest, 10'000'000, 922'337'203'685'477'580},
         {kLargest, 1'000'000, kLargest},

@@ -1,4 +1,4 @@
-// What is read from other programs and said to them: PAM, NUT, ffmpeg's words and its command lines.
+// The formats exchanged with other programs: PAM, NUT, ffmpeg's messages and its command lines.
 #include <algorithm>
 #include <gtest/gtest.h>
 

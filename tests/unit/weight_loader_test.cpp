@@ -1,4 +1,4 @@
-// Reading weights by name, and reading them again only when something changed.
+// Reading weights by name, and reading the file again only after a change.
 #include "model/weight_loader.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ namespace {
 constexpr size_t kDefaultBytes = 45720;
 const std::vector<size_t> kDefaultCounts = {864, 32, 9216, 32, 9216, 32, 3456, 12};
 
-// The values of a model file, others for every seed.
+// The values of a model file. They differ for every seed.
 std::vector<uint16_t> Values(uint32_t seed) {
     std::mt19937 random(seed);
     std::vector<uint16_t> values(kDefaultBytes / 2);
@@ -29,7 +29,7 @@ std::vector<uint16_t> Values(uint32_t seed) {
     return values;
 }
 
-// The map of such a file: the numbers of values in filter1, bias1, filter2, ...
+// The map of such a file, given the numbers of values in filter1, bias1, filter2, ...
 WeightMap MapOf(const std::vector<size_t>& counts, uint32_t seed) {
     WeightMap map;
     const std::vector<uint16_t> values = Values(seed);
@@ -89,7 +89,7 @@ TEST_F(WeightLoaderTest, RefusesAFileThatEndsAnywhereTooEarly) {
         const std::filesystem::path path = PathOf(name);
         tool::WriteModelFile(path, {bytes, kBytes});
         const std::vector<uint8_t> whole = tool::ReadWholeFile(path);
-        // What is no whole number of blocks is as many zeros.
+        // Without a whole number of blocks, the result is that many zeros.
         const size_t step = name == "m" ? 1 : 8;
         for (size_t size = 0; size < whole.size(); size += step) {
             m_folder.Write(name, {whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)});
@@ -129,7 +129,7 @@ TEST_F(WeightLoaderTest, ReadsAgainOnlyAfterAChange) {
     Write("first", kDefaultBytes, 1);
     Write("second", kDefaultBytes, 2);
     EXPECT_EQ(m_loader.LoadWeights(PathOf("second"), {0, 32, 3, 1}, m_map), 0);
-    EXPECT_EQ(m_map, WeightMap{});  // no layers: nothing is held, and nothing of the file stays behind
+    EXPECT_EQ(m_map, WeightMap{});  // no layers: nothing is held or left over from the file
     for (const Step& step : steps) {
         SCOPED_TRACE(step.name);
         const bool succeeds = step.messages != missing;
@@ -148,7 +148,7 @@ TEST_F(WeightLoaderTest, ReadsAgainOnlyAfterAChange) {
     EXPECT_EQ(m_loader.LoadWeights(PathOf("second"), steps[8].config, m_map), -1);
 }
 
-TEST_F(WeightLoaderTest, FoldersAreNoModels) {
+TEST_F(WeightLoaderTest, FoldersAreNotModels) {
     for (const char* const name : {"folder", "folder.en", "folder.en2"}) {
         std::filesystem::create_directory(m_folder.Path() / name);
         EXPECT_EQ(m_loader.LoadWeights(PathOf(name), NetworkConfig{}, m_map), -1) << name;

@@ -1,5 +1,5 @@
-// The least that Direct3D and DirectML can be asked for. What a checking layer says about these comes from below: from
-// Wine's translation of Direct3D to Vulkan, or from DirectML.
+// Minimal uses of Direct3D and DirectML. Messages of a validation layer about these are caused by Wine's translation of
+// Direct3D to Vulkan, or by DirectML.
 #pragma once
 
 #include <stdexcept>
@@ -14,8 +14,8 @@ inline void Require(bool done, const char* what) {
     }
 }
 
-// Twice: uploads a texture, draws it into another in a compute shader, and copies that back to the host. Without the
-// barriers between two dispatches that write the same texture when `withFault`.
+// Twice: uploads a texture, copies it to another in a compute shader, and reads that back. `withFault` leaves out the
+// barriers between two dispatches that write the same texture.
 void RunDirect3D(DX::DeviceResources& resources, bool withFault);
 
 // Twice: one convolution from buffer to buffer.

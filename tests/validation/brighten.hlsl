@@ -1,4 +1,4 @@
-// One texture into another of the same size. Three constants, since it matters that they are no multiple of 16 bytes.
+// Brightens a texture into another of the same size. Three constants, because they must not be a multiple of 16 bytes.
 cbuffer Constants : register(b0) {
     uint height;
     uint width;

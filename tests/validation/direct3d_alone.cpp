@@ -5,7 +5,7 @@
 #include "gpu/gpu_resource.h"
 #include "tests/validation/alone.h"
 
-// Bytecode, made from brighten.hlsl by the build.
+// Bytecode, which the build compiles from brighten.hlsl.
 #include "brighten.h"
 
 namespace orvane::validation {

@@ -1,4 +1,4 @@
-// Runs everything once. With the argument "fault" it leaves a barrier out, which the checks have to find.
+// Runs everything once. With the argument "fault" it leaves out a barrier, which the validation must find.
 #include <cstdio>
 #include <string_view>
 
