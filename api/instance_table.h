@@ -16,7 +16,8 @@ namespace orvane {
 // are opened and closed. Simultaneous opens and closes are not synchronised here.
 class ComCounter {
 public:
-    // 0, or -1 with the reason logged and nothing counted. It is not an error if COM is already initialised in another mode.
+    // 0, or -1 with the reason logged and nothing counted. It is not an error if COM is already initialised in another
+    // mode.
     int32_t Add();
     void Remove();
 

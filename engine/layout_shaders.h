@@ -9,8 +9,8 @@
 
 namespace orvane {
 
-// A compute shader that is ready for dispatch. All of them bind 32-bit root constants (b0), one shader-resource view (t0)
-// and one unordered-access view (u0), in this order of root parameters.
+// A compute shader that is ready for dispatch. All of them bind 32-bit root constants (b0), one shader-resource view
+// (t0) and one unordered-access view (u0), in this order of root parameters.
 struct ComputeShader {
     ComPtr<ID3D12RootSignature> rootSignature;
     ComPtr<ID3D12PipelineState> pipelineState;

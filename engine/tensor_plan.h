@@ -54,7 +54,8 @@ struct NetworkPlan {
 };
 
 // The part of the plan that does not depend on the layers: the bytes of the input tensor, the shape of the upscaled
-// image as a tensor, and `outputSize` raised to that tensor's bytes. A size that looks like a mistake is logged and kept.
+// image as a tensor, and `outputSize` raised to that tensor's bytes. A size that looks like a mistake is logged and
+// kept.
 void CalcOutputSize(const TensorShape& inputShape, TensorLayout layout, uint64_t& inputSize, TensorShape& outputShape,
                     uint64_t& outputSize);
 

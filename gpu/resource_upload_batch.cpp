@@ -101,8 +101,8 @@ public:
         m_submitted->commandList = m_commandList;
         m_submitted->fence = fence;
         m_submitted->gpuCompleteEvent = gpuCompleteEvent;
-        // The task keeps the batch until the GPU is done, whether or not this object still exists. If waiting fails, the
-        // future keeps it.
+        // The task keeps the batch until the GPU is done, whether or not this object still exists. If waiting fails,
+        // the future keeps it.
         std::future<void> future = std::async(std::launch::async, [batch = m_submitted]() mutable {
             WaitForCompletion(*batch);
             batch.reset();

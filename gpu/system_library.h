@@ -33,9 +33,9 @@ private:
     HMODULE m_module = nullptr;
 };
 
-// The entry points that an engine calls. Each loads its DLL when first called. If the DLL or the entry point is missing,
-// the call fails with the HRESULT of the Windows error. A DLL that was used stays in the process: freeing it would also
-// unload the driver, and some drivers do not survive that.
+// The entry points that an engine calls. Each loads its DLL when first called. If the DLL or the entry point is
+// missing, the call fails with the HRESULT of the Windows error. A DLL that was used stays in the process: freeing it
+// would also unload the driver, and some drivers do not survive that.
 class SystemLibraries {
 public:
     HRESULT CreateDXGIFactory2(UINT flags, REFIID iid, void** factory);

@@ -4,8 +4,8 @@
 #include <system_error>
 
 #include "apps/models/model_file.h"
-#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/long_path.h"
 #include "apps/utils/files/utf8_path.h"
 #include "apps/utils/text.h"
@@ -122,7 +122,8 @@ fs::path FindModelFile(const std::string& model, const fs::path& weightsFolder, 
         RefuseName(model, weightsFolder);
     }
     note =
-        "There is no trained model. The bilinear placeholder is used instead, which is no sharper than bilinear scaling.";
+        "There is no trained model. The bilinear placeholder is used instead, which is no sharper than bilinear "
+        "scaling.";
     return pathOf(kPlaceholder);
 }
 

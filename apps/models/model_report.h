@@ -18,7 +18,7 @@ struct ModelReport {
     std::filesystem::path path;
     uint64_t fileBytes = 0;
     uint64_t plainBytes = 0;
-    std::vector<NetworkSize> fitting;    // the networks that fit the file's length
+    std::vector<NetworkSize> fitting;  // the networks that fit the file's length
     std::optional<ModelCard> card;
     std::optional<NetworkSize> network;  // the one that was inspected; none if it is unknown
     ModelInspection inspection;

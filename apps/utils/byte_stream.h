@@ -11,8 +11,8 @@ class ByteSource {
 public:
     virtual ~ByteSource() = default;
 
-    // Fills `bytes` from the front and returns the number of bytes read, which is smaller only at the end of the stream.
-    // Throws Failure when reading fails.
+    // Fills `bytes` from the front and returns the number of bytes read, which is smaller only at the end of the
+    // stream. Throws Failure when reading fails.
     virtual size_t Read(std::span<uint8_t> bytes) = 0;
 };
 

@@ -12,7 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const orvane::TempFolder folder;
     FuzzedDataProvider fuzz(data, size);
     const auto any = [&fuzz] { return fuzz.ConsumeIntegral<uint32_t>() >> fuzz.ConsumeIntegralInRange(0, 31); };
-    const orvane::NetworkConfig first{fuzz.ConsumeIntegralInRange(0U, 31U), any(), any(), 1};  // 2^32 would only need memory
+    // More layers would only need memory.
+    const orvane::NetworkConfig first{fuzz.ConsumeIntegralInRange(0U, 31U), any(), any(), 1};
     const orvane::NetworkConfig second{fuzz.ConsumeIntegralInRange(0U, 31U), any(), any(), 1};
     const auto file = fuzz.ConsumeRemainingBytes<uint8_t>();
     orvane::WeightLoader loader;

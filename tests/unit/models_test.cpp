@@ -125,7 +125,8 @@ TEST(ModelFile, OneChangedBitOrAMissingEndIsDetected) {
             for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
                 std::vector<uint8_t> changed = whole;
                 changed[bit / 8] = static_cast<uint8_t>(changed[bit / 8] ^ (1U << bit % 8));
-                EXPECT_THROW(ReadModelFile(folder.Write("m." + extension, changed)), Failure) << extension << ", bit " << bit;
+                EXPECT_THROW(ReadModelFile(folder.Write("m." + extension, changed)), Failure)
+                    << extension << ", bit " << bit;
             }
             for (size_t size = 0; size < whole.size(); ++size) {
                 const std::vector<uint8_t> cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size));

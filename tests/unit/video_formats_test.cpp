@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
-#include "apps/orvane/video/ffmpeg_arguments.h"
 #include "apps/orvane/containers/nut.h"
 #include "apps/orvane/containers/pam.h"
-#include "apps/utils/process/command_line.h"
+#include "apps/orvane/video/ffmpeg_arguments.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/process/command_line.h"
 #include "tests/support/memory_source.h"
 
 namespace orvane::tool {

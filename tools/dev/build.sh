@@ -33,7 +33,7 @@ run_tests() {
   grep -a -E 'failure points of|size changes:' "$BUILD/mingw-release/Testing/Temporary/LastTest.log"
 }
 
-# In code that never ran gcovr cannot tell which branches only an exception takes: there it counts them all.
+# In code that never ran, gcovr counts all branches, including those that only an exception takes.
 count_coverage() {
   gcovr --root . --filter '(api|model|engine|gpu|apps)/' --gcov-executable x86_64-w64-mingw32-gcov-posix \
     --exclude-throw-branches --exclude-unreachable-branches --json "$1" "$BUILD/mingw-coverage"
@@ -44,10 +44,10 @@ coverage() {
   setup_tests coverage
   need_wine
   build mingw-coverage
-  # Programs add to what earlier runs, and those of the build, have counted.
+  # Programs add to the counts of earlier runs, which the build also starts.
   find "$BUILD/mingw-coverage" -name '*.gcda' -delete
   step "Testing the library under Wine, counting" ctest --preset mingw-coverage --parallel "$(nproc)"
-  step "Collecting what was counted" count_coverage "$data"
+  step "Collecting the counts" count_coverage "$data"
   say "Branches (those that only an exception takes or that GCC made up are left out)"
   gcovr --add-tracefile "$data" --branches
   say "Lines"

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What a change must pass besides the tests: format, code, scripts, validation layers.
+# The checks besides the tests: format, code, scripts, validation layers.
 
 VALIDATION=$BUILD/validation
 
@@ -12,13 +12,13 @@ validated() {
   }
 }
 
-# messages NAME...: what the layer said, without what differs from one time to the next: handles, numbers, explanations.
+# messages NAME...: the layer's messages without the parts that differ between runs: handles, numbers, explanations.
 messages() {
   sed -nE 's/^(\S+)\(.*msgNum: .*\| MessageID = 0x[0-9a-f]+ \| (.*)/\1 \2/p' "${@/#/$VALIDATION/}" |
     sed -E 's/\. The Vulkan .*//; s/0x[0-9a-f]+/H/g; s/[0-9]+/N/g'
 }
 
-# Fails on any message that Direct3D and DirectML do not cause alone.
+# Fails on messages that Direct3D and DirectML do not cause by themselves.
 validate() {
   local frames=(frames.log frames_nhwc.log exports.log)
   setup validate
@@ -32,7 +32,7 @@ validate() {
   step "Running the tests of the exports, which change sizes" validated exports exports_test
   messages baseline.log | sort -u >"$VALIDATION/known.txt"
   messages fault.log | sort -u | comm -23 - "$VALIDATION/known.txt" | grep '^SYNC-HAZARD' >/dev/null ||
-    die "the barrier that was left out was not missed: the checks are not on"
+    die "the missing barrier was not reported: the checks are not active"
   if messages "${frames[@]}" | sort -u | comm -23 - "$VALIDATION/known.txt" | grep .; then
     die "the library causes these messages; the logs are in $VALIDATION"
   fi
@@ -50,7 +50,7 @@ check_spelling() { git ls-files -z -co --exclude-standard ':!tests/fuzz/corpus' 
 
 check_python() { git ls-files -z -co --exclude-standard '*.py' | xargs -0 flake8; }
 
-# clang reads what GCC compiled: the same flags, MinGW's headers, so that a second compiler's warnings are seen too.
+# clang reads the same files with the same flags and MinGW's headers, for the warnings of a second compiler.
 check_tidy() {
   local gcc_folder flag flags=(-Wno-unknown-warning-option -Wno-unused-command-line-argument)
   gcc_folder=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=include)")
@@ -60,11 +60,11 @@ check_tidy() {
   # shellcheck disable=SC2046
   sources | grep -E '\.(cpp|c)$' | grep -v -e '^tests/fuzz/' $(have_peer || printf -- '-e ^bench/peer') | xargs -P "$(nproc)" -n 4 \
     clang-tidy --quiet -p "$BUILD/mingw-release" $(printf -- '--extra-arg=%s ' "${flags[@]}")
-  # These are for clang alone.
+  # These are only for clang.
   clang-tidy --quiet -p "$BUILD/native" tests/fuzz/*.cpp
 }
 
-# What a host compiles with Visual C++. Its own headers are not here, so clang's must do, which have just what orvane.h needs.
+# The headers that a host compiles with Visual C++. Its own headers are missing here; clang's have what orvane.h needs.
 check_interface() {
   local language
   for language in "c -std=c99" "c++ -std=c++17"; do

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# Fuzzing the readers of outside bytes.
+# Fuzzing everything that reads untrusted bytes.
 
-# fuzz_entry NAME SECONDS: runs it from the kept inputs and those of earlier runs.
+# fuzz_entry NAME SECONDS: runs an entry with the kept inputs and those of earlier runs.
 fuzz_entry() {
   local folder=$BUILD/fuzz/$1 result=0
   mkdir -p "$folder" "tests/fuzz/corpus/$1"
@@ -21,7 +21,7 @@ fuzz() {
   entries=$(basename -s .cpp tests/fuzz/*.cpp)
   build native
   say "Fuzzing each entry for $minutes min, $(nproc) at a time"
-  # A disk would be what the entries wait for.
+  # On a disk the entries would mostly wait.
   export BUILD LOGS TMPDIR=/dev/shm
   export -f fuzz_entry
   # shellcheck disable=SC2016,SC2086

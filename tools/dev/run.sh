@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Running commands: steps with a log, interrupts, Wine.
 
-# What runs, runs in a process group of its own, so that an interrupt ends all of it.
+# Commands run in their own process group, so an interrupt ends all of it.
 group=
 
 start() {
@@ -18,7 +18,7 @@ finish() {
   return "$result"
 }
 
-# In two parts, because bash ignores `set -e` inside a function whose result is asked for.
+# In two parts, because bash ignores `set -e` in a function whose result is tested.
 run() {
   start "$@"
   finish
@@ -37,7 +37,7 @@ trap 'interrupted 129' HUP
 trap 'interrupted 130' INT
 trap 'interrupted 143' TERM
 
-# step TEXT COMMAND...: runs a command with its output in a log file, and says what it is doing and how long it took.
+# step TEXT COMMAND...: runs a command with its output in a log file, and prints the text and the time.
 step() {
   local text=$1 log started=$EPOCHREALTIME
   shift
@@ -56,7 +56,7 @@ step() {
 
 seconds_since() { awk -v a="$1" -v b="$EPOCHREALTIME" 'BEGIN { printf "%.1f s", b - a }'; }
 
-# One display for all programs that this command runs.
+# One display for all programs of this command.
 need_wine() {
   if [ -z "${ORVANE_WINE_SESSION:-}" ]; then
     cd "$here"

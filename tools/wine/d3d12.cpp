@@ -1,7 +1,7 @@
 // A d3d12.dll that wraps Wine's own, for Wine 9 and later. There ID3D12Device5::EnumerateMetaCommands is a stub that
-// fails, and DirectML then creates no device. This one reports that there are no meta commands and leaves everything else
-// to Wine (wine_d3d12.dll; d3d12.def forwards the other exports). tools/wine/run-wine builds it into the prefix. It is
-// not shipped.
+// fails, and DirectML then creates no device. This one reports that there are no meta commands and leaves everything
+// else to Wine (wine_d3d12.dll; d3d12.def forwards the other exports). tools/wine/run-wine builds it into the prefix.
+// It is not shipped.
 #include <array>
 #include <bit>
 #include <cstdint>

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "apps/orvane/machine/benchmark.h"
 #include "apps/orvane/frames/library_log.h"
+#include "apps/orvane/machine/benchmark.h"
 #include "apps/orvane/machine/machine.h"
 #include "apps/orvane/machine/machine_report.h"
 #include "apps/utils/failure.h"
@@ -93,8 +93,8 @@ GraphicsAdapter RequireAdapter() {
 }
 
 void PrintHead(const GraphicsAdapter& adapter, const ModelChoice& model) {
-    Print(Formatted("%s; %d channels, depth %d. Times in milliseconds; fps from the median.",
-                    adapter.name.c_str(), model.channels, model.depth));
+    Print(Formatted("%s; %d channels, depth %d. Times in milliseconds; fps from the median.", adapter.name.c_str(),
+                    model.channels, model.depth));
     Print("input            fps       min    median    95 %    frames      open     first  memory");
 }
 
@@ -128,8 +128,8 @@ private:
         const Size size = SizeFromText(text).value_or(Size{});
         const double expected = m_last ? ExpectedSeconds(*m_last, size, m_arguments.box) : 0;
         if (m_arguments.sizes.empty() && expected > kMaxSecondsUnasked) {
-            Note(Formatted("%s is skipped because it would take about %.0f s. --size %s measures it.", text.c_str(), expected,
-                           text.c_str()));
+            Note(Formatted("%s is skipped because it would take about %.0f s. --size %s measures it.", text.c_str(),
+                           expected, text.c_str()));
             return;
         }
         Note("Measuring " + text + " ...");

@@ -41,9 +41,8 @@ Trial TryFrame() {
         std::vector<uint8_t> output(4 * input.size());
         upscaler.Process({kWidth, kHeight, size_t{kWidth} * 4, input.data()},
                          {2 * kWidth, 2 * kHeight, size_t{kWidth} * 8, output.data()});
-        return IsGrey(output)
-                   ? Trial{true, "A trial frame was upscaled correctly."}
-                   : Trial{false, "A trial frame has wrong colours. Install the newest graphics driver."};
+        return IsGrey(output) ? Trial{true, "A trial frame was upscaled correctly."}
+                              : Trial{false, "A trial frame has wrong colours. Install the newest graphics driver."};
     } catch (const Failure& failure) {
         return {false, failure.what()};
     }
@@ -64,7 +63,8 @@ void Check(bool isJson) {
 
 void AddCheckCommand(CLI::App& app) {
     const auto isJson = std::make_shared<bool>(false);
-    CLI::App* const check = app.add_subcommand("check", "Checks whether this machine can run the network, and says why not");
+    CLI::App* const check =
+        app.add_subcommand("check", "Checks whether this machine can run the network, and says why not");
     check->footer("Exit code: 0 if it can, 1 if it cannot.\nExample: orvane check");
     check->add_flag("--json", *isJson, "Print one JSON object instead of text");
     check->callback([isJson] { Check(*isJson); });

@@ -164,7 +164,8 @@ void AddModelCommand(CLI::App& app) {
 
     CLI::App* const make = Add(*model, "new", "Creates a bilinear placeholder, for trials", New, arguments);
     make->footer("Example: orvane model new trial.en --channels 32 --depth 2");
-    AddOutput(*make, *arguments, "The model file to write, encrypted if its extension is .en or .en2; a .json next to it");
+    AddOutput(*make, *arguments,
+              "The model file to write, encrypted if its extension is .en or .en2; a .json next to it");
     make->add_option("--channels", arguments->network.channels, "Feature channels of the network")
         ->capture_default_str()
         ->check(CLI::Range(static_cast<int32_t>(kMinBilinearChannels), kMaxModelChannels));

@@ -27,9 +27,8 @@ struct Arguments {
 
 std::string CheckSize(const std::string& text) {
     const std::optional<Size> size = SizeFromText(text);
-    return size && IsFrameSize(size->width, size->height)
-               ? std::string()
-               : Quoted(text) + " is not a size of a frame, such as 640x360";
+    return size && IsFrameSize(size->width, size->height) ? std::string()
+                                                          : Quoted(text) + " is not a size of a frame, such as 640x360";
 }
 
 void Run(const Arguments& arguments) {

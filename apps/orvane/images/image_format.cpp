@@ -12,9 +12,10 @@ using Extension = std::pair<const char*, ImageFormat>;
 
 // Results get the first extension of their format.
 constexpr std::array kExtensions{
-    Extension{".png", ImageFormat::kPng},  Extension{".jpg", ImageFormat::kJpeg}, Extension{".jpeg", ImageFormat::kJpeg},
-    Extension{".jpe", ImageFormat::kJpeg}, Extension{".tif", ImageFormat::kTiff}, Extension{".tiff", ImageFormat::kTiff},
-    Extension{".bmp", ImageFormat::kBmp},  Extension{".dib", ImageFormat::kBmp},
+    Extension{".png", ImageFormat::kPng},   Extension{".jpg", ImageFormat::kJpeg},
+    Extension{".jpeg", ImageFormat::kJpeg}, Extension{".jpe", ImageFormat::kJpeg},
+    Extension{".tif", ImageFormat::kTiff},  Extension{".tiff", ImageFormat::kTiff},
+    Extension{".bmp", ImageFormat::kBmp},   Extension{".dib", ImageFormat::kBmp},
 };
 
 std::string LowerCaseExtension(const std::filesystem::path& path) {

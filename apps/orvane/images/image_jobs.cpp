@@ -56,7 +56,8 @@ public:
             AddList();
         }
         if (m_jobs.empty()) {
-            throw Failure("There are no images to upscale. Files with these extensions count: .png, .jpg, .tif, .bmp and .webp.");
+            throw Failure(
+                "There are no images to upscale. Files with these extensions count: .png, .jpg, .tif, .bmp and .webp.");
         }
         return std::move(m_jobs);
     }

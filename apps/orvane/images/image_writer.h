@@ -15,8 +15,8 @@ struct WritingOptions {
 };
 
 // Writes a file with 8 bits per channel and the image's colours, transparency, colour profile and resolution. Calls
-// `warn` for what the format or this system cannot keep. Throws Failure, and may then leave a half-written file. Needs COM
-// on this thread.
+// `warn` for what the format or this system cannot keep. Throws Failure, and may then leave a half-written file. Needs
+// COM on this thread.
 void WriteImage(const std::filesystem::path& path, const Image& image, const WritingOptions& options,
                 const Warning& warn);
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/frames/library_log.h"
 #include "apps/orvane/machine/memory_use.h"
-#include "apps/orvane/commands/model_options.h"
 #include "apps/utils/text.h"
 
 namespace orvane::tool {

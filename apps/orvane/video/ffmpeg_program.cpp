@@ -6,10 +6,10 @@
 
 #include <windows.h>
 
-#include "apps/utils/files/atomic_file.h"
-#include "apps/utils/process/child_process.h"
 #include "apps/utils/failure.h"
+#include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/program_folder.h"
+#include "apps/utils/process/child_process.h"
 #include "apps/utils/text.h"
 
 namespace orvane::tool {

@@ -6,9 +6,9 @@
 
 #include <windows.h>
 
-#include "apps/utils/process/command_line.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/files/utf8_path.h"
+#include "apps/utils/process/command_line.h"
 #include "apps/utils/text.h"
 #include "apps/utils/windows_text.h"
 
