@@ -1,11 +1,11 @@
 #include "apps/models/model_report.h"
 
 #include <array>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
@@ -25,12 +25,6 @@ std::optional<NetworkSize> NetworkToInspect(const ModelOptions& options, const M
     }
     const NetworkSize network = told.value_or(NetworkSize{});
     return NetworkSize{options.channels.value_or(network.channels), options.depth.value_or(network.depth)};
-}
-
-std::string Formatted(const char* format, auto... values) {
-    std::array<char, 256> text{};
-    std::snprintf(text.data(), text.size(), format, values...);
-    return text.data();
 }
 
 std::string RangeText(const ValueRange& range) {

@@ -1,10 +1,10 @@
 #include "apps/utils/progress_meter.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <utility>
+
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 namespace {
@@ -12,24 +12,13 @@ namespace {
 // The parts of an item may add up to slightly less than 1.
 constexpr double kRounding = 1e-6;
 
-std::string OneDecimal(double value) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f", value);
-    return text.data();
-}
-
 // "0:07", "12:34", "1:00:00"
 std::string Duration(double seconds) {
     const auto whole = static_cast<uint64_t>(std::clamp(std::ceil(seconds), 0.0, 360000000.0));
-    std::array<char, 32> text{};
-    if (whole < 3600) {
-        std::snprintf(text.data(), text.size(), "%u:%02u", static_cast<unsigned>(whole / 60),
-                      static_cast<unsigned>(whole % 60));
-    } else {
-        std::snprintf(text.data(), text.size(), "%u:%02u:%02u", static_cast<unsigned>(whole / 3600),
-                      static_cast<unsigned>(whole / 60 % 60), static_cast<unsigned>(whole % 60));
-    }
-    return text.data();
+    const auto hours = static_cast<unsigned>(whole / 3600);
+    const auto minutes = static_cast<unsigned>(whole / 60 % 60);
+    const auto rest = static_cast<unsigned>(whole % 60);
+    return hours == 0 ? Formatted("%u:%02u", minutes, rest) : Formatted("%u:%02u:%02u", hours, minutes, rest);
 }
 
 }  // namespace
@@ -50,8 +39,8 @@ std::string ProgressMeter::Text() const {
     }
     text += " " + m_workload.unit;
     if (m_frames > 0) {
-        text += m_workload.isVideo ? ", " + OneDecimal(ItemsPerSecond()) + " frames per second"
-                                   : ", " + OneDecimal(MillisecondsPerFrame()) + " ms per frame";
+        text += m_workload.isVideo ? Formatted(", %.1f frames per second", ItemsPerSecond())
+                                   : Formatted(", %.1f ms per frame", MillisecondsPerFrame());
     }
     if (m_workload.total && m_items > 0) {
         text += ", " + Duration(Seconds() * (1 / std::max(Fraction(), kRounding) - 1)) + " left";

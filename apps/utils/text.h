@@ -1,7 +1,9 @@
 // Pieces of the sentences that users read, and frame sizes as text.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -15,6 +17,13 @@ std::string Quoted(const std::filesystem::path& path);
 
 // A number and its noun: "1 image", "2 images".
 std::string Counted(uint64_t count, const std::string& noun);
+
+// As std::snprintf does. Longer results are cut off.
+std::string Formatted(const char* format, auto... values) {
+    std::array<char, 256> text{};
+    std::snprintf(text.data(), text.size(), format, values...);
+    return text.data();
+}
 
 struct Size {
     uint32_t width = 0;

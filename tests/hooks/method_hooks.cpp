@@ -16,7 +16,7 @@ namespace {
 
 void Adopt(REFIID iid, void* object, const char* maker);
 
-// Calls of these shapes hand out a new object.
+// Calls of these shapes return a new object.
 template <typename... Arguments>
 void AdoptResult([[maybe_unused]] const char* maker, [[maybe_unused]] const std::tuple<Arguments...>& arguments) {
     constexpr size_t kCount = sizeof...(Arguments);

@@ -1,5 +1,5 @@
-// Whole frames through liborvane.dll on the real DirectML, compared with plain arithmetic. Built twice: CTest runs one
-// program on the software adapter as it is (NCHW tensors) and one on an adapter that says it is NVIDIA's (NHWC).
+// Whole frames through liborvane.dll on the real DirectML, compared with the CPU reference. Built twice: CTest runs
+// one program on the software adapter (NCHW tensors) and one on an adapter that claims to be NVIDIA's (NHWC).
 #include <algorithm>
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// Many instances of random models and sizes on several threads. Every frame is compared with plain arithmetic, and the
-// process must not grow but by what is documented. ./dev soak runs it for as long as one likes.
+// Many instances of random models and sizes on several threads. Every frame is compared with the CPU reference, and the
+// process may grow only by what is documented. ./dev soak runs it for a given time.
 #include <array>
 #include <atomic>
 #include <chrono>

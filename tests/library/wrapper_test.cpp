@@ -166,7 +166,7 @@ TEST_F(Wrapper, LogsLinesUpToTheLevelUntilItIsSilenced) {
     EXPECT_TRUE(lines.empty());
 }
 
-// The library takes paths in the system's code page and goes by their endings.
+// The library takes paths in the system's code page and checks their extensions.
 TEST_F(Wrapper, OpensModelsWhosePathsAnsiCannotExpress) {
     const Library library = Library::Load();
     for (const wchar_t* name : {L"\u6A21/a.en", L"\u6A21/a model with a long name.en", L"\u6A21\u578B.en2",

@@ -258,9 +258,9 @@ class Images(ProgramTest):
         # More than 300 characters, some of which are in no code page.
         deep = Path(*[f"{i} \u6A21\u578B \u00FC " + "x" * 40 for i in range(6)])
         (self.folder / deep).mkdir(parents=True)
-        for ending in (".en", ".json"):
-            source = ORVANE.parent / "weights" / ("interpolating" + ending)
-            shutil.copy(source, self.folder / deep / ("a model" + ending))
+        for extension in (".en", ".json"):
+            source = ORVANE.parent / "weights" / ("interpolating" + extension)
+            shutil.copy(source, self.folder / deep / ("a model" + extension))
         Image.fromarray(noise(8, 8)).save(self.folder / deep / "image.png")
         (self.folder / "list").write_text(f"{deep}/image.png\n")
         model = str(deep / "a model.en")

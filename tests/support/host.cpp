@@ -36,11 +36,11 @@ std::filesystem::path WriteModel(const TempFolder& folder, const std::string& fi
                                  const ReferenceNetwork& network) {
     std::mt19937 random(1);
     std::vector<uint8_t> content = ModelFile(network);
-    const std::string ending = GetFileExtension(fileName);
-    if (ending == "en" || ending == "en2") {
+    const std::string extension = GetFileExtension(fileName);
+    if (extension == "en" || extension == "en2") {
         content = tool::EncryptContainer(content, kFileKey, random);
     }
-    if (ending == "en2") {
+    if (extension == "en2") {
         content = tool::EncryptContainer(content, kOuterKey, random);
     }
     return folder.Write(fileName, content);

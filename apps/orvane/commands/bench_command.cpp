@@ -1,7 +1,6 @@
 #include "apps/orvane/commands/bench_command.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -34,12 +33,6 @@ struct Arguments {
     TimeBox box;
     bool isJson = false;
 };
-
-std::string Formatted(const char* format, auto... values) {
-    std::array<char, 256> text{};
-    std::snprintf(text.data(), text.size(), format, values...);
-    return text.data();
-}
 
 void Note(const std::string& text) {
     std::fprintf(stderr, "%s\n", text.c_str());

@@ -1,10 +1,8 @@
 #include "apps/orvane/images/image_batch.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <new>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -52,12 +50,6 @@ void RequireMemory(const ImageReader& reader, uint64_t bytes) {
         throw Failure("An image of " + SizeText({reader.Width(), reader.Height()}) + " needs about " +
                       gigabytes(bytes) + " of memory, and less than " + gigabytes(there) + " is free.");
     }
-}
-
-std::string Milliseconds(double value) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f ms", value);
-    return text.data();
 }
 
 void MakeFolder(const ImageJob& job) {
@@ -149,7 +141,7 @@ void ImageBatch::DoJob(const ImageJob& job) {
             reader.Read([&](const std::string& text) { m_progress.Warn(job.input.name + ": " + text); }), tally);
         Save(job, image);
         m_progress.Item("Wrote: " + job.output.name + " (" + SizeText({image.width, image.height}) + ", " +
-                            Counted(tally.Frames(), "frame") + ", " + Milliseconds(tally.Total()) + ")",
+                            Counted(tally.Frames(), "frame") + ", " + Formatted("%.1f ms)", tally.Total()),
                         {{"event", "done"},
                          {"input", job.input.name},
                          {"output", job.output.name},

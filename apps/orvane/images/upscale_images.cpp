@@ -1,6 +1,5 @@
 #include "apps/orvane/images/upscale_images.h"
 
-#include <array>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -42,10 +41,8 @@ void Summarise(const BatchResult& result, uint64_t skipped, Progress& progress) 
         text += ", " + std::to_string(result.failed) + " failed";
     }
     if (result.frames > 0) {
-        std::array<char, 64> times{};
-        std::snprintf(times.data(), times.size(), " took %.2f s of %.2f s", result.frameMilliseconds / 1000,
-                      result.seconds);
-        text += "; " + Counted(result.frames, "frame") + times.data();
+        text += "; " + Counted(result.frames, "frame") +
+                Formatted(" took %.2f s of %.2f s", result.frameMilliseconds / 1000, result.seconds);
     }
     progress.Item(text, {{"event", "summary"},
                          {"done", result.done},

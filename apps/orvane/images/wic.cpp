@@ -1,9 +1,7 @@
 #include "apps/orvane/images/wic.h"
 
-#include <array>
-#include <cstdio>
-
 #include "apps/utils/failure.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 
@@ -17,9 +15,7 @@ ComScope::~ComScope() {
 
 void RequireSuccess(HRESULT result, const std::string& sentence) {
     if (FAILED(result)) {
-        std::array<char, 32> code{};
-        std::snprintf(code.data(), code.size(), " (code 0x%08lX)", static_cast<unsigned long>(result));
-        throw Failure(sentence + code.data());
+        throw Failure(sentence + Formatted(" (code 0x%08lX)", static_cast<unsigned long>(result)));
     }
 }
 
