@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
+#include <limits>
 
-namespace orvane::bench {
+namespace orvane::tool {
 
 double Quantile(std::vector<double> values, double quantile) {
     if (values.empty()) {
-        return kNone;
+        return std::numeric_limits<double>::quiet_NaN();
     }
     std::sort(values.begin(), values.end());
     const double position = quantile * static_cast<double>(values.size() - 1);
@@ -17,19 +17,4 @@ double Quantile(std::vector<double> values, double quantile) {
     return std::lerp(values[below], values[above], position - static_cast<double>(below));
 }
 
-Line FitLine(std::span<const double> x, std::span<const double> y) {
-    const auto count = static_cast<double>(x.size());
-    const double meanX = std::accumulate(x.begin(), x.end(), 0.0) / count;
-    const double meanY = std::accumulate(y.begin(), y.end(), 0.0) / count;
-    double xx = 0.0;
-    double xy = 0.0;
-    double yy = 0.0;
-    for (size_t i = 0; i < x.size(); ++i) {
-        xx += (x[i] - meanX) * (x[i] - meanX);
-        xy += (x[i] - meanX) * (y[i] - meanY);
-        yy += (y[i] - meanY) * (y[i] - meanY);
-    }
-    return {meanY - xy / xx * meanX, xy / xx, yy > 0.0 ? xy * xy / (xx * yy) : 1.0};
-}
-
-}  // namespace orvane::bench
+}  // namespace orvane::tool

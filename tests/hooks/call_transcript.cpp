@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tests/hooks/function_tables.h"
+#include "tests/hooks/watched_calls.h"
 
 namespace orvane::test {
 namespace {

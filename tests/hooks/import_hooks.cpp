@@ -11,9 +11,10 @@
 #include <utility>
 
 #include "tests/hooks/faults.h"
-#include "tests/hooks/function_tables.h"
 #include "tests/hooks/holdings.h"
 #include "tests/hooks/system_hooks.h"
+#include "tests/hooks/watched_calls.h"
+#include "tools/hooks/function_tables.h"
 
 namespace orvane::test {
 namespace {

@@ -7,9 +7,10 @@
 #include "tests/hooks/call_descriptions.h"
 #include "tests/hooks/call_transcript.h"
 #include "tests/hooks/faults.h"
-#include "tests/hooks/function_tables.h"
 #include "tests/hooks/pretended.h"
 #include "tests/hooks/system_hooks.h"
+#include "tests/hooks/watched_calls.h"
+#include "tools/hooks/function_tables.h"
 
 namespace orvane::test {
 namespace {

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <string>
 
-#include "tests/hooks/function_tables.h"
+#include "tests/hooks/watched_calls.h"
+#include "tools/hooks/function_tables.h"
 
 namespace orvane::test {
 namespace {

@@ -3,13 +3,13 @@
 
 # bench [OPTION...] [SECTION...]
 bench() {
-  setup
-  if ! have_peer; then
+  setup bench
+  if ! have_baseline; then
     provide fetch
-    step "Fetching ONNX Runtime to compare with (about 165 MB, once)" fetch_peer
+    step "Fetching ONNX Runtime to compare with (about 165 MB, once)" fetch_baseline
   fi
   need_wine
   build mingw-release --target bench
-  ORVANE_WINE_TIMEOUT=3600 run tools/wine/run-wine "$BIN/bench.exe" --out "$BUILD/bench" "$@"
+  run "$PYTHON" bench --out "$BUILD/bench" "$@"
   say "The results are in $BUILD/bench: results.json, results.md and frames.svg"
 }

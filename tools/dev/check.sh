@@ -44,7 +44,7 @@ sources() { git ls-files --cached --others --exclude-standard '*.cpp' '*.h' '*.h
 
 check_format() { sources | xargs clang-format --dry-run --Werror; }
 
-check_scripts() { shellcheck -x dev .ci/run tools/wine/run-wine tools/wine/wine-session bench/on-card tests/package/try-package tests/program/stream_lines.sh; }
+check_scripts() { shellcheck -x dev .ci/run tools/wine/run-wine tools/wine/wine-session bench/on_card/run tests/package/try-package tests/program/stream_lines.sh; }
 
 check_spelling() { git ls-files -z -co --exclude-standard ':!tests/fuzz/corpus' | xargs -0 codespell; }
 
@@ -58,7 +58,7 @@ check_tidy() {
     flags+=("$flag")
   done
   # shellcheck disable=SC2046
-  sources | grep -E '\.(cpp|c)$' | grep -v -e '^tests/fuzz/' $(have_peer || printf -- '-e ^bench/peer') | xargs -P "$(nproc)" -n 4 \
+  sources | grep -E '\.(cpp|c)$' | grep -v -e '^tests/fuzz/' $(have_baseline || printf -- '-e ^bench/workers/baseline') | xargs -P "$(nproc)" -n 4 \
     clang-tidy --quiet -p "$BUILD/mingw-release" $(printf -- '--extra-arg=%s ' "${flags[@]}")
   # These are only for clang.
   clang-tidy --quiet -p "$BUILD/native" tests/fuzz/*.cpp

@@ -30,18 +30,18 @@ fetch_ffmpeg() {
 }
 
 # What the benchmark compares with.
-have_peer() {
-  [ -f "$PEER/onnxruntime_cxx_api.h" ] &&
-    (cd "$PEER" && sha256sum --quiet --strict -c ../../third_party/SHA256SUMS.peer) >/dev/null 2>&1
+have_baseline() {
+  [ -f "$BASELINE/onnxruntime_cxx_api.h" ] &&
+    (cd "$BASELINE" && sha256sum --quiet --strict -c ../../third_party/SHA256SUMS.onnxruntime) >/dev/null 2>&1
 }
 
 # The headers come from Debian 13's package. This apt has its own folders and changes nothing on this machine.
 # shellcheck disable=SC2016 # $(REPO_URI) is apt-get's
-fetch_peer() {
+fetch_baseline() {
   local apt=$PWD/$BUILD/apt-13 uri
   uri=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $(os_release VERSION_CODENAME)" 'Created-By: Packages')
   rm -rf "$apt"
-  mkdir -p "$apt"/{lists,archives}/partial "$apt/parts" "$PEER"
+  mkdir -p "$apt"/{lists,archives}/partial "$apt/parts" "$BASELINE"
   printf 'Types: deb\nURIs: %s\nSuites: trixie\nComponents: main\nSigned-By: %s\n' "${uri%%$'\n'*}" \
     /usr/share/keyrings/debian-archive-keyring.gpg >"$apt/parts/debian-13.sources"
   touch "$apt/status"
@@ -52,10 +52,10 @@ fetch_peer() {
   (cd "$apt" && apt-get update && apt-get download libonnxruntime-dev && dpkg-deb -x ./*.deb package) ||
     die "the headers of ONNX Runtime could not be fetched from Debian 13; is the network there?"
   unset APT_CONFIG
-  cp "$apt"/package/usr/include/onnxruntime/onnxruntime_{c_api,cxx_api,cxx_inline,float16}.h "$PEER"
+  cp "$apt"/package/usr/include/onnxruntime/onnxruntime_{c_api,cxx_api,cxx_inline,float16}.h "$BASELINE"
   rm -rf "$apt"
-  take_from_npm third_party "$PEER" onnxruntime-node/bin/napi-v6/win32/x64/onnxruntime.dll
-  have_peer || die "the fetched onnxruntime.dll is not that of third_party/SHA256SUMS.peer"
+  take_from_npm third_party "$BASELINE" onnxruntime-node/bin/napi-v6/win32/x64/onnxruntime.dll
+  have_baseline || die "the fetched onnxruntime.dll is not that of third_party/SHA256SUMS.onnxruntime"
 }
 
 have_node() { (cd "$NODE" 2>/dev/null && sha256sum --quiet --strict -c ../../third_party/node/SHA256SUMS) >/dev/null 2>&1; }

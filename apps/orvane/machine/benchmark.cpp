@@ -32,7 +32,7 @@ double Pixels(Size size) {
 }  // namespace
 
 double Measurement::Quantile(double quantile) const {
-    return bench::Quantile(milliseconds, quantile);
+    return tool::Quantile(milliseconds, quantile);
 }
 
 double Measurement::FramesPerSecond() const {
