@@ -59,14 +59,16 @@ def processor_name() -> str:
 
 def read_facts(options: argparse.Namespace) -> Dict[str, str]:
     """What `orvane check` says of this machine."""
+    if not (options.bin / "bench_library.exe").exists():
+        raise SystemExit(f"bench: there is no bench_library.exe in {options.bin}; build the target bench first")
     program = options.start + ["orvane.exe"] if options.start else [str(options.bin / "orvane.exe")]
     result = subprocess.run([*program, "check", "--json"], cwd=options.bin, stdout=subprocess.PIPE, check=False)
     try:
         machine = json.loads(result.stdout)
     except ValueError:
         raise SystemExit(f"bench: orvane.exe check ended with {result.returncode} and no answer") from None
-    if not machine["supported"]:
-        raise SystemExit("bench: this machine cannot run the library: " + machine.get("reason", machine.get("trial")))
+    if "reason" in machine:
+        raise SystemExit("bench: this machine cannot run the library: " + machine["reason"])
     adapter = next(adapter["name"] for adapter in machine["adapters"] if adapter["used"])
     return {"adapter": adapter, "processor": processor_name(), "Windows": machine["windows"]}
 

@@ -5,7 +5,7 @@
 #include <random>
 #include <sstream>
 
-#include "apps/models/encipher.h"
+#include "apps/models/encrypt.h"
 #include "model/keys.h"
 #include "model/model_stream.h"
 #include "model/tea.h"
@@ -58,7 +58,7 @@ Numbers Encrypt(std::istream& arguments) {
     const std::vector<uint8_t> plain = LoadBytes(path);
     path.replace_extension(path.extension() == ".en" ? ".en2" : ".en");
     std::mt19937 random(3);
-    SaveBytes(path, tool::EncipherContainer(plain, IsEncryptedTwice(path) ? kOuterKey : kFileKey, random));
+    SaveBytes(path, tool::EncryptContainer(plain, IsEncryptedTwice(path) ? kOuterKey : kFileKey, random));
     return {};
 }
 
