@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "apps/utils/size.h"
+
 namespace orvane::tool {
 
 // In quotation marks. The text is UTF-8.
@@ -24,11 +26,6 @@ std::string Formatted(const char* format, auto... values) {
     std::snprintf(text.data(), text.size(), format, values...);
     return text.data();
 }
-
-struct Size {
-    uint32_t width = 0;
-    uint32_t height = 0;
-};
 
 // "320x180", both at least 1; nothing for any other text.
 std::optional<Size> SizeFromText(std::string_view text);

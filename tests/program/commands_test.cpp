@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/program/run_command.h"
@@ -92,9 +93,23 @@ TEST_F(Commands, CheckAndBenchReportWhatTheyFind) {
     }
 }
 
+// A tile above 3344 may be larger than the library's largest frame.
+TEST_F(Commands, TakeTheSameFrameOptions) {
+    const std::vector<std::pair<std::wstring, bool>> values{
+        {L"--tile 63", false},   {L"--tile 64", true},   {L"--tile 3344", true}, {L"--tile 3345", false},
+        {L"--tile 8192", false}, {L"--passes 0", false}, {L"--passes 3", true},  {L"--passes 4", false}};
+    for (const std::wstring command : {L"upscale none.png -o out ", L"video none.mp4 out.mp4 ", L"stream < nul "}) {
+        for (const auto& [value, isValid] : values) {
+            const Outcome outcome = RunOrvane(m_folder, command + value);
+            EXPECT_EQ(outcome.exitCode != 2, isValid) << outcome.text;
+            EXPECT_TRUE(isValid || outcome.text.find("not in range") != std::string::npos) << outcome.text;
+        }
+    }
+}
+
 TEST_F(Commands, HelpFitsAScreenHasAnExampleAndHidesOldNames) {
-    for (const std::wstring command :
-         {L"upscale", L"check", L"bench", L"model", L"model info", L"model new", L"model encrypt", L"model decrypt"}) {
+    for (const std::wstring command : {L"upscale", L"video", L"stream", L"check", L"bench", L"model", L"model info",
+                                       L"model new", L"model encrypt", L"model decrypt"}) {
         const Outcome outcome = RunOrvane(m_folder, command + L" --help");
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_LE(std::count(outcome.text.begin(), outcome.text.end(), '\n'), 30) << outcome.text;

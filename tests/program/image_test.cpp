@@ -12,9 +12,7 @@
 #include "apps/orvane/frames/frame_size_choice.h"
 #include "apps/orvane/images/wic.h"
 #include "apps/utils/failure.h"
-#include "apps/utils/pipeline.h"
 #include "tests/program/image_files.h"
-#include "tests/support/failure_of.h"
 #include "tests/support/temp_folder.h"
 
 namespace orvane::tool {
@@ -235,48 +233,21 @@ TEST(Tiles, EveryPixelIsKeptOnceAndFarFromTileEdges) {
 
 TEST(FrameSizeChoice, StaysWhileThatIsCheaperThanARebuild) {
     FrameSizeChoice sizes({2, 2, 100});
-    const FrameExtent large{50, 50};
-    const FrameExtent small{40, 50};
-    EXPECT_EQ(sizes.Choose(large), (FrameExtent{54, 54}));
-    EXPECT_EQ(sizes.Choose(small), (FrameExtent{44, 54}));  // nothing has been measured yet
-    sizes.FrameTook({44, 54}, 44 * 54, false);              // one millisecond per pixel
+    const Size large{50, 50};
+    const Size small{40, 50};
+    EXPECT_EQ(sizes.Choose(large), (Size{54, 54}));
+    EXPECT_EQ(sizes.Choose(small), (Size{44, 54}));  // nothing has been measured yet
+    sizes.FrameTook({44, 54}, 44 * 54, false);       // one millisecond per pixel
     sizes.FrameTook({54, 54}, 54 * 54 + 1200, true);
-    EXPECT_EQ(sizes.Choose(large), (FrameExtent{54, 54}));  // two small frames would cost too much
-    EXPECT_EQ(sizes.Choose(small), (FrameExtent{54, 54}));  // 540 pixels wasted
-    EXPECT_EQ(sizes.Choose(small), (FrameExtent{54, 54}));  // 1080
-    EXPECT_EQ(sizes.Choose(small), (FrameExtent{44, 54}));  // 1620: more than the rebuild
+    EXPECT_EQ(sizes.Choose(large), (Size{54, 54}));  // two small frames would cost too much
+    EXPECT_EQ(sizes.Choose(small), (Size{54, 54}));  // 540 pixels wasted
+    EXPECT_EQ(sizes.Choose(small), (Size{54, 54}));  // 1080
+    EXPECT_EQ(sizes.Choose(small), (Size{44, 54}));  // 1620: more than the rebuild
     FrameSizeChoice raw({2, 0, 100});
     EXPECT_EQ(raw.Choose(large), large);
     raw.FrameTook(large, 2500, false);
     raw.FrameTook(large, 1000000, true);
     EXPECT_EQ(raw.Choose(small), small);  // a larger frame would move the edge
-}
-
-TEST(Pipeline, KeepsTheOrderAndWhatCameBeforeAFailure) {
-    for (const std::string failing : {"", "read", "process", "write"}) {
-        std::string written;
-        int next = 0;
-        const auto check = [&](const std::string& stage, int item) {
-            if (stage == failing && item == 30) {
-                throw Failure(stage);
-            }
-            return item;
-        };
-        PipelineStages<int, int> stages;
-        stages.read = [&]() -> std::optional<int> {
-            return next < 50 ? std::optional(check("read", next++)) : std::nullopt;
-        };
-        stages.process = [&](int item) { return check("process", item); };
-        stages.write = [&](int item) { written += std::to_string(check("write", item)) + " "; };
-        const std::string reason = FailureOf([&] { RunPipeline(2, stages); });
-        std::string expected;
-        for (int item = 0; item < (failing.empty() ? 50 : 30); ++item) {
-            expected += std::to_string(item) + " ";
-        }
-        EXPECT_EQ(reason, failing);
-        EXPECT_EQ(written, expected);
-        EXPECT_LE(next, failing.empty() ? 50 : 30 + 8);  // the stages before did not run on
-    }
 }
 
 }  // namespace

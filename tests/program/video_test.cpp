@@ -1,4 +1,4 @@
-// The commands for moving images as people run them: frames through pipes, and whole videos with ffmpeg.
+// orvane stream and orvane video, as people run them: frames through pipes, and whole videos with ffmpeg.
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -285,14 +285,14 @@ TEST(Video, SaysWhatIsWrongAndLeavesNothingBehind) {
          {"{o} video in.ts in.ts --force" + options, 1, "is the input itself"},
          {"{o} video in.ts old.mp4" + options, 1, "--force replaces it"},
          {"{o} video in.ts b/a.mp4" + options, 1, "There is no folder"},
-         {"{o} video in.ts a" + options, 1, "has no ending"},
+         {"{o} video in.ts a" + options, 1, "has no extension"},
          {"{o} video in.ts a.mp4 more" + options, 2, "one argument too many"},
          {"{o} video in.ts a.mp4 --start never" + options, 2, "is not a time"},
          {"{o} video in.ts a.mp4 --start 100" + options, 1, "could not read a single frame"},
          {"{o} video in.ts a.mp4 --codec nosuch" + options, 1, "Unknown encoder 'nosuch'"},
          {"{o} video in.ts a.mkv" + options + "-- -c:v rawvideo -f nut -y Z:/dev/full", 1, "No space left on device"},
          {"set PATH=&& {o} video in.ts a.mp4" + std::string(kModel), 1, "There is no ffmpeg"},
-         {"{o} video in.ts a.mp4 --ffmpeg {o}" + std::string(kModel), 1, "does not answer as ffmpeg does"}});
+         {"{o} video in.ts a.mp4 --ffmpeg {o}" + std::string(kModel), 1, "does not answer like ffmpeg"}});
 }
 
 TEST(Video, GivesWhatCameBeforeTheBreak) {

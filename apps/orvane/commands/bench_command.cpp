@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/frames/library_log.h"
 #include "apps/orvane/machine/benchmark.h"
 #include "apps/orvane/machine/machine.h"

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/frames/library_log.h"
+#include "apps/orvane/frames/model_choice.h"
 #include "apps/orvane/frames/upscaler.h"
 #include "apps/orvane/machine/machine.h"
 #include "apps/orvane/machine/machine_report.h"
@@ -39,7 +39,7 @@ Trial TryFrame() {
         Upscaler upscaler(ChooseModel(model), log);
         std::vector<uint8_t> input(size_t{kWidth} * kHeight * 4, kGrey);
         std::vector<uint8_t> output(4 * input.size());
-        upscaler.Process({kWidth, kHeight, size_t{kWidth} * 4, input.data()},
+        upscaler.Upscale({kWidth, kHeight, size_t{kWidth} * 4, input.data()},
                          {2 * kWidth, 2 * kHeight, size_t{kWidth} * 8, output.data()});
         return IsGrey(output) ? Trial{true, "A trial frame was upscaled correctly."}
                               : Trial{false, "A trial frame has wrong colours. Install the newest graphics driver."};

@@ -10,6 +10,7 @@
 #include "apps/models/model_lookup.h"
 #include "apps/models/model_report.h"
 #include "apps/orvane/commands/model_options.h"
+#include "apps/orvane/frames/model_choice.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"

@@ -5,10 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "apps/orvane/commands/model_options.h"
+#include "apps/orvane/commands/frame_options.h"
 #include "apps/orvane/containers/frame_bytes.h"
-#include "apps/orvane/frames/library_log.h"
-#include "apps/orvane/machine/support_check.h"
 #include "apps/orvane/video/frame_line.h"
 #include "apps/utils/process/pipe.h"
 #include "apps/utils/progress.h"
@@ -19,10 +17,8 @@ namespace {
 
 struct Arguments {
     std::string raw;  // empty: PAM
-    ModelOptions model;
-    FrameOptions upscale;
+    FrameOptions frames;
     ProgressOptions progress;
-    bool verbose = false;
 };
 
 std::string CheckSize(const std::string& text) {
@@ -32,28 +28,23 @@ std::string CheckSize(const std::string& text) {
 }
 
 void Run(const Arguments& arguments) {
-    const ModelChoice model = ChooseModel(arguments.model);
     const std::unique_ptr<Progress> progress = MakeProgress(arguments.progress, stderr);
-    LibraryLog log(arguments.verbose);
-    if (!model.note.empty()) {
-        progress->Note(model.note);
-    }
-    progress->Note("Waiting for frames on standard input; the network runs on " + RequireSupportedMachine() + ".");
-
+    FrameRun run(arguments.frames, *progress);
     PipeSource input = StandardInput();
     PipeSink output = StandardOutput();
     std::unique_ptr<FrameReader> reader = std::make_unique<PamFrameReader>(input);
     std::unique_ptr<FrameWriter> writer = std::make_unique<PamFrameWriter>(output);
     if (const std::optional<Size> size = SizeFromText(arguments.raw)) {
-        reader = std::make_unique<RawFrameReader>(input, size->width, size->height);
+        reader = std::make_unique<RawFrameReader>(input, *size);
         writer = std::make_unique<RawFrameWriter>(output);
     }
     FrameCount count;
+    progress->Note("Waiting for frames on standard input ...");
     progress->Begin({"frames", std::nullopt, true});
     try {
-        UpscaleFrames(*reader, *writer, model, arguments.upscale, log, *progress, count);
+        UpscaleFrames(*reader, *writer, run, *progress, count);
     } catch (const NobodyReads&) {
-        // Whoever read has got what it wanted, as `head` does.
+        // The reader of the output has all it wants, like `head`.
     }
     progress->End();
     progress->Item(std::to_string(count.written) + " frames done", {{"event", "summary"},
@@ -68,12 +59,10 @@ void Run(const Arguments& arguments) {
 void AddStreamCommand(CLI::App& app) {
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* stream = app.add_subcommand("stream", "Upscales frames from standard input to standard output");
-    stream->add_option("--raw", arguments->raw, "Frames of WIDTHxHEIGHT without headers, R, G, B, A; default: PAM")
+    stream->add_option("--raw", arguments->raw, "Raw RGBA frames of WIDTHxHEIGHT without headers; default: PAM")
         ->check(CheckSize);
-    AddModelOptions(*stream, arguments->model);
-    AddFrameOptions(*stream, arguments->upscale);
+    AddFrameOptions(*stream, arguments->frames);
     AddProgressOptions(*stream, arguments->progress);
-    stream->add_flag("--verbose", arguments->verbose, "Print every message of the library");
     stream->footer(
         "Example: ffmpeg -i in.mp4 -f image2pipe -c:v pam - | orvane stream | ffmpeg -f image2pipe -c:v pam -i - "
         "out.mp4");

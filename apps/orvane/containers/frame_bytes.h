@@ -1,4 +1,4 @@
-// What the readers of frames have in common.
+// What the readers of frames share.
 #pragma once
 
 #include <cstdint>
@@ -8,13 +8,14 @@
 
 namespace orvane::tool {
 
-// More pixels than this in a frame are refused before memory is taken for them: 16384 x 16384.
+// The most pixels of a frame: 16384 x 16384. More are refused before memory is allocated for them.
 inline constexpr uint64_t kMaxFramePixels = uint64_t{1} << 28;
 
+// Whether neither side is 0 and there are at most kMaxFramePixels.
 bool IsFrameSize(uint64_t width, uint64_t height);
 
-// Appends `size` bytes of the source and returns whether they were all there. Takes memory as the bytes come, so that a
-// size that lies costs nothing.
+// Appends `size` bytes of the source to `bytes`. False when the source ends before. Memory is allocated as the bytes
+// arrive, so that a false size in a header costs nothing.
 bool AppendBytes(ByteSource& source, uint64_t size, std::vector<uint8_t>& bytes);
 
 }  // namespace orvane::tool

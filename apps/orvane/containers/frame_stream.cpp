@@ -13,7 +13,7 @@ namespace {
 
 [[noreturn]] void FailCut(uint64_t count, uint64_t size) {
     throw Failure("The last frame is cut off: " + std::to_string(count) + " of its " + std::to_string(size) +
-                  " bytes came.");
+                  " bytes arrived.");
 }
 
 std::vector<uint8_t> WithAlpha(const std::vector<uint8_t>& colours) {
@@ -41,10 +41,10 @@ std::vector<uint8_t> WithoutAlpha(const std::vector<uint8_t>& pixels) {
 
 }  // namespace
 
-Frame MakeFrame(uint32_t width, uint32_t height, std::vector<uint8_t> pixels) {
+Frame MakeFrame(const Size& size, std::vector<uint8_t> pixels) {
     Frame frame;
-    frame.image.width = width;
-    frame.image.height = height;
+    frame.image.width = size.width;
+    frame.image.height = size.height;
     frame.image.pixels = std::move(pixels);
     for (size_t i = 3; i < frame.image.pixels.size() && !frame.image.hasAlpha; i += kBytesPerPixel) {
         frame.image.hasAlpha = frame.image.pixels[i] != 255;
@@ -62,7 +62,7 @@ std::optional<Frame> PamFrameReader::Next() {
         FailCut(bytes.size(), header->PixelBytes());
     }
     const bool isRgba = header->channels == 4;
-    Frame frame = MakeFrame(header->width, header->height, isRgba ? std::move(bytes) : WithAlpha(bytes));
+    Frame frame = MakeFrame({header->width, header->height}, isRgba ? std::move(bytes) : WithAlpha(bytes));
     frame.isRgba = isRgba;
     return frame;
 }
@@ -75,7 +75,7 @@ bool PamFrameWriter::Write(const Frame& frame) {
 }
 
 std::optional<Frame> RawFrameReader::Next() {
-    const uint64_t size = uint64_t{m_width} * m_height * kBytesPerPixel;
+    const uint64_t size = m_size.Area() * kBytesPerPixel;
     std::vector<uint8_t> bytes;
     if (!AppendBytes(m_source, size, bytes)) {
         if (bytes.empty()) {
@@ -83,7 +83,7 @@ std::optional<Frame> RawFrameReader::Next() {
         }
         FailCut(bytes.size(), size);
     }
-    return MakeFrame(m_width, m_height, std::move(bytes));
+    return MakeFrame(m_size, std::move(bytes));
 }
 
 }  // namespace orvane::tool

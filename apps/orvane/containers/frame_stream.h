@@ -1,4 +1,4 @@
-// Frames that come one after another, and go.
+// Streams of frames.
 #pragma once
 
 #include <cstdint>
@@ -7,23 +7,24 @@
 
 #include "apps/orvane/frames/image.h"
 #include "apps/utils/byte_stream.h"
+#include "apps/utils/size.h"
 
 namespace orvane::tool {
 
 struct Frame {
     Image image;
-    bool isRgba = true;  // else its alpha, 255 everywhere, is not passed on
-    uint64_t time = 0;   // for the one who made it
+    bool isRgba = true;  // false: written without alpha, which is 255 everywhere
+    uint64_t time = 0;   // passed through from the reader to the writer
 };
 
-// A frame without a profile, with what the pixels say of transparency.
-Frame MakeFrame(uint32_t width, uint32_t height, std::vector<uint8_t> pixels);
+// A frame without a colour profile; the pixels tell whether it has transparency.
+Frame MakeFrame(const Size& size, std::vector<uint8_t> pixels);
 
 class FrameReader {
 public:
     virtual ~FrameReader() = default;
 
-    // Nothing at the end. Throws Failure when what comes is no frame, or less than one.
+    // The next frame; nothing at the end. Throws Failure when the input is not a frame, or ends inside one.
     virtual std::optional<Frame> Next() = 0;
 };
 
@@ -31,11 +32,11 @@ class FrameWriter {
 public:
     virtual ~FrameWriter() = default;
 
-    // False when nobody reads any more. Throws Failure.
+    // False when the other end is closed. Throws Failure for any other error.
     virtual bool Write(const Frame& frame) = 0;
 };
 
-// Frames in the PAM format, of any size each. `source` must outlive the object.
+// Frames in the PAM format; each may have another size. `source` must outlive the object.
 class PamFrameReader : public FrameReader {
 public:
     explicit PamFrameReader(ByteSource& source) : m_source(source) {}
@@ -45,7 +46,7 @@ private:
     ByteSource& m_source;
 };
 
-// As RGB_ALPHA or RGB. `sink` must outlive the object.
+// Frames in the PAM format, as RGB_ALPHA or RGB. `sink` must outlive the object.
 class PamFrameWriter : public FrameWriter {
 public:
     explicit PamFrameWriter(ByteSink& sink) : m_sink(sink) {}
@@ -55,19 +56,18 @@ private:
     ByteSink& m_sink;
 };
 
-// Frames of one size without a header, R, G, B, A.
+// Frames of one size without headers: R, G, B, A. `source` must outlive the object.
 class RawFrameReader : public FrameReader {
 public:
-    RawFrameReader(ByteSource& source, uint32_t width, uint32_t height)
-        : m_source(source), m_width(width), m_height(height) {}
+    RawFrameReader(ByteSource& source, const Size& size) : m_source(source), m_size(size) {}
     std::optional<Frame> Next() override;
 
 private:
     ByteSource& m_source;
-    uint32_t m_width;
-    uint32_t m_height;
+    Size m_size;
 };
 
+// As RawFrameReader reads them. `sink` must outlive the object.
 class RawFrameWriter : public FrameWriter {
 public:
     explicit RawFrameWriter(ByteSink& sink) : m_sink(sink) {}

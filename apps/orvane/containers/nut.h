@@ -1,4 +1,4 @@
-// Raw video frames with their time stamps in the NUT container, which ffmpeg reads and writes through pipes. Portable.
+// Raw video frames with time stamps in the NUT container, which ffmpeg reads and writes through pipes. Portable.
 #pragma once
 
 #include <array>
@@ -16,13 +16,13 @@ struct Rational {
     uint32_t denominator = 1;
 };
 
-// One video stream of frames of one size, 4 bytes a pixel: R, G, B, A.
+// One video stream whose frames have one size and 4 bytes per pixel: R, G, B, A.
 struct NutVideo {
     uint32_t width = 0;
     uint32_t height = 0;
-    Rational pixelAspect;           // width to height of a pixel; 0 to anything when unknown
+    Rational pixelAspect;           // width to height of a pixel; the numerator is 0 when unknown
     Rational timeBase = {1, 1000};  // of the time stamps, in seconds
-    // Contents of the packets that say what else is known: language, title, frame rate. They are passed on as they are.
+    // Contents of the info packets: language, title, frame rate. They are passed on unchanged.
     std::vector<std::string> descriptions;
 };
 
@@ -31,24 +31,22 @@ struct NutFrame {
     std::vector<uint8_t> pixels;  // rows from top to bottom without padding
 };
 
-// Reads what ffmpeg writes for `-f nut` with one stream of rawvideo in the pixel format rgba: version 3 of the format.
-// Checksums are passed over: a pipe loses nothing.
+// Reads what ffmpeg writes with `-f nut` and one rawvideo stream in the pixel format rgba: version 3 of the container.
+// Checksums are not verified, because pipes do not lose bytes.
 class NutReader {
 public:
     // `source` must outlive the object.
     explicit NutReader(ByteSource& source) : m_source(source) {}
 
-    // Reads up to the first frame; nothing when the source ends before it. Throws Failure when what comes is something
-    // else. Must be called once, before Next.
+    // Reads up to the first frame; nothing when the source ends before it. Throws Failure when the source holds
+    // anything else. Call it once, before Next.
     std::optional<NutVideo> ReadHeaders();
 
-    // Nothing at the end, also when it comes in the middle of a frame: WasCut tells. Throws Failure.
+    // The next frame; nothing at the end of the source, also when that is in the middle of a frame. Throws Failure.
     std::optional<NutFrame> Next();
 
-    bool WasCut() const { return m_wasCut; }
-
 private:
-    // What the first byte of a frame stands for.
+    // The meaning of a frame's first byte.
     struct FrameCode {
         uint64_t flags = 0;
         int64_t timeDelta = 0;
@@ -80,12 +78,11 @@ private:
     std::optional<uint8_t> m_firstFrameCode;  // read with the headers
     NutVideo m_video;
     std::array<FrameCode, 256> m_codes;
-    std::vector<std::vector<uint8_t>> m_heads;  // first bytes that frames may leave out
+    std::vector<std::vector<uint8_t>> m_heads;  // first bytes that frames may omit
     uint64_t m_lastTime = 0;
     uint32_t m_timeShift = 0;
     bool m_hasMain = false;
     bool m_hasStream = false;
-    bool m_wasCut = false;
 };
 
 // The bytes before the first frame, and those before each frame's pixels.

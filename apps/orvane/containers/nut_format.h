@@ -1,4 +1,4 @@
-// The NUT container's fixed numbers.
+// Constants of the NUT container.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace orvane::tool::nut {
 
-inline constexpr std::string_view kFileId{"nut/multimedia container\0", 25};  // with its zero
+inline constexpr std::string_view kFileId{"nut/multimedia container\0", 25};  // with the final zero
 
 inline constexpr std::string_view kRgba = "RGBA";  // the pixel format
 
@@ -16,13 +16,13 @@ inline constexpr uint64_t kSyncPoint = 0x4E4BE4ADEECA4569;
 inline constexpr uint64_t kInfo = 0x4E49AB68B596BA78;
 
 inline constexpr uint64_t kVersion = 3;
-// Packets longer than this have a checksum behind their length.
+// Longer packets have a checksum after their length.
 inline constexpr uint64_t kLongPacket = 4096;
 inline constexpr uint64_t kChecksumBytes = 4;
-// Frames longer than this never leave out their head.
+// Longer frames never omit their head.
 inline constexpr uint64_t kMaxSizeWithHead = 4096;
 
-// Flags of a frame.
+// Frame flags.
 inline constexpr uint64_t kKeyFrame = 1;
 inline constexpr uint64_t kCodedTime = 8;
 inline constexpr uint64_t kStreamNumber = 16;

@@ -11,14 +11,14 @@
 namespace orvane::tool {
 namespace {
 
-// ffmpeg writes one for the file and one for the stream.
+// ffmpeg writes two: one for the file and one for the stream.
 constexpr size_t kMaxDescriptions = 16;
 
-// Thrown where the source ends, and caught in this file.
+// Thrown where the source ends; caught in this file.
 struct SourceEnd {};
 
 [[noreturn]] void FailFormat() {
-    throw Failure("What ffmpeg decoded came in a form that is not understood: another version of ffmpeg may help.");
+    throw Failure("The frames from ffmpeg are in an unknown form. Another version of ffmpeg may help.");
 }
 
 // A number in groups of 7 bits, the most significant first.
@@ -117,7 +117,6 @@ std::optional<NutFrame> NutReader::Next() {
         }
         return frame;
     } catch (const SourceEnd&) {
-        m_wasCut = true;
         return std::nullopt;
     }
 }
@@ -134,7 +133,7 @@ void NutReader::ReadPacket(uint8_t firstByte) {
     if (size < nut::kChecksumBytes) {
         FailFormat();
     }
-    // Headers come again and again for those who join late.
+    // Headers are repeated for readers that join late. Only the first ones count.
     if (startCode == nut::kMain && !m_hasMain) {
         PacketBytes packet(ReadPacketContent(size));
         ReadMainHeader(packet);
@@ -195,7 +194,7 @@ void NutReader::ReadMainHeader(PacketBytes& packet) {
 }
 
 void NutReader::ReadFrameCodes(PacketBytes& packet) {
-    FrameCode code;  // what a run of codes does not say is that of the run before
+    FrameCode code;  // fields that a run of codes omits keep the value of the run before
     m_codes['N'].flags = nut::kInvalid;
     for (size_t next = 0; next < m_codes.size();) {
         code.flags = packet.Number();
@@ -205,7 +204,7 @@ void NutReader::ReadFrameCodes(PacketBytes& packet) {
         };
         code.timeDelta = fields > 0 ? SignedFrom(packet.Number()) : code.timeDelta;
         code.sizeFactor = field(1, code.sizeFactor);
-        field(2, 0);  // the stream: there is but one
+        field(2, 0);  // the stream: there is only one
         code.sizeRest = field(3, 0);
         code.reservedCount = field(4, 0);
         uint64_t count = field(5, code.sizeFactor - code.sizeRest);
@@ -242,7 +241,7 @@ void NutReader::ReadStreamHeader(PacketBytes& packet) {
     if (streamClass != 0 || !std::equal(format.begin(), format.end(), nut::kRgba.begin(), nut::kRgba.end())) {
         FailFormat();
     }
-    packet.Number();  // the time base: there is but one
+    packet.Number();  // the time base: there is only one
     const uint64_t timeShift = packet.Number();
     packet.Number();               // the longest time between two frames
     packet.Number();               // decode delay
@@ -297,7 +296,7 @@ NutReader::FrameHeader NutReader::ReadFrameHeader(uint8_t code) {
     return header;
 }
 
-// Of small numbers only the last bits are written: those of the time that is nearest to the last one.
+// Small numbers are only the last bits of the time. The full time is the one nearest to the last time.
 uint64_t NutReader::FullTime(uint64_t coded) const {
     const uint64_t range = uint64_t{1} << m_timeShift;
     if (coded >= range) {

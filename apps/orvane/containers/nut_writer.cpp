@@ -8,7 +8,7 @@
 namespace orvane::tool {
 namespace {
 
-// Time stamps from here on are written in full.
+// Numbers below 2^7 would be the last bits of a time stamp. Others are a whole time stamp plus 2^7.
 constexpr uint64_t kTimeShift = 7;
 
 void AppendNumber(std::string& bytes, uint64_t value) {
@@ -46,7 +46,7 @@ uint32_t Checksum(std::string_view bytes) {
     return crc;
 }
 
-// The content is shorter than a long packet.
+// `content` must be shorter than a long packet.
 std::string Packet(uint64_t startCode, const std::string& content) {
     std::string bytes;
     AppendBigEndian(bytes, startCode, 8);
@@ -58,13 +58,14 @@ std::string Packet(uint64_t startCode, const std::string& content) {
 
 std::string MainHeader(const NutVideo& video) {
     constexpr uint64_t kStreamCount = 1;
-    constexpr uint64_t kMaxDistance = 65536;  // frames longer than twice this need a checksum, which all get
+    constexpr uint64_t kMaxDistance = 65536;  // frames longer than twice this need a checksum; here all frames have one
     constexpr uint64_t kTimeBaseCount = 1;
     std::string content;
     AppendNumbers(content, {nut::kVersion, kStreamCount, kMaxDistance, kTimeBaseCount});
     AppendNumbers(content, {video.timeBase.numerator, video.timeBase.denominator});
-    // Every frame code but "N", which begins the start codes, means that everything is written out. The six numbers
-    // are those of a frame code: time delta, size factor, stream, size rest, reserved count, how many codes.
+    // All frame codes mean that every field is written in full, except "N", which begins the start codes. The six
+    // numbers are the fields of a frame code: time delta, size factor, stream, size rest, reserved count, number of
+    // codes.
     AppendNumbers(content, {nut::kCodedFlags, 6, 0, 1, 0, 0, 0, 255});
     AppendNumber(content, 0);  // no heads
     return Packet(nut::kMain, content);
@@ -95,7 +96,7 @@ std::string NutHeaders(const NutVideo& video) {
 
 std::string NutFrameHeader(uint64_t time, uint64_t byteSize) {
     std::string syncPoint;
-    AppendNumbers(syncPoint, {time, 0});  // no way back: nobody seeks in a pipe
+    AppendNumbers(syncPoint, {time, 0});  // no way back, because nobody seeks in a pipe
 
     std::string header(1, '\0');  // the frame code
     AppendNumber(header, nut::kKeyFrame | nut::kCodedTime | nut::kCodedSize | nut::kChecksum);

@@ -61,7 +61,7 @@ Fields ReadFields(ByteSource& source) {
         }
         const std::string_view keyword = text.substr(0, text.find_first_of(" \t"));
         if (std::find(kKeywords.begin(), kKeywords.end(), keyword) == kKeywords.end()) {
-            FailHeader("it has a line that is unknown");
+            FailHeader("it has an unknown line");
         }
         if (!fields.emplace(keyword, Trimmed(text.substr(keyword.size()))).second) {
             FailHeader("it has two lines " + std::string(keyword));
@@ -87,7 +87,7 @@ uint32_t NumberOf(const Fields& fields, std::string_view keyword) {
 void RequireHandled(const Fields& fields, const PamHeader& header) {
     const std::string size = std::to_string(header.width) + " x " + std::to_string(header.height);
     if (!IsFrameSize(header.width, header.height)) {
-        FailHeader("no frame can have " + size + " pixels");
+        FailHeader("a frame cannot have " + size + " pixels");
     }
     const auto type = fields.find("TUPLTYPE");
     const bool isColour = header.channels == 3 && (type == fields.end() || type->second == "RGB");
@@ -106,7 +106,7 @@ std::optional<PamHeader> ReadPamHeader(ByteSource& source) {
         return std::nullopt;
     }
     if (count < magic.size() || magic != std::array<uint8_t, 3>{'P', '7', '\n'}) {
-        throw Failure("What comes is not a PAM frame: it does not begin with P7.");
+        throw Failure("The input is not a PAM frame: it does not begin with P7.");
     }
     const Fields fields = ReadFields(source);
     const PamHeader header{NumberOf(fields, "WIDTH"), NumberOf(fields, "HEIGHT"), NumberOf(fields, "DEPTH")};

@@ -1,4 +1,4 @@
-// The header of an image in netpbm's PAM format. Portable.
+// Image headers in the PAM format of netpbm. Portable.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace orvane::tool {
 
-// An image of 8 bits per channel. Its rows follow the header without padding.
+// An image with 8 bits per channel. Its rows follow the header without padding.
 struct PamHeader {
     uint32_t width = 0;
     uint32_t height = 0;
@@ -19,8 +19,8 @@ struct PamHeader {
     uint64_t PixelBytes() const { return uint64_t{width} * height * channels; }
 };
 
-// Reads up to the first pixel; nothing when the source is at its end. Throws Failure when there is something else than
-// a header, or one of an image that is not handled here.
+// Reads up to the first pixel; nothing at the end of the source. Throws Failure when there is no valid header, or one
+// of an image that is neither RGB nor RGB_ALPHA with 8 bits per channel.
 std::optional<PamHeader> ReadPamHeader(ByteSource& source);
 
 std::string PamHeaderText(const PamHeader& header);

@@ -13,7 +13,7 @@ struct Point {
     uint32_t y;
 };
 
-// The pixels that touch the point, itself included.
+// The pixels around the point, including the point itself.
 template <typename Visit>
 void ForEachAround(const Image& image, Point point, const Visit& visit) {
     for (uint32_t y = point.y - (point.y > 0 ? 1 : 0); y < std::min(point.y + 2, image.height); ++y) {
@@ -33,7 +33,7 @@ public:
         }
     }
 
-    // The transparent pixels that touch others.
+    // The transparent pixels next to others.
     std::vector<Point> FirstRing() {
         std::vector<Point> ring;
         for (uint32_t y = 0; y < m_image.height; ++y) {
@@ -46,7 +46,7 @@ public:
         return ring;
     }
 
-    // Colours a ring from what is known, and gives the next one.
+    // Colours the pixels of a ring from known neighbours, and returns the next ring.
     std::vector<Point> Grow(const std::vector<Point>& ring) {
         for (const Point& point : ring) {
             TakeMean(point);
@@ -94,12 +94,12 @@ private:
     std::vector<Colour> m_colours;
 };
 
-// The centres of the upscaled pixels lie a quarter of a pixel beside those of the single ones. In units of 1/128.
+// The centres of upscaled pixels lie a quarter of an input pixel beside those of input pixels. In units of 1/128.
 constexpr int kUnit = 128;
 constexpr std::array kFilter{-9, 111, 29, -3};
 
-// Four samples for the upscaled one at `index`, with the nearer pair's inner one second. Beyond the edge lies the
-// edge's own.
+// The positions of the four input samples for the upscaled sample at `index`, the nearest one second. Positions beyond
+// the edge become the edge.
 std::array<uint32_t, 4> Taps(uint32_t index, uint32_t length) {
     const int64_t direction = index % 2 == 0 ? -1 : 1;
     std::array<uint32_t, 4> taps{};
@@ -110,7 +110,7 @@ std::array<uint32_t, 4> Taps(uint32_t index, uint32_t length) {
     return taps;
 }
 
-// One row of the upscaled transparency, in height only and in units of 1 / kUnit.
+// One row that is upscaled in height only, in units of 1 / kUnit.
 void MixRows(const Image& input, uint32_t outputY, std::vector<int>& mixed) {
     const std::array<uint32_t, 4> rows = Taps(outputY, input.height);
     for (uint32_t x = 0; x < input.width; ++x) {

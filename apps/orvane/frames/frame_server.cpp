@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "apps/utils/process/stop_signal.h"
+#include "apps/utils/text.h"
 
 namespace orvane::tool {
 
@@ -16,7 +17,7 @@ ServedFrame FrameSession::Receive() {
     return std::move(*frame);
 }
 
-std::shared_ptr<FrameSession> FrameServer::Begin(const FrameExtent& image) {
+std::shared_ptr<FrameSession> FrameServer::Begin(const Size& image) {
     const std::lock_guard lock(m_beginMutex);
     auto session = std::make_shared<FrameSession>(m_sizes.Choose(image));
     m_sessions.Push(session);
@@ -51,29 +52,28 @@ void FrameServer::ServeFrames(FrameSession& session) {
         if (IsStopping()) {
             throw Stopped();
         }
-        OpenFirst(frame->extent);
-        const auto& [width, height] = frame->extent;
+        OpenFirst(frame->size);
+        const auto& [width, height] = frame->size;
         frame->output.resize(frame->input.size() * 4);
-        const bool isChange = m_lastExtent != frame->extent;
-        m_lastExtent.reset();  // in case that it fails
-        frame->milliseconds = m_upscaler.Process({width, height, size_t{width} * 4, frame->input.data()},
+        const bool isChange = m_lastSize != frame->size;
+        m_lastSize.reset();  // in case of a failure
+        frame->milliseconds = m_upscaler.Upscale({width, height, size_t{width} * 4, frame->input.data()},
                                                  {2 * width, 2 * height, size_t{width} * 8, frame->output.data()});
-        m_lastExtent = frame->extent;
-        m_sizes.FrameTook(frame->extent, frame->milliseconds, isChange);
+        m_lastSize = frame->size;
+        m_sizes.FrameTook(frame->size, frame->milliseconds, isChange);
         session.m_outputs.Push(std::move(*frame));
     }
 }
 
-// A model or a machine that will not do is not the fault of one image.
-void FrameServer::OpenFirst(const FrameExtent& extent) {
+// A failure of the first open is the fault of the model or the machine, and not of one image: it ends the run.
+void FrameServer::OpenFirst(const Size& size) {
     if (m_isOpen) {
         return;
     }
-    m_progress.Note("Preparing the network for frames of " + std::to_string(extent.width) + " x " +
-                    std::to_string(extent.height) + " ...");
+    m_progress.Note("Preparing the network for frames of " + SizeText(size) + " ...");
     const auto start = std::chrono::steady_clock::now();
     try {
-        m_upscaler.Open(extent.width, extent.height);
+        m_upscaler.Open(size);
     } catch (...) {
         m_error = std::current_exception();
         m_hasFailed = true;
@@ -81,7 +81,7 @@ void FrameServer::OpenFirst(const FrameExtent& extent) {
     }
     m_openSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     m_isOpen = true;
-    m_lastExtent = extent;
+    m_lastSize = size;
 }
 
 }  // namespace orvane::tool

@@ -1,4 +1,4 @@
-// The one thread that works the library, and those that bring it frames.
+// The one thread that calls the library, and the threads that send it frames.
 #pragma once
 
 #include <atomic>
@@ -17,32 +17,33 @@
 
 namespace orvane::tool {
 
-// A frame on its way: `input` goes in, `output` comes back. Rows without padding.
+// A frame that is sent with its `input` and comes back with its `output`. Rows without padding.
 struct ServedFrame {
-    FrameExtent extent;
+    Size size;  // of the input
     std::vector<uint8_t> input;
     std::vector<uint8_t> output;
     double milliseconds = 0;
 };
 
-// What a session ends with when the run is over before it: by Ctrl-C, or by a failure that Run() throws.
+// Thrown in a session when the run ends before it: after Ctrl-C, or because of a failure that Run() throws.
 class Stopped : public Failure {
 public:
     Stopped() : Failure("Stopped.") {}
 };
 
-// The frames of one image. Used by the thread that began it.
+// The frames of one image. Used by the thread that began the session.
 class FrameSession {
 public:
-    // How many frames may be under way.
+    // How many frames may be sent and not yet received.
     static constexpr size_t kMaxFrames = 2;
 
-    explicit FrameSession(const FrameExtent& extent) : m_extent(extent), m_inputs(kMaxFrames), m_outputs(kMaxFrames) {}
+    explicit FrameSession(const Size& frameSize)
+        : m_frameSize(frameSize), m_inputs(kMaxFrames), m_outputs(kMaxFrames) {}
 
-    const FrameExtent& Extent() const { return m_extent; }
+    const Size& FrameSize() const { return m_frameSize; }
     void Send(ServedFrame frame) { m_inputs.Push(std::move(frame)); }
 
-    // In the order in which they were sent. Throws what made the library fail, or Stopped.
+    // The next frame, in the order of Send. Throws the library's Failure, or Stopped.
     ServedFrame Receive();
 
     // No more frames will be sent.
@@ -51,34 +52,34 @@ public:
 private:
     friend class FrameServer;
 
-    const FrameExtent m_extent;
+    const Size m_frameSize;
     BoundedQueue<ServedFrame> m_inputs;
     BoundedQueue<ServedFrame> m_outputs;
     std::exception_ptr m_error;  // set before m_outputs is closed
 };
 
-// Sessions are served one after the other in the order in which they began, so that images of different sizes do not
-// make the library go back and forth between them. While one is served the others get their frames ready, or write what
-// they got.
+// Serves sessions one after the other, in the order in which they began, so that the library does not switch back and
+// forth between images of different sizes. Meanwhile the threads of other sessions prepare their frames or write their
+// results.
 class FrameServer {
 public:
     // All must outlive the object.
     FrameServer(Upscaler& upscaler, FrameSizeChoice& sizes, Progress& progress)
         : m_upscaler(upscaler), m_sizes(sizes), m_progress(progress), m_sessions(kMaxSessions) {}
 
-    // From any thread. Every session that was begun has to be ended.
-    std::shared_ptr<FrameSession> Begin(const FrameExtent& image);
+    // From any thread. The caller must end every session that it begins.
+    std::shared_ptr<FrameSession> Begin(const Size& image);
 
-    // Serves until Finish(), on the thread of the upscaler. Throws Failure when no instance could be opened at all.
+    // Serves until Finish(), on the thread of the upscaler. Throws Failure when the first instance cannot be opened.
     void Run();
 
-    // From any thread: no more sessions will begin.
+    // From any thread, when no more sessions will begin.
     void Finish() { m_sessions.Close(); }
 
-    // Whether to begin nothing new: after Ctrl-C, or when Run() will throw.
+    // True after Ctrl-C, or when Run() is going to throw: begin nothing new.
     bool IsStopping() const;
 
-    // What it took to open the instance, after Run().
+    // How long the first open took. Valid after Run().
     double OpenSeconds() const { return m_openSeconds; }
 
     const TileRules& Rules() const { return m_sizes.Rules(); }
@@ -88,16 +89,16 @@ private:
 
     void Serve(FrameSession& session);
     void ServeFrames(FrameSession& session);
-    void OpenFirst(const FrameExtent& extent);
+    void OpenFirst(const Size& size);
 
     Upscaler& m_upscaler;
     FrameSizeChoice& m_sizes;
     Progress& m_progress;
-    std::mutex m_beginMutex;  // sizes are chosen in the order in which sessions are served
+    std::mutex m_beginMutex;  // frame sizes are chosen in the order in which sessions are served
     BoundedQueue<std::shared_ptr<FrameSession>> m_sessions;
-    std::optional<FrameExtent> m_lastExtent;  // what the library is set up for
+    std::optional<Size> m_lastSize;  // the frame size that the library is set up for
     double m_openSeconds = 0;
-    bool m_isOpen = false;  // an instance was opened, so failures belong to images
+    bool m_isOpen = false;  // the first open succeeded, so later failures belong to images
     std::atomic<bool> m_hasFailed = false;
     std::exception_ptr m_error;
 };

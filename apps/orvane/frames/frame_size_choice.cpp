@@ -4,9 +4,9 @@
 
 namespace orvane::tool {
 
-FrameExtent FrameSizeChoice::Choose(const FrameExtent& image) {
+Size FrameSizeChoice::Choose(const Size& image) {
     const std::lock_guard lock(m_mutex);
-    const FrameExtent best{BestFrameSide(image.width, m_rules), BestFrameSide(image.height, m_rules)};
+    const Size best{BestFrameSide(image.width, m_rules), BestFrameSide(image.height, m_rules)};
     if (!m_current || !StayingPays(image, best)) {
         m_current = best;
         m_wasted = 0;
@@ -14,13 +14,13 @@ FrameExtent FrameSizeChoice::Choose(const FrameExtent& image) {
     return *m_current;
 }
 
-bool FrameSizeChoice::StayingPays(const FrameExtent& image, const FrameExtent& best) {
-    // Without a rim the image has to end where the frame does.
+bool FrameSizeChoice::StayingPays(const Size& image, const Size& best) {
+    // Without a rim the image must end where the frame ends.
     const bool isTooLarge = m_current->width > image.width || m_current->height > image.height;
     if (m_rules.rim == 0 && isTooLarge) {
         return false;
     }
-    // Overlapping frames get on only when they are longer than what overlaps.
+    // Overlapping frames only advance when they are longer than their overlap.
     const auto isTooShort = [&](uint32_t frame, uint32_t length) {
         return frame <= 2 * m_rules.reach && frame < length + 2 * m_rules.rim;
     };
@@ -33,11 +33,11 @@ bool FrameSizeChoice::StayingPays(const FrameExtent& image, const FrameExtent& b
     return extra == 0 || (m_perPixel > 0 && m_wasted <= m_rebuild);
 }
 
-void FrameSizeChoice::FrameTook(const FrameExtent& frame, double milliseconds, bool afterChange) {
+void FrameSizeChoice::FrameTook(const Size& frame, double milliseconds, bool afterChange) {
     const std::lock_guard lock(m_mutex);
     const auto area = static_cast<double>(frame.Area());
     if (afterChange) {
-        m_perPixel = std::min(m_perPixel, milliseconds / area);  // the first frame of a run pays for more than itself
+        m_perPixel = std::min(m_perPixel, milliseconds / area);  // the first frame of a run includes one-time costs
         m_rebuild = std::max(0.0, milliseconds - area * m_perPixel);
     } else {
         m_perPixel = milliseconds / area;

@@ -11,7 +11,7 @@
 namespace orvane::tool {
 namespace {
 
-// What lies beyond an edge is the mirrored image, its outermost pixels twice.
+// Beyond an edge the image is mirrored; the outermost pixels appear twice.
 uint32_t Mirrored(int64_t position, uint32_t length) {
     const int64_t period = 2 * int64_t{length};
     const int64_t folded = ((position % period) + period) % period;
@@ -23,14 +23,14 @@ struct Tile {
     AxisTile y;
 };
 
-ServedFrame CutOut(const Image& image, const Tile& tile, const FrameExtent& extent) {
-    ServedFrame frame{extent, std::vector<uint8_t>(extent.Area() * kBytesPerPixel), {}, 0};
+ServedFrame CutOut(const Image& image, const Tile& tile, const Size& size) {
+    ServedFrame frame{size, std::vector<uint8_t>(size.Area() * kBytesPerPixel), {}, 0};
     // The columns of the frame that need no mirroring.
     const int64_t start = tile.x.frameStart;
     const int64_t insideStart = std::max<int64_t>(start, 0);
-    const int64_t insideEnd = std::min<int64_t>(start + extent.width, image.width);
+    const int64_t insideEnd = std::min<int64_t>(start + size.width, image.width);
     uint8_t* target = frame.input.data();
-    for (uint32_t row = 0; row < extent.height; ++row) {
+    for (uint32_t row = 0; row < size.height; ++row) {
         const uint8_t* source = image.Row(Mirrored(tile.y.frameStart + row, image.height));
         const auto copyMirrored = [&](int64_t from, int64_t to) {
             for (int64_t x = from; x < to; ++x) {
@@ -41,13 +41,13 @@ ServedFrame CutOut(const Image& image, const Tile& tile, const FrameExtent& exte
         copyMirrored(start, insideStart);
         target = std::copy_n(source + insideStart * int64_t{kBytesPerPixel},
                              (insideEnd - insideStart) * int64_t{kBytesPerPixel}, target);
-        copyMirrored(insideEnd, start + extent.width);
+        copyMirrored(insideEnd, start + size.width);
     }
     return frame;
 }
 
 void PutIn(const ServedFrame& frame, const Tile& tile, Image& output) {
-    const size_t frameRowBytes = size_t{frame.extent.width} * 2 * kBytesPerPixel;
+    const size_t frameRowBytes = size_t{frame.size.width} * 2 * kBytesPerPixel;
     const size_t columns = size_t{tile.x.keepEnd - tile.x.keepStart} * 2;
     const auto frameX = static_cast<size_t>(tile.x.keepStart - tile.x.frameStart) * 2;
     for (uint32_t y = 2 * tile.y.keepStart; y < 2 * tile.y.keepEnd; ++y) {
@@ -57,7 +57,7 @@ void PutIn(const ServedFrame& frame, const Tile& tile, Image& output) {
     }
 }
 
-std::vector<Tile> CutIntoTiles(const Image& image, const FrameExtent& frame, const TileRules& rules) {
+std::vector<Tile> CutIntoTiles(const Image& image, const Size& frame, const TileRules& rules) {
     std::vector<Tile> tiles;
     for (const AxisTile& y : SplitAxis(image.height, frame.height, rules)) {
         for (const AxisTile& x : SplitAxis(image.width, frame.width, rules)) {
@@ -67,7 +67,7 @@ std::vector<Tile> CutIntoTiles(const Image& image, const FrameExtent& frame, con
     return tiles;
 }
 
-Image EmptyDouble(const Image& input) {
+Image EmptyResult(const Image& input) {
     Image output;
     output.width = 2 * input.width;
     output.height = 2 * input.height;
@@ -78,7 +78,7 @@ Image EmptyDouble(const Image& input) {
     return output;
 }
 
-// Also when something throws: the server waits for it.
+// Ends the session also when something throws, because the server waits for the end.
 class EndOfSession {
 public:
     explicit EndOfSession(FrameSession& session) : m_session(session) {}
@@ -90,16 +90,16 @@ private:
     FrameSession& m_session;
 };
 
-// While the library is at one tile, the next one is cut out and the last one is put in.
-void ProcessTiles(const Image& input, Image& output, FrameServer& server, const FrameDone& frameDone) {
+// While the library upscales one tile, the next one is cut out and the last one is put into the result.
+void UpscaleTiles(const Image& input, Image& output, FrameServer& server, const FrameDone& frameDone) {
     const std::shared_ptr<FrameSession> session = server.Begin({input.width, input.height});
     const EndOfSession end(*session);
-    const std::vector<Tile> tiles = CutIntoTiles(input, session->Extent(), server.Rules());
+    const std::vector<Tile> tiles = CutIntoTiles(input, session->FrameSize(), server.Rules());
     const double share = 1 / static_cast<double>(tiles.size());
     size_t sent = 0;
     for (const Tile& tile : tiles) {
         while (sent < std::min(tiles.size(), static_cast<size_t>(&tile - tiles.data()) + FrameSession::kMaxFrames)) {
-            session->Send(CutOut(input, tiles[sent++], session->Extent()));
+            session->Send(CutOut(input, tiles[sent++], session->FrameSize()));
         }
         const ServedFrame frame = session->Receive();
         PutIn(frame, tile, output);
@@ -113,8 +113,8 @@ Image UpscaleImage(Image input, FrameServer& server, const FrameDone& frameDone)
     if (input.hasAlpha) {
         SpreadColours(input, server.Rules().reach);
     }
-    Image output = EmptyDouble(input);
-    ProcessTiles(input, output, server, frameDone);
+    Image output = EmptyResult(input);
+    UpscaleTiles(input, output, server, frameDone);
     if (input.hasAlpha) {
         UpscaleAlpha(input, output);
     }

@@ -8,11 +8,11 @@
 
 namespace orvane::tool {
 
-// Called after every frame of an image: the share of the image's work that it was, and what the library took.
+// Called after every frame of an image, with the frame's share of the image's work (0 to 1) and the library's time.
 using FrameDone = std::function<void(double share, double milliseconds)>;
 
-// The image in twice its width and height, with its transparency and colour profile and at twice its resolution. The
-// frames are processed by `server`, tile by tile. Throws what made the library fail, or Stopped.
+// Returns the image in twice its width and height and at twice its resolution, with its transparency and colour
+// profile. Sends the tiles to `server`, on another thread than the server's. Throws the library's Failure, or Stopped.
 Image UpscaleImage(Image input, FrameServer& server, const FrameDone& frameDone);
 
 }  // namespace orvane::tool

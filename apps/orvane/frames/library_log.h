@@ -1,4 +1,4 @@
-// The library's messages.
+// The log of the library.
 #pragma once
 
 #include <cstdarg>
@@ -8,17 +8,16 @@
 
 namespace orvane::tool {
 
-// Receives the library's log from construction to destruction and keeps the error lines, which say why a call
-// failed.
+// Receives the library's log from construction to destruction. Keeps the error lines, which tell why a call failed.
 class LibraryLog {
 public:
-    // With `verbose` every line is printed on standard error at once.
+    // `verbose`: every line is printed to standard error at once.
     explicit LibraryLog(bool verbose);
     ~LibraryLog();
     LibraryLog(const LibraryLog&) = delete;
     LibraryLog& operator=(const LibraryLog&) = delete;
 
-    // Throws Failure with the sentence, followed by the error lines unless they have been printed already.
+    // Throws Failure with the sentence, followed by the error lines unless those are printed already.
     [[noreturn]] void Fail(const std::string& sentence);
 
 private:
@@ -27,7 +26,7 @@ private:
 
     bool m_verbose;
     std::mutex m_mutex;
-    std::string m_errors;  // a line each, indented
+    std::string m_errors;  // one per line, indented
 };
 
 }  // namespace orvane::tool

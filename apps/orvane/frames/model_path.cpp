@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Nothing when characters would be lost, or replaced by similar ones.
+// Nothing if characters would be lost or replaced by similar ones.
 std::optional<std::string> LosslessAnsi(const std::wstring& text) {
     const std::string ansi = AnsiFromWide(text);
     return WideFromAnsi(ansi) == text ? std::optional(ansi) : std::nullopt;
@@ -29,9 +29,8 @@ bool EqualIgnoringCase(const std::wstring& a, const std::wstring& b) {
                       [](wchar_t x, wchar_t y) { return std::towlower(x) == std::towlower(y); });
 }
 
-// Short names are in capitals, but the library tells encrypted files by an ending in lower case: that is put
-// back.
-fs::path WithEndingOf(const fs::path& path, fs::path shortened) {
+// Short names are in capitals, but the library knows encrypted files by an extension in lower case. This restores it.
+fs::path WithExtensionOf(const fs::path& path, fs::path shortened) {
     if (EqualIgnoringCase(shortened.extension().native(), path.extension().native())) {
         shortened.replace_extension(path.extension());
     }
@@ -42,7 +41,7 @@ fs::path ShortPath(const fs::path& path) {
     std::wstring text(GetShortPathNameW(path.c_str(), nullptr, 0), L'\0');  // the length with the final zero
     const DWORD length = GetShortPathNameW(path.c_str(), text.data(), static_cast<DWORD>(text.size()));
     text.resize(std::min<size_t>(length, text.size()));
-    return text.empty() ? path : WithEndingOf(path, text);
+    return text.empty() ? path : WithExtensionOf(path, text);
 }
 
 }  // namespace
@@ -55,12 +54,12 @@ std::string AnsiModelPath(const fs::path& path) {
         ansi = LosslessAnsi(ShortPath(usable).native());
     }
     if (!ansi) {
-        throw Failure("The library cannot open \"" + Utf8FromPath(path) +
-                      "\": the path has characters outside the system's code page. Rename the file or its folder.");
+        throw Failure("The library cannot open " + Quoted(path) +
+                      ": the path has characters outside the system's code page. Rename the file or its folder.");
     }
     if (ansi->size() >= sizeof(orvane_open_param::modelPath)) {
-        throw Failure("The path of the model file is too long: at most " +
-                      std::to_string(sizeof(orvane_open_param::modelPath) - 1) + " bytes will do.");
+        throw Failure("The path of the model file is too long: the library takes at most " +
+                      std::to_string(sizeof(orvane_open_param::modelPath) - 1) + " bytes.");
     }
     return *ansi;
 }

@@ -6,8 +6,8 @@
 
 namespace orvane::tool {
 
-// The path in the process's ANSI encoding, if need be by the short name of the file. Throws Failure when there
-// is no such file, or no such form of its path that fits into orvane_open_param.modelPath.
+// The path in the process's ANSI encoding; Windows' short name stands in for names that have no such form. Throws
+// Failure when there is no such file, or when no form of its path fits into orvane_open_param.modelPath.
 std::string AnsiModelPath(const std::filesystem::path& path);
 
 }  // namespace orvane::tool

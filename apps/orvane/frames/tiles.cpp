@@ -34,7 +34,7 @@ std::vector<AxisTile> SplitAxis(uint32_t length, uint32_t frame, const TileRules
     return tiles;
 }
 
-uint64_t WorkArea(const FrameExtent& image, const FrameExtent& frame, const TileRules& rules) {
+uint64_t WorkArea(const Size& image, const Size& frame, const TileRules& rules) {
     return SplitAxis(image.width, frame.width, rules).size() * SplitAxis(image.height, frame.height, rules).size() *
            frame.Area();
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "apps/utils/text.h"
+
 namespace orvane::tool {
 namespace {
 
@@ -23,27 +25,27 @@ Upscaler::~Upscaler() {
     Close();
 }
 
-void Upscaler::Open(uint32_t width, uint32_t height) {
+void Upscaler::Open(Size size) {
     if (m_handle != nullptr) {
         return;
     }
     orvane_open_param param{};
-    param.inputWidth = width;
-    param.inputHeight = height;
-    param.outputWidth = 2 * width;
-    param.outputHeight = 2 * height;
+    param.inputWidth = size.width;
+    param.inputHeight = size.height;
+    param.outputWidth = 2 * size.width;
+    param.outputHeight = 2 * size.height;
     param.modelChannels = m_model.channels;
     param.modelDepth = m_model.depth;
     std::copy(m_model.path.begin(), m_model.path.end(), param.modelPath);
     m_handle = orvane_open(&param);
     if (m_handle == nullptr) {
-        m_log.Fail("The network could not be prepared for frames of " + std::to_string(width) + " x " +
-                   std::to_string(height) + ".");
+        m_log.Fail("The network could not be prepared for frames of " + SizeText(size) + ".");
     }
 }
 
-double Upscaler::Process(const PixelRows& input, const PixelRows& output) {
-    Open(input.width, input.height);
+double Upscaler::Upscale(const PixelRows& input, const PixelRows& output) {
+    const Size size{input.width, input.height};
+    Open(size);
     orvane_frame outputFrame = FrameOf(output);
     const orvane_frame inputFrame = FrameOf(input);
     const int64_t start = orvane_getickcount();
@@ -51,8 +53,7 @@ double Upscaler::Process(const PixelRows& input, const PixelRows& output) {
     const int64_t microseconds = orvane_getickcount() - start;
     if (result != ORVANE_OK) {
         Close();
-        m_log.Fail("A frame of " + std::to_string(input.width) + " x " + std::to_string(input.height) +
-                   " could not be processed.");
+        m_log.Fail("A frame of " + SizeText(size) + " could not be upscaled.");
     }
     return static_cast<double>(microseconds) / 1000.0;
 }

@@ -1,16 +1,17 @@
-// The library at work.
+// One open instance of the library.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 #include "api/orvane.h"
-#include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/frames/library_log.h"
+#include "apps/orvane/frames/model_choice.h"
+#include "apps/utils/size.h"
 
 namespace orvane::tool {
 
-// Pixels in memory of somebody else's: R, G, B, A, rows from top to bottom.
+// Pixels in memory that the caller owns: R, G, B, A, rows from top to bottom.
 struct PixelRows {
     uint32_t width = 0;
     uint32_t height = 0;
@@ -18,8 +19,8 @@ struct PixelRows {
     uint8_t* pixels = nullptr;
 };
 
-// At most one open instance of the library, which is reopened or rebuilt when the size of the frames changes. Used on
-// one thread: the one that the object was made on.
+// Holds at most one open instance of the library. The instance is opened again, or its network rebuilt, when the frame
+// size changes. Not thread-safe: to be used on the thread that made the object.
 class Upscaler {
 public:
     // Opens nothing yet. `log` must outlive the object.
@@ -28,15 +29,15 @@ public:
     Upscaler(const Upscaler&) = delete;
     Upscaler& operator=(const Upscaler&) = delete;
 
-    // Opens an instance for frames of this size unless one is open, of whatever size. Throws Failure with the library's
-    // own reasons.
-    void Open(uint32_t width, uint32_t height);
+    // Opens an instance for frames of this size, unless one is open already, for whatever size. Throws Failure with the
+    // library's own reasons.
+    void Open(Size size);
 
     // Upscales `input`, whose rows have no padding, into `output`, which has twice its width and height; alpha becomes
-    // 255. A frame of another size than the last one's costs a rebuild of the network. Opens an instance if need be.
-    // Returns the time that the library took for the frame, in milliseconds. Throws Failure with the library's own
-    // reasons; the next call works on a new instance then.
-    double Process(const PixelRows& input, const PixelRows& output);
+    // 255. Opens an instance if none is open. A change of the frame size costs a rebuild of the network. Returns the
+    // library's time for the frame in milliseconds. Throws Failure with the library's own reasons; the next call then
+    // opens a new instance.
+    double Upscale(const PixelRows& input, const PixelRows& output);
 
     const ModelChoice& Model() const { return m_model; }
 

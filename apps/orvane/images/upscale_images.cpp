@@ -5,13 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "apps/orvane/frames/frame_server.h"
-#include "apps/orvane/frames/frame_size_choice.h"
-#include "apps/orvane/frames/library_log.h"
-#include "apps/orvane/frames/upscaler.h"
 #include "apps/orvane/images/image_batch.h"
 #include "apps/orvane/images/wic.h"
-#include "apps/orvane/machine/support_check.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/process/stop_signal.h"
@@ -53,19 +48,9 @@ void Summarise(const BatchResult& result, uint64_t skipped, Progress& progress) 
                          {"seconds", result.seconds}});
 }
 
-BatchResult RunBatch(const UpscaleOptions& options, const std::vector<ImageJob>& jobs, Progress& progress) {
-    const ModelChoice model = ChooseModel(options.model);
-    if (!model.note.empty()) {
-        progress.Note(model.note);
-    }
-    LibraryLog log(options.verbose);
-    progress.Note("Looking for a graphics adapter ...");
-    progress.Note("Graphics adapter: " + RequireSupportedMachine());
-
-    Upscaler upscaler(model, log);
-    FrameSizeChoice sizes({model.reach, options.rawEdges ? 0 : model.reach, options.tile});
-    FrameServer server(upscaler, sizes, progress);
-    ImageBatch batch(jobs, {options.quality, options.passes}, server, progress);
+BatchResult RunBatch(const ImageOptions& options, const std::vector<ImageJob>& jobs, Progress& progress) {
+    FrameRun run(options.frames, progress);
+    ImageBatch batch(jobs, {options.quality, run.Passes()}, run.Server(), progress);
     progress.Begin({"images", jobs.size()});
     const BatchResult result = batch.Run();
     progress.End();
@@ -74,7 +59,7 @@ BatchResult RunBatch(const UpscaleOptions& options, const std::vector<ImageJob>&
 
 }  // namespace
 
-void Upscale(const UpscaleOptions& options) {
+void UpscaleImages(const ImageOptions& options) {
     const StopSignal signal;
     const ComScope com;
     const std::unique_ptr<Progress> progress = MakeProgress(options.progress, stdout);

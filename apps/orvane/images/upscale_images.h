@@ -3,26 +3,22 @@
 
 #include <cstdint>
 
-#include "apps/orvane/commands/model_options.h"
+#include "apps/orvane/frames/frame_run.h"
 #include "apps/orvane/images/image_jobs.h"
 #include "apps/utils/progress.h"
 
 namespace orvane::tool {
 
-struct UpscaleOptions {
+struct ImageOptions {
     JobOptions jobs;
-    ModelOptions model;
+    FrameOptions frames;
     ProgressOptions progress;
-    int32_t quality = 95;  // of JPEG results
-    int32_t passes = 1;    // how often each image is upscaled
-    uint32_t tile = 2048;  // the longest side of a frame
-    bool rawEdges = false;
-    bool force = false;  // results that exist are replaced
-    bool verbose = false;
+    int32_t quality = 95;  // of JPEG results, 1 to 100
+    bool force = false;    // results that exist are replaced
 };
 
-// Upscales all images and says how far it is. An image that fails is named, and the others are done. Throws Failure
-// at the end when any failed or Ctrl-C ended the run, and UsageError before anything is done.
-void Upscale(const UpscaleOptions& options);
+// Upscales all images and reports the progress. An image that fails is named, and the others are done. Throws Failure
+// at the end when an image failed or Ctrl-C ended the run, and UsageError before anything is done.
+void UpscaleImages(const ImageOptions& options);
 
 }  // namespace orvane::tool

@@ -50,12 +50,12 @@ Measurement Measure(const ModelChoice& model, Size size, const TimeBox& box, uin
     measured.size = size;
     const Clock::time_point opened = Clock::now();
     Upscaler upscaler(model, log);
-    upscaler.Open(size.width, size.height);
+    upscaler.Open(size);
     measured.openMilliseconds = SecondsSince(opened) * 1000;
-    measured.firstMilliseconds = upscaler.Process(inputRows, outputRows);
+    measured.firstMilliseconds = upscaler.Upscale(inputRows, outputRows);
     const Clock::time_point started = Clock::now();
     while (measured.milliseconds.size() < box.minFrames || SecondsSince(started) < box.seconds) {
-        measured.milliseconds.push_back(upscaler.Process(inputRows, outputRows));
+        measured.milliseconds.push_back(upscaler.Upscale(inputRows, outputRows));
     }
     measured.memory = MeasureMemory(adapterIndex);
     return measured;

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "apps/orvane/commands/model_options.h"
 #include "apps/orvane/frames/library_log.h"
+#include "apps/orvane/frames/model_choice.h"
 #include "apps/orvane/machine/memory_use.h"
-#include "apps/utils/text.h"
+#include "apps/utils/size.h"
 
 namespace orvane::tool {
 

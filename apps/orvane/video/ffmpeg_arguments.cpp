@@ -18,17 +18,17 @@ Arguments Quiet() {
     return {"-hide_banner", "-nostdin", "-nostats", "-loglevel", "error"};
 }
 
-// ffmpeg 7, which brought libavutil 59, has new names for some options. Older versions know the old ones.
+// Since ffmpeg 7 (libavutil 59) some options have new names.
 bool HasNewNames(const VideoSource& source) {
     return source.libavutilVersion >= 59;
 }
 
-// Every frame once, at its own time.
+// Every frame once, with its own time stamp.
 Arguments KeepTimes(const VideoSource& source, const std::string& timeBase) {
     return {HasNewNames(source) ? "-fps_mode" : "-vsync", "passthrough", "-enc_time_base", timeBase};
 }
 
-// "file:" keeps a name from being taken for an address.
+// With "file:" a name is never taken for an address.
 Arguments InputOf(const VideoJob& job) {
     Arguments arguments;
     if (job.start) {
@@ -41,7 +41,7 @@ Arguments InputOf(const VideoJob& job) {
     return arguments;
 }
 
-// The scaler's name for a matrix; empty when it has none.
+// The scaler's name of a matrix; empty when it has none.
 std::string ScalerMatrix(const std::string& matrix) {
     constexpr std::array<std::array<std::string_view, 2>, 7> kNames{{{"bt709", "bt709"},
                                                                      {"fcc", "fcc"},
@@ -55,7 +55,7 @@ std::string ScalerMatrix(const std::string& matrix) {
     return found == kNames.end() ? "" : std::string((*found)[1]);
 }
 
-// The command line has other names for some curves than the description of a file.
+// ffmpeg's command line and its file descriptions name some curves differently.
 std::string TransferOption(const std::string& transfer) {
     if (transfer == "bt470m") {
         return "gamma22";
@@ -102,7 +102,7 @@ Arguments CodecArguments(const VideoJob& job) {
     return arguments;
 }
 
-// Everything of the source but its images.
+// Everything in the source except its video.
 Arguments OtherStreams(const VideoJob& job, const VideoSource& source) {
     Arguments arguments{"-map", "1:a?", "-c:a", "copy"};
     size_t taken = 0;
@@ -116,7 +116,7 @@ Arguments OtherStreams(const VideoJob& job, const VideoSource& source) {
         Append(arguments, {"-map", "1:t", "-c:t", "copy"});
     }
     if (job.start) {
-        Append(arguments, {"-copypriorss", "0"});  // what lies before the start stays out
+        Append(arguments, {"-copypriorss", "0"});  // drops what lies before the start
     }
     Append(arguments, {"-map_metadata", "1", "-map_chapters", "1"});
     return arguments;
@@ -158,7 +158,7 @@ std::vector<std::string> DecodeArguments(const VideoJob& job, const VideoSource&
     Append(arguments,
            {"-map", "0:V:0", "-vf", ScaleFilter("in", ResolvedColour(source)) + (dropsAlpha ? ",format=rgb24" : "")});
     Append(arguments, KeepTimes(source, HasNewNames(source) ? "demux" : "-1"));
-    // Chapters would come with a time base of their own.
+    // Chapters would bring their own time base.
     Append(arguments, {"-map_chapters", "-1", "-c:v", "rawvideo", "-pix_fmt", "rgba", "-f", "nut", "pipe:1"});
     return arguments;
 }
@@ -167,7 +167,7 @@ std::vector<std::string> EncodeArguments(const VideoJob& job, const VideoSource&
                                          uint64_t firstTime) {
     Arguments arguments = Quiet();
     if (firstTime > 0) {
-        // ffmpeg lets every input begin at zero; this one began later than the source's sound.
+        // ffmpeg shifts every input to begin at zero, but these frames begin later than the sound.
         const double seconds = static_cast<double>(firstTime) * video.timeBase.numerator / video.timeBase.denominator;
         std::array<char, 64> text{};
         std::snprintf(text.data(), text.size(), "%.6f", seconds);

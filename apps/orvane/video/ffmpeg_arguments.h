@@ -1,4 +1,4 @@
-// The command lines that ffmpeg is started with. Portable.
+// The command lines for ffmpeg. Portable.
 #pragma once
 
 #include <cstdint>
@@ -11,22 +11,23 @@
 
 namespace orvane::tool {
 
-// What the result's colours are said to be, and converted with. The matrix is always named, because a upscaled image
-// may be so large that players would guess another one than for the source: where the source does not say, it is bt709
-// from 720 rows on and that of NTSC and PAL below.
+// The colour description of the result, which also selects the conversion. The matrix is always named: from the size of
+// an upscaled image, players would guess another matrix than for the source. If the source names none, it is bt709 from
+// 720 rows on and smpte170m (NTSC and PAL) below.
 ColourDescription ResolvedColour(const VideoSource& source);
 
+// Makes ffmpeg describe the input and end.
 std::vector<std::string> ProbeArguments(const VideoJob& job);
 
-// Frames in NUT on standard output, each once, with the source's time stamps.
+// Writes every frame once to standard output, in NUT, with the time stamps of the source.
 std::vector<std::string> DecodeArguments(const VideoJob& job, const VideoSource& source);
 
-// Frames in NUT from standard input, everything else from the source. `video` describes the frames, the first of which
-// is shown at `firstTime` of its time base.
+// Reads frames in NUT from standard input and everything else from the source. `video` describes the frames. The first
+// one is shown at `firstTime`, in units of its time base.
 std::vector<std::string> EncodeArguments(const VideoJob& job, const VideoSource& source, const NutVideo& video,
                                          uint64_t firstTime);
 
-// ffmpeg's complaints, as the end of a sentence: the first one, which is most often the cause, and the last.
+// The first and the last of ffmpeg's error messages, as the end of a sentence. The first one is usually the cause.
 std::string SummaryOfMessages(const std::string& messages);
 
 }  // namespace orvane::tool

@@ -31,7 +31,7 @@ std::wstring PathVariable() {
     return value;
 }
 
-// Relative folders are passed over: they would lead to wherever the program happens to be started.
+// Relative folders are skipped, because they would depend on the current folder.
 std::optional<fs::path> InPath() {
     const std::wstring folders = PathVariable();
     for (size_t start = 0; start < folders.size();) {
@@ -60,23 +60,24 @@ fs::path FindFfmpeg(const fs::path& named) {
     }
     if (!program) {
         throw Failure(
-            "There is no ffmpeg, which reads and writes the videos. Install it (\"winget install Gyan.FFmpeg\", or the "
-            "builds that ffmpeg.org lists), or put ffmpeg.exe beside this program, or name it with --ffmpeg.");
+            "There is no ffmpeg, which is needed to read and write videos. Install it (\"winget install Gyan.FFmpeg\", "
+            "or "
+            "one of the builds that ffmpeg.org lists), put ffmpeg.exe beside this program, or name it with --ffmpeg.");
     }
     return *program;
 }
 
-VideoSource ProbeVideo(const fs::path& ffmpeg, const VideoJob& job) {
+VideoSource ProbeVideo(const fs::path& ffmpeg, const VideoJob& job, const std::string& name) {
     ChildProcess probe(ffmpeg, ProbeArguments(job), {});
-    probe.Wait();  // it always fails, because it was given nothing to do
+    probe.Wait();  // it always fails, because no output is given
     const std::string messages = probe.Messages();
     VideoSource source = ParseVideoSource(messages);
     if (source.libavutilVersion == 0) {
-        throw Failure(Quoted(ffmpeg) + " does not answer as ffmpeg does.");
+        throw Failure(Quoted(ffmpeg) + " does not answer like ffmpeg.");
     }
     if (!source.hasVideo) {
         const bool isMedia = messages.find("\nInput #0") != std::string::npos;
-        throw Failure(Quoted(job.input) + " " +
+        throw Failure(Quoted(name) + " " +
                       (isMedia ? "has no video in it." : "is not a video that ffmpeg can read, or it is damaged."));
     }
     return source;

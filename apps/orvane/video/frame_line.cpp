@@ -8,10 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "apps/orvane/frames/frame_server.h"
-#include "apps/orvane/frames/frame_size_choice.h"
 #include "apps/orvane/frames/image_upscale.h"
-#include "apps/orvane/frames/upscaler.h"
 #include "apps/utils/bounded_queue.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/process/stop_signal.h"
@@ -39,16 +36,15 @@ Upscaled Upscale(Frame frame, int32_t passes, FrameServer& server) {
     return result;
 }
 
-// A frame is on a thread of its own from where it is read to where it is written, so that cutting and putting together
-// hide behind the library's work on the frames before. The order is that of the futures.
+// Each frame has a thread of its own from reading to writing, so that cutting it into tiles and putting those together
+// overlap with the library's work on the frames before. The queue of futures keeps the order.
 class FrameLine {
 public:
-    FrameLine(FrameReader& reader, FrameWriter& writer, int32_t passes, FrameServer& server, Progress& progress,
-              FrameCount& count)
+    FrameLine(FrameReader& reader, FrameWriter& writer, FrameRun& run, Progress& progress, FrameCount& count)
         : m_reader(reader),
           m_writer(writer),
-          m_passes(passes),
-          m_server(server),
+          m_passes(run.Passes()),
+          m_server(run.Server()),
           m_progress(progress),
           m_count(count) {}
 
@@ -71,7 +67,7 @@ public:
     }
 
 private:
-    static constexpr size_t kUnderWay = 2;  // besides one that waits for room, and the one that is written
+    static constexpr size_t kUnderWay = 2;  // besides one that waits for room and one that is being written
 
     void Read() {
         try {
@@ -104,7 +100,7 @@ private:
         } catch (...) {
             m_writeError = std::current_exception();
         }
-        // The server is there until the last frame has left it.
+        // The server must run until the last frame has left it.
         m_underWay.Abandon();
         while (std::optional<std::future<Upscaled>> rest = m_underWay.Pop()) {
             rest->wait();
@@ -137,26 +133,12 @@ private:
 
 }  // namespace
 
-void AddFrameOptions(CLI::App& command, FrameOptions& options) {
-    command.add_option("--passes", options.passes, "How often to double: 2 for four times the size, 3 for eight")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 3));
-    command.add_option("--tile", options.tile, "Longest side of what is processed at a time; less needs less memory")
-        ->capture_default_str()
-        ->check(CLI::Range(64, 8192));
-    command.add_flag("--raw-edges", options.rawEdges, "Do not mirror the frames beyond their edges");
-}
-
-void UpscaleFrames(FrameReader& reader, FrameWriter& writer, const ModelChoice& model, const FrameOptions& options,
-                   LibraryLog& log, Progress& progress, FrameCount& count) {
+void UpscaleFrames(FrameReader& reader, FrameWriter& writer, FrameRun& run, Progress& progress, FrameCount& count) {
     const StopSignal stop;
-    Upscaler upscaler(model, log);
-    FrameSizeChoice sizes({model.reach, options.rawEdges ? 0 : model.reach, options.tile});
-    FrameServer server(upscaler, sizes, progress);
     try {
-        FrameLine(reader, writer, options.passes, server, progress, count).Run();
+        FrameLine(reader, writer, run, progress, count).Run();
     } catch (const Stopped&) {
-        // Told below.
+        // Reported below.
     }
     if (StopSignal::Requested()) {
         throw Failure("Stopped by Ctrl-C after " + std::to_string(count.written) + " frames.");

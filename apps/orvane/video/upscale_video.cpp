@@ -12,8 +12,6 @@
 
 #include "apps/orvane/containers/frame_stream.h"
 #include "apps/orvane/containers/nut.h"
-#include "apps/orvane/frames/library_log.h"
-#include "apps/orvane/machine/support_check.h"
 #include "apps/orvane/video/ffmpeg_program.h"
 #include "apps/orvane/video/frame_line.h"
 #include "apps/utils/failure.h"
@@ -31,18 +29,19 @@ void RequireUsablePaths(const VideoOptions& options) {
     RequireReadableFile(options.input);
     RequireWritableTarget(options.output);
     std::error_code error;
-    if (fs::equivalent(options.input, options.output, error)) {
-        throw Failure("The output " + Quoted(options.output) + " is the input itself.");
+    if (fs::equivalent(options.input.path, options.output.path, error)) {
+        throw Failure("The output " + Quoted(options.output.name) + " is the input itself.");
     }
-    if (!options.force && fs::exists(options.output, error)) {
-        throw Failure(Quoted(options.output) + " exists already; --force replaces it.");
+    if (!options.force && Exists(options.output)) {
+        throw Failure(Quoted(options.output.name) + " exists already; --force replaces it.");
     }
-    if (!options.output.has_extension()) {
-        throw Failure(Quoted(options.output) + " has no ending, which says what kind of video it shall be.");
+    if (!options.output.path.has_extension()) {
+        throw Failure(Quoted(options.output.name) +
+                      " has no extension, which selects the container. Add one, such as .mp4.");
     }
 }
 
-// The decoder's frames, the first of which has been taken out already.
+// The decoder's frames. The first one has been read already.
 class DecodedFrames : public FrameReader {
 public:
     DecodedFrames(NutReader& reader, NutFrame first, const NutVideo& video)
@@ -53,7 +52,7 @@ public:
         if (!decoded) {
             return std::nullopt;
         }
-        Frame frame = MakeFrame(m_video.width, m_video.height, std::move(decoded->pixels));
+        Frame frame = MakeFrame({m_video.width, m_video.height}, std::move(decoded->pixels));
         frame.time = decoded->time;
         return frame;
     }
@@ -90,27 +89,22 @@ std::optional<uint64_t> ExpectedFrames(const VideoJob& job, const VideoSource& s
     return frames >= 1 ? std::optional(static_cast<uint64_t>(std::llround(frames))) : std::nullopt;
 }
 
-// One video on its way. The steps are called in their order.
+// The run over one video.
 class VideoRun {
 public:
     VideoRun(const VideoOptions& options, Progress& progress)
         : m_options(options),
           m_progress(progress),
           m_ffmpeg(FindFfmpeg(options.ffmpeg)),
-          m_result({options.output, Utf8FromPath(options.output)}, options.output.extension()),
-          m_log(options.verbose) {
-        m_options.job.input = Utf8FromPath(fs::absolute(options.input));
-        m_options.job.output = Utf8FromPath(fs::absolute(m_result.Path()));
+          m_result(options.output, options.output.path.extension()),
+          m_run(options.frames, progress) {
+        m_options.job.input = Utf8FromPath(options.input.path);
+        m_options.job.output = Utf8FromPath(m_result.Path());
     }
 
     void Run() {
-        if (!m_options.model.note.empty()) {
-            m_progress.Note(m_options.model.note);
-        }
-        m_progress.Note("Looking for a graphics adapter ...");
-        m_progress.Note("Graphics adapter: " + RequireSupportedMachine());
-        m_progress.Note("Asking ffmpeg what " + Quoted(m_options.input) + " holds ...");
-        const VideoSource source = ProbeVideo(m_ffmpeg, m_options.job);
+        m_progress.Note("Asking ffmpeg about " + Quoted(m_options.input.name) + " ...");
+        const VideoSource source = ProbeVideo(m_ffmpeg, m_options.job, m_options.input.name);
         for (const std::string& loss : LossesOf(m_options.job, source)) {
             m_progress.Warn(loss);
         }
@@ -123,8 +117,8 @@ public:
             FailWithoutFrames(decoder);
         }
         NutVideo upscaled = *video;
-        upscaled.width <<= m_options.upscale.passes;
-        upscaled.height <<= m_options.upscale.passes;
+        upscaled.width <<= m_run.Passes();
+        upscaled.height <<= m_run.Passes();
         ChildProcess encoder(m_ffmpeg, EncodeArguments(m_options.job, source, upscaled, first->time),
                              {.input = true, .output = false});
         DecodedFrames frames(reader, std::move(*first), *video);
@@ -137,14 +131,14 @@ private:
     [[noreturn]] void FailWithoutFrames(ChildProcess& decoder) const {
         decoder.Wait();
         const std::string reason = SummaryOfMessages(decoder.Messages());
-        throw Failure("ffmpeg could not read a single frame of " + Quoted(m_options.input) +
+        throw Failure("ffmpeg could not read a single frame of " + Quoted(m_options.input.name) +
                       (reason.empty() ? "." : ": " + reason + "."));
     }
 
     [[noreturn]] void FailEncoding(ChildProcess& encoder) const {
         encoder.Wait();
         const std::string reason = SummaryOfMessages(encoder.Messages());
-        throw Failure("ffmpeg could not write " + Quoted(m_options.output) +
+        throw Failure("ffmpeg could not write " + Quoted(m_options.output.name) +
                       (reason.empty() ? "." : ": " + reason + "."));
     }
 
@@ -154,15 +148,15 @@ private:
             FailEncoding(encoder);
         }
         try {
-            UpscaleFrames(frames, writer, m_options.model, m_options.upscale, m_log, m_progress, m_count);
+            UpscaleFrames(frames, writer, m_run, m_progress, m_count);
         } catch (const NobodyReads&) {
-            // Options of the user's may make it end early.
+            // The user's options may make the encoder end early.
             decoder.Kill();
             m_encoderEndedFirst = true;
         }
     }
 
-    // An encoder that failed leaves nothing; a source that is damaged leaves what was read of it.
+    // A failed encoder leaves nothing behind. A damaged source leaves the part that could be read.
     void Finish(ChildProcess& decoder, ChildProcess& encoder, const NutVideo& upscaled) {
         m_progress.End();
         if (encoder.Wait() != 0) {
@@ -170,10 +164,10 @@ private:
         }
         const bool decoded = decoder.Wait() == 0 || m_encoderEndedFirst;
         m_result.Commit();
-        m_progress.Item("Wrote: " + Utf8FromPath(m_options.output) + " (" + std::to_string(m_count.written) +
-                            " frames of " + SizeText({upscaled.width, upscaled.height}) + ")",
+        m_progress.Item("Wrote: " + m_options.output.name + " (" + std::to_string(m_count.written) + " frames of " +
+                            SizeText({upscaled.width, upscaled.height}) + ")",
                         {{"event", "video"},
-                         {"output", Utf8FromPath(m_options.output)},
+                         {"output", m_options.output.name},
                          {"frames", m_count.written},
                          {"width", upscaled.width},
                          {"height", upscaled.height},
@@ -182,7 +176,7 @@ private:
                          {"seconds", m_count.seconds}});
         const std::string complaints = SummaryOfMessages(decoder.Messages() + encoder.Messages());
         if (!decoded || !complaints.empty()) {
-            throw Failure(Quoted(m_options.input) + " is damaged; " + Quoted(m_options.output) +
+            throw Failure(Quoted(m_options.input.name) + " is damaged; " + Quoted(m_options.output.name) +
                           " holds what ffmpeg could read of it. ffmpeg says: " + complaints + ".");
         }
     }
@@ -191,7 +185,7 @@ private:
     Progress& m_progress;
     fs::path m_ffmpeg;
     PendingFile m_result;
-    LibraryLog m_log;
+    FrameRun m_run;
     FrameCount m_count;
     bool m_encoderEndedFirst = false;
 };

@@ -3,26 +3,24 @@
 
 #include <filesystem>
 
-#include "apps/orvane/commands/model_options.h"
-#include "apps/orvane/video/frame_line.h"
+#include "apps/orvane/frames/frame_run.h"
 #include "apps/orvane/video/video_output.h"
+#include "apps/utils/files/named_path.h"
 #include "apps/utils/progress.h"
 
 namespace orvane::tool {
 
 struct VideoOptions {
-    std::filesystem::path input;
-    std::filesystem::path output;
-    std::filesystem::path ffmpeg;  // empty: to be found
-    VideoJob job;                  // its paths are filled in here
-    bool force = false;            // an older output is replaced
-    ModelChoice model;
-    FrameOptions upscale;
-    bool verbose = false;
+    NamedPath input;  // absolute paths, but not in Windows' long form, which is not for ffmpeg
+    NamedPath output;
+    std::filesystem::path ffmpeg;  // empty: see FindFfmpeg
+    VideoJob job;                  // its paths are filled in by UpscaleVideo
+    bool force = false;            // an existing output is replaced
+    FrameOptions frames;
 };
 
-// Throws Failure and leaves nothing behind then; but when the source turns out to be damaged the output holds what
-// could be read of it.
+// Throws Failure and then leaves nothing behind, with one exception: when the source turns out to be damaged, the
+// output holds what could be read of it.
 void UpscaleVideo(const VideoOptions& options, Progress& progress);
 
 }  // namespace orvane::tool

@@ -24,25 +24,25 @@ bool HasOneOf(std::string_view text, Choices choices) {
                        [text](std::string_view choice) { return text.find(choice) != std::string_view::npos; });
 }
 
-// The output's ending in lower case, without the dot.
-std::string EndingOf(const VideoJob& job) {
+// The output's file name extension in lower case, without the dot.
+std::string ExtensionOf(const VideoJob& job) {
     const size_t dot = job.output.find_last_of("./\\");
-    std::string ending = dot != std::string::npos && job.output[dot] == '.' ? job.output.substr(dot + 1) : "";
-    std::transform(ending.begin(), ending.end(), ending.begin(),
+    std::string extension = dot != std::string::npos && job.output[dot] == '.' ? job.output.substr(dot + 1) : "";
+    std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return ending;
+    return extension;
 }
 
 bool IsMp4(const VideoJob& job) {
-    return IsOneOf(EndingOf(job), {"mp4", "m4v", "mov"});
+    return IsOneOf(ExtensionOf(job), {"mp4", "m4v", "mov"});
 }
 
 bool IsMatroska(const VideoJob& job) {
-    return EndingOf(job) == "mkv";
+    return ExtensionOf(job) == "mkv";
 }
 
 bool IsWebM(const VideoJob& job) {
-    return EndingOf(job) == "webm";
+    return ExtensionOf(job) == "webm";
 }
 
 bool HasDeepColours(const std::string& pixelFormat) {
@@ -73,7 +73,7 @@ std::string PixelFormatOf(const VideoJob& job) {
             return own[i];
         }
     }
-    // What every player shows.
+    // The format that every player shows.
     const std::string codec = CodecOf(job);
     return IsX26(codec) || IsVpxOrAom(codec) ? "yuv420p" : "";
 }
@@ -109,21 +109,21 @@ bool KeepsAlpha(const VideoJob& job, const VideoSource& source) {
 
 std::vector<std::string> LossesOf(const VideoJob& job, const VideoSource& source) {
     std::vector<std::string> losses;
-    const std::string cannot = " left out: a ." + EndingOf(job) + " file cannot hold them.";
+    const std::string cannot = " left out: a ." + ExtensionOf(job) + " file cannot hold them.";
     for (const std::string& subtitle : source.subtitles) {
         if (SubtitleCodecFor(job, subtitle).empty()) {
-            losses.emplace_back("The subtitles of the kind ");
+            losses.emplace_back("Subtitles of the format ");
             losses.back().append(subtitle).append(" are").append(cannot);
         }
     }
     if (source.hasAttachments && !TakesAttachments(job)) {
-        losses.push_back("Attached files (fonts) are" + cannot);
+        losses.push_back("Attached files, such as fonts, are" + cannot);
     }
     if (HasAlpha(source.pixelFormat) && source.pixelFormat != "pal8" && !KeepsAlpha(job, source)) {
-        losses.emplace_back("The source's transparency is left out: another --codec may keep it.");
+        losses.emplace_back("The transparency of the source is left out: another --codec may keep it.");
     }
     if (HasDeepColours(source.pixelFormat)) {
-        losses.emplace_back("The source has more than 8 bits per channel; the result is computed from 8.");
+        losses.emplace_back("The source has more than 8 bits per channel; it is reduced to 8.");
     }
     if (source.isInterlaced) {
         losses.emplace_back("The source is interlaced; deinterlace it first for a better result.");

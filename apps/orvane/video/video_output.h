@@ -1,4 +1,4 @@
-// What to make of a video, and what of the source that has room for. Portable.
+// What a video becomes, and what the output can hold of the source. Portable.
 #pragma once
 
 #include <optional>
@@ -9,40 +9,41 @@
 
 namespace orvane::tool {
 
-// Paths in UTF-8. The output's ending says what kind of file it is.
+// Paths in UTF-8. The extension of the output selects the container.
 struct VideoJob {
     std::string input;
-    std::string output;                // where ffmpeg writes to
-    std::optional<std::string> start;  // as ffmpeg takes times: seconds, or hours:minutes:seconds
+    std::string output;                // the file that ffmpeg writes
+    std::optional<std::string> start;  // in ffmpeg's form: seconds, or hours:minutes:seconds
     std::optional<std::string> duration;
-    std::string codec;   // empty: the usual one for the output's kind
-    std::string crf;     // empty: a high quality
-    std::string preset;  // empty: the codec's own
+    std::string codec;   // empty: the usual one for the container
+    std::string crf;     // empty: high quality
+    std::string preset;  // empty: the default of the encoder
     std::vector<std::string> encoderArguments;
 };
 
 // ffmpeg's name of the encoder.
 std::string CodecOf(const VideoJob& job);
 
-// Whether it is one of those encoders that take a constant quality: libx264, libx265, libvpx and libaom.
+// The encoders that take a constant quality: libx264 and libx265, libvpx and libaom.
 bool IsX26(const std::string& codec);
 bool IsVpxOrAom(const std::string& codec);
 
-// The pixel format that the encoder is given; empty when it chooses for itself.
+// The pixel format for the encoder; empty when the encoder chooses.
 std::string PixelFormatOf(const VideoJob& job);
 
 bool IsRgb(const std::string& pixelFormat);
 bool HasAlpha(const std::string& pixelFormat);
 
-// How the output takes subtitles of that codec: "copy" or the codec to convert them to; empty when it cannot.
+// How subtitles of this codec get into the output: "copy", or the codec to convert them to. Empty if they cannot.
 std::string SubtitleCodecFor(const VideoJob& job, const std::string& subtitle);
 
+// Whether the output can hold attached files, such as fonts.
 bool TakesAttachments(const VideoJob& job);
 
-// Whether the source has transparency and the output's pixels have room for it.
+// Whether the source has transparency and the output's pixel format can hold it.
 bool KeepsAlpha(const VideoJob& job, const VideoSource& source);
 
-// Sentences about what of the source the output does not keep.
+// One sentence for each part of the source that the output does not keep.
 std::vector<std::string> LossesOf(const VideoJob& job, const VideoSource& source);
 
 }  // namespace orvane::tool

@@ -20,7 +20,7 @@ Number LeadingNumber(std::string_view text) {
     return number;
 }
 
-// What follows the first `mark`; nothing when there is none.
+// The text after the first `mark`; empty when there is none.
 std::string_view After(std::string_view text, std::string_view mark) {
     const size_t at = text.find(mark);
     return at == std::string_view::npos ? std::string_view() : text.substr(at + mark.size());
@@ -85,7 +85,7 @@ void ParsePixelFormat(std::string_view text, VideoSource& source) {
     }
 }
 
-// "320x240 [SAR 1:1 DAR 4:3]"; leaves the size as it is when that is something else.
+// "320x240 [SAR 1:1 DAR 4:3]"; any other text leaves the size unchanged.
 void ParseSize(std::string_view text, VideoSource& source) {
     const size_t times = text.find('x');
     if (text.empty() || !IsDigit(text.front()) || times == std::string_view::npos) {

@@ -1,4 +1,4 @@
-// What a video file holds, as far as ffmpeg says. Portable.
+// What ffmpeg tells about a video file. Portable.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace orvane::tool {
 
-// ffmpeg's own names; empty where the file does not say.
+// In ffmpeg's names; empty where the file names none.
 struct ColourDescription {
     std::string range;  // "tv" or "pc"
     std::string matrix;
@@ -27,13 +27,13 @@ struct VideoSource {
     double seconds = 0;                  // 0 when unknown
     std::vector<std::string> subtitles;  // their codecs, in the file's order
     bool hasAttachments = false;
-    uint32_t libavutilVersion = 0;  // the first number; 56 is that of ffmpeg 4
+    uint32_t libavutilVersion = 0;  // the major version; ffmpeg 4 has 56
 };
 
-// Reads what `ffmpeg -i FILE` prints. Of the video streams it is the first one that is not a cover image.
+// Parses the output of `ffmpeg -i FILE`. Takes the first video stream that is not a cover image.
 VideoSource ParseVideoSource(std::string_view ffmpegOutput);
 
-// "12.5", "1:30", "01:02:03.5" in seconds; a negative number when it is not a time.
+// Seconds from "12.5", "1:30" or "01:02:03.5"; negative when the text is not a time.
 double SecondsFromText(std::string_view text);
 
 }  // namespace orvane::tool
