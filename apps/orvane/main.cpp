@@ -1,4 +1,4 @@
-// orvane: the Orvane library at work on images and video.
+// The program orvane, which upscales images and video with the Orvane library.
 #include "apps/orvane/commands/bench_command.h"
 #include "apps/orvane/commands/check_command.h"
 #include "apps/orvane/commands/model_command.h"
@@ -10,7 +10,7 @@
 
 int main(int argc, char** argv) {
     orvane::tool::RestrictLibrarySearch();
-    CLI::App app("Upscales images with a small convolutional network on the GPU.", "orvane");
+    CLI::App app("Upscales images and video with a small convolutional network on the GPU.", "orvane");
     app.require_subcommand(1);
     orvane::tool::AddUpscaleCommand(app);
     orvane::tool::AddVideoCommand(app);

@@ -93,7 +93,7 @@ TEST_F(Commands, CheckAndBenchReportWhatTheyFind) {
     }
 }
 
-// A tile above 3344 may be larger than the library's largest frame.
+// A tile above 3344 can exceed the frame limit of the library.
 TEST_F(Commands, TakeTheSameFrameOptions) {
     const std::vector<std::pair<std::wstring, bool>> values{
         {L"--tile 63", false},   {L"--tile 64", true},   {L"--tile 3344", true}, {L"--tile 3345", false},

@@ -62,7 +62,7 @@ void AddVideoCommand(CLI::App& app) {
     video->add_option("OUT", arguments->output, "The video to write; the extension selects the container")->required();
     video->add_option("ENCODER", options.job.encoderArguments, "After --: options for the ffmpeg that writes OUT");
     video->add_option("--codec", options.job.codec, "ffmpeg's name of the encoder; default: libx264");
-    video->add_option("--crf", options.job.crf, "Quality: lower is better and larger; default: 18");
+    video->add_option("--crf", options.job.crf, "Quality: lower values look better and need more space; default: 18");
     video->add_option("--preset", options.job.preset, "Speed of the encoder, such as fast or slow");
     video->add_option("--start", arguments->start, "Where to begin: seconds, or hours:minutes:seconds")
         ->check(CheckTime);

@@ -1,4 +1,4 @@
-// orvane video: a video file in, a larger one out.
+// orvane video: video files.
 #pragma once
 
 #include <CLI/CLI.hpp>
