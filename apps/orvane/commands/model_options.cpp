@@ -10,9 +10,9 @@ void AddModelOptions(CLI::App& command, ModelOptions& options) {
 
 void AddNetworkOptions(CLI::App& command, ModelOptions& options) {
     command.add_option("--channels", options.channels, "Feature channels of a model file that has no .json beside it")
-        ->check(CLI::Range(1, kMaxModelChannels));
+        ->check(CLI::Range(1, kMaxModelChannels).description(""));
     command.add_option("--depth", options.depth, "Layers between the first and the last one of such a file")
-        ->check(CLI::Range(kMinModelDepth, kMaxModelDepth));
+        ->check(CLI::Range(kMinModelDepth, kMaxModelDepth).description(""));
 }
 
 }  // namespace orvane::tool

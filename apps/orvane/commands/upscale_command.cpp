@@ -43,7 +43,7 @@ void AddUpscaleCommand(CLI::App& app) {
         ->check(CLI::IsMember({"png", "jpeg", "tiff", "bmp", "same"}));
     upscale->add_option("--quality", options.quality, "Quality of JPEG results, 1 to 100")
         ->capture_default_str()
-        ->check(CLI::Range(1, 100));
+        ->check(CLI::Range(1, 100).description(""));
     upscale->add_flag("--force", options.force, "Replace existing results instead of skipping them");
     AddFrameOptions(*upscale, options.frames);
     AddProgressOptions(*upscale, options.progress);
