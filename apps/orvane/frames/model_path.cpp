@@ -10,7 +10,7 @@
 #include "apps/utils/failure.h"
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/long_path.h"
-#include "apps/utils/files/utf8_path.h"
+#include "apps/utils/text.h"
 #include "apps/utils/windows_text.h"
 
 namespace orvane::tool {
