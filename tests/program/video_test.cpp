@@ -133,7 +133,7 @@ TEST(Stream, UpscalesFiftyFramesInOrderWithAChangeOfSizeAndAlpha) {
     EXPECT_EQ(place.Run(std::string("{o} stream --raw 12x8") + kModel + "< in.raw > out.raw"), 1);
     EXPECT_NE(place.Said().find("The last frame is cut off: 383 of its 384 bytes came."), std::string::npos);
     MemorySource rawOutput(ContentOf(place.Path("out.raw")));
-    RawFrameReader rawReader(rawOutput, 24, 16);
+    RawFrameReader rawReader(rawOutput, {24, 16});
     for (uint32_t i = 0; i < 49; ++i) {
         test::Image source(12, 8);
         std::copy_n(raw.begin() + i * 384, 384, source.pixels.begin());
