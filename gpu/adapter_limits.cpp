@@ -6,14 +6,14 @@ namespace orvane {
 
 uint64_t MaxTypedViewElements(uint32_t vendorId) {
     constexpr uint64_t kGuaranteed = uint64_t{1} << 27;
-    constexpr uint64_t kKnownToWork = uint64_t{1} << 29;
+    constexpr uint64_t kAssumed = uint64_t{1} << 29;
     switch (vendorId) {
         case kVendorAmd:
         case kVendorAmdProcessors:
         case kVendorIntel:
         case kVendorMicrosoft:
         case kVendorNvidia:
-            return kKnownToWork;
+            return kAssumed;
         default:
             return kGuaranteed;
     }
