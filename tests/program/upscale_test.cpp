@@ -161,7 +161,7 @@ TEST(Upscale, ContinuesAfterABrokenImageAndWithMissingResults) {
         {L"twins -o out", 2, {"would both become"}},
         {L"in/a.tif -o in --format same", 2, {"would replace the image"}},
         {L"in/a.tif -o a.webp", 2, {"cannot be written"}},
-        {L"in/a.tif -o a.png --format jpeg", 2, {"another format"}},
+        {L"in/a.tif -o a.png --format jpeg", 2, {"does not match --format"}},
         {L"in/a.tif -o blocked/x", 1, {"cannot be created"}},
         {L"in/a.tif -o taken --force", 1, {"exists and is not a file that can be replaced"}},
         {L"-o out", 2, {"--list"}},

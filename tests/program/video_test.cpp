@@ -131,7 +131,7 @@ TEST(Stream, UpscalesFiftyFramesInOrderWithAChangeOfSizeAndAlpha) {
     raw.pop_back();
     place.Write("in.raw", {raw.begin(), raw.end()});
     EXPECT_EQ(place.Run(std::string("{o} stream --raw 12x8") + kModel + "< in.raw > out.raw"), 1);
-    EXPECT_NE(place.Said().find("The last frame is cut off: 383 of its 384 bytes came."), std::string::npos);
+    EXPECT_NE(place.Said().find("The last frame is cut off: 383 of its 384 bytes arrived."), std::string::npos);
     MemorySource rawOutput(ContentOf(place.Path("out.raw")));
     RawFrameReader rawReader(rawOutput, {24, 16});
     for (uint32_t i = 0; i < 49; ++i) {
