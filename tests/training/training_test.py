@@ -12,8 +12,9 @@ import numpy as np
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2]))
 from training import KIT  # noqa: E402
-from training.data import compress, licences, pack, prepare, prepare_video, qt_resources, resize, sources  # noqa: E402
-from training.judge import metrics  # noqa: E402
+from training.data import compress, licences, pack, prepare, prepare_video, qt_resources, resize  # noqa: E402
+from training.data import slides, sources  # noqa: E402
+from training.judge import metrics, synthetic  # noqa: E402
 from training.model import cipher, convert  # noqa: E402
 
 
@@ -91,6 +92,29 @@ class Metrics(unittest.TestCase):
         self.assertEqual(metrics.halo(image, truth), 0)
         image[8, 4], image[8, 15] = 16, 84  # in flat areas, above and below them
         self.assertAlmostEqual(metrics.halo(image, truth), np.sqrt(2 * 16**2 / 16**2))
+
+
+class Text(unittest.TestCase):
+    def test_speckle_is_what_appears_on_black_away_from_text(self):
+        large = np.zeros((32, 32, 3), np.uint8)
+        large[14:18, 14:18] = 255
+        result = large.copy()
+        result[12, 15] = 90  # two pixels from the text
+        result[1, 20] = 80  # at the rim of the image
+        self.assertEqual(synthetic.speckle(result, large), 0)
+        result[11, 15, 1] = 12
+        self.assertEqual(synthetic.speckle(result, large), 12)
+
+    def test_slides_to_train_with_and_to_test_with_share_no_words(self):
+        self.assertEqual(set(slides.TEST_WORDS) & set(slides.drawn.WORDS), set())
+
+    @unittest.skipUnless(Path("/usr/share/fonts/truetype/dejavu").is_dir(), "the fonts are those of ./dev train")
+    def test_slides_are_repeatable_and_fill_their_tiles(self):
+        first, again = ([np.asarray(tile) for tile in slides.tiles(7, 2)] for _ in range(2))
+        self.assertEqual([tile.shape for tile in first], [(160, 160, 3)] * 12)
+        for a, b in zip(first, again):
+            np.testing.assert_array_equal(a, b)
+            self.assertGreater(a.std(), 5)
 
 
 class ModelFiles(unittest.TestCase):

@@ -35,6 +35,7 @@ train() {
   need_wine
   build mingw-release --target orvane_cli
   [ -f "$data/tiles.npz" ] || "$PYTHON" -m training.data.prepare --data "$data"
+  [ -f "$data/slides.npz" ] || "$PYTHON" -m training.data.slides --data "$data"
   if grep -q '"video"' "training/configs/$name.json"; then
     [ -f "$data/video.npz" ] || "$PYTHON" -m training.data.prepare_video --data "$data"
     images=test-video

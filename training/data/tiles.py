@@ -54,7 +54,7 @@ def _plain(random: np.random.Generator, side: int) -> np.ndarray:
 
 
 def load(folder: Path, group: str, seed: int) -> Tiles:
-    """Reads a group from the data folder: "photo", "drawing" or "video"; "plain" is created from `seed`."""
+    """Reads a group from the data folder: "photo", "drawing", "slide" or "video"; "plain" is created from `seed`."""
     if group == "plain":
         random = np.random.default_rng(seed)
         return Tiles(np.stack([_plain(random, pack.TILE) for _ in range(PLAIN_TILES)]))
@@ -62,7 +62,7 @@ def load(folder: Path, group: str, seed: int) -> Tiles:
         kinds, small = ("photo", "drawing"), folder / "video.npz"
         large = [pack.read(folder / "tiles.npz", kind)[pack.read_numbers(small, kind)] for kind in kinds]
         return Tiles(np.concatenate(large), np.concatenate([pack.read(small, kind) for kind in kinds]), len(large[0]))
-    tiles = pack.read(folder / "tiles.npz", group)
+    tiles = pack.read(folder / ("slides.npz" if group == "slide" else "tiles.npz"), group)
     return Tiles(tiles, photos=len(tiles) if group == "photo" else 0)
 
 

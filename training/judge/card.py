@@ -15,7 +15,7 @@ CROP = 56  # side of a crop of the large image in pixels
 ZOOM = 3
 # The test images, and for each the top left corner of its crop as a share of height and width.
 CROPS = (("photo-friends_by_Aitzol_Berasategi", 0.35, 0.3), ("photo-china", 0.35, 0.4), ("drawn-3", 0.05, 0.1))
-KINDS = {"photo": "photographs", "drawing": "drawings", "drawn": "text, lines, interfaces"}
+KINDS = {"photo": "photographs", "drawing": "drawings", "drawn": "text, lines, interfaces", "slide": "slides"}
 
 
 def crops(model: evaluate.Model, folder: Path) -> np.ndarray:
@@ -95,7 +95,9 @@ def synthetic_text(checks: dict) -> list[str]:
             f"- Smooth ramps: the four pixels of a 2x2 block differ by {checks['checkerboard']} "
             f"(bicubic {checks['checkerboard_bicubic']}).",
             f"- Bars: the result leaves the range of the source by {checks['halo']} (bicubic "
-            f"{checks['halo_bicubic']}), root mean square.", ""]
+            f"{checks['halo_bicubic']}), root mean square.",
+            f"- Flat black beside text, all 5x5 source pixels around being black: error at most {checks['speckle']} "
+            f"(bicubic {checks['speckle_bicubic']}).", ""]
 
 
 def training_text(name: str, card: dict) -> list[str]:

@@ -1,12 +1,13 @@
-"""Judges a model on images with a known correct result: flat colours, smooth ramps and sharp edges.
+"""Judges a model on images with a known correct result: flat colours, ramps, sharp edges, text on black.
 
 All figures are in 8-bit code values.
 """
 from collections.abc import Iterator, Sequence
 
 import numpy as np
+from PIL import Image, ImageDraw, ImageFont
 
-from training.data import resize
+from training.data import drawn, resize
 
 Pair = tuple[np.ndarray, np.ndarray]  # small, large
 
@@ -42,6 +43,22 @@ def edges() -> list[Pair]:
     return pairs
 
 
+def texts_on_black() -> list[Pair]:
+    """Six lines of small text on black: one page in white, one in white and pure colours."""
+    font = next(path for path in drawn.fonts() if path.endswith("/DejaVuSans.ttf"))
+    pairs = []
+    for inks in (["white"], ["white", "red", "lime", "blue", "yellow", "cyan"]):
+        page = Image.new("RGB", (240, 160))
+        draw, top = ImageDraw.Draw(page), 3
+        for line, height in enumerate((9, 11, 13, 16, 20, 26)):
+            text = "Flat black beside text 0123 (x)"
+            draw.text((6, top), text, inks[line % len(inks)], ImageFont.truetype(font, height))
+            top += height * 29 // 20
+        large = np.asarray(page)
+        pairs.append((resize.to_bytes(resize.downscale(large)), large))
+    return pairs
+
+
 def _inner(image: np.ndarray) -> np.ndarray:
     return image[RIM:-RIM, RIM:-RIM].astype(float)
 
@@ -64,17 +81,24 @@ def halo(image: np.ndarray, large: np.ndarray) -> float:
     return float(np.sqrt(np.mean(beyond**2)))
 
 
+def speckle(image: np.ndarray, large: np.ndarray) -> int:
+    """The largest value of the upscaled image where all of the 5x5 source pixels around are black."""
+    around = np.lib.stride_tricks.sliding_window_view(large, (5, 5), axis=(0, 1))
+    black = np.pad(around.max(axis=(-3, -2, -1)) == 0, 2)
+    return int(_inner(image)[_inner(black) > 0].max())
+
+
 def small_images() -> list[np.ndarray]:
     """The images to upscale for `check`, in its order."""
-    return flat_images() + [small for small, _ in ramps() + edges()]
+    return flat_images() + [small for small, _ in ramps() + edges() + texts_on_black()]
 
 
 def check(upscaled: Sequence[np.ndarray]) -> dict[str, float]:
     """The figures of the upscaled `small_images`: the largest deviation of each kind."""
-    flats, slopes, bars = flat_images(), ramps(), edges()
+    flats, slopes, bars, texts = flat_images(), ramps(), edges(), texts_on_black()
     flat = [(result.astype(int) - image[0, 0]) for image, result in zip(flats, upscaled)]
     sloped = upscaled[len(flats) : len(flats) + len(slopes)]
-    barred = upscaled[len(flats) + len(slopes) :]
+    barred = upscaled[len(flats) + len(slopes) : -len(texts)]
     return {
         "flat_inner": int(max(np.abs(difference[RIM:-RIM, RIM:-RIM]).max() for difference in flat)),
         "grey_rim": int(max(np.abs(difference).max() for difference in flat[:9])),
@@ -84,6 +108,8 @@ def check(upscaled: Sequence[np.ndarray]) -> dict[str, float]:
         "checkerboard_bicubic": round(max(checkerboard(_bicubic(a), b) for a, b in slopes), 3),
         "halo": round(max(halo(a, b[1]) for a, b in zip(barred, bars)), 2),
         "halo_bicubic": round(max(halo(_bicubic(a), b) for a, b in bars), 2),
+        "speckle": max(speckle(a, b[1]) for a, b in zip(upscaled[-len(texts) :], texts)),
+        "speckle_bicubic": max(speckle(_bicubic(a), b) for a, b in texts),
     }
 
 
@@ -94,3 +120,4 @@ def lines(checks: dict[str, float]) -> Iterator[str]:
     yield (f"smooth ramps: the four pixels of a 2x2 block differ by {checks['checkerboard']} "
            f"(bicubic {checks['checkerboard_bicubic']})")
     yield f"bars: outside the range of the source by {checks['halo']} (bicubic {checks['halo_bicubic']})"
+    yield f"flat black beside text: error at most {checks['speckle']} (bicubic {checks['speckle_bicubic']})"
