@@ -46,7 +46,8 @@ Numbers TimeOnCore(double patience, const Work& work) {
         least = std::min(least, Measure(work));
         used = ProcessorMilliseconds() - start;
     }
-    return {least < kLong ? least : used / runs};
+    // The clock of processor time ticks some 60 times a second and may not have ticked yet.
+    return {least < kLong || used == 0.0 ? least : used / runs};
 }
 
 bool IsEncryptedTwice(const std::filesystem::path& path) {
