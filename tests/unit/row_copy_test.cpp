@@ -1,4 +1,4 @@
-// Copying rows to the host, and the performance counter in microseconds.
+// Copying rows to the host, streamed or not, and the performance counter in microseconds.
 #include "engine/row_copy.h"
 
 #include <algorithm>
@@ -42,6 +42,56 @@ TEST(CopyRows, WritesWhatFitsAndNothingElse) {
         }
         CopyRows(source, test.rowPitch, target.data(), test.stride, 12, test.height);
         EXPECT_EQ(target, expected) << test.height << " rows, pitch " << test.rowPitch << ", stride " << test.stride;
+    }
+}
+
+std::vector<uint8_t> Numbered(size_t size) {
+    std::vector<uint8_t> bytes(size);
+    for (size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<uint8_t>(i * 2654435761U >> 24);  // no short period
+    }
+    return bytes;
+}
+
+TEST(StreamBytes, CopiesWhateverTheAlignmentAndTheLength) {
+    const std::vector<uint8_t> source = Numbered(200);
+    for (size_t from = 0; from <= 16; ++from) {
+        for (size_t to = 0; to <= 16; ++to) {
+            for (size_t size = 0; size <= 100; ++size) {
+                std::vector<uint8_t> expected(150, 0xEE);
+                std::vector<uint8_t> target = expected;
+                std::copy_n(&source[from], size, &expected[to]);
+                StreamBytes(&target[to], &source[from], size);
+                ASSERT_EQ(target, expected) << size << " bytes from " << from << " to " << to;
+            }
+        }
+    }
+}
+
+// Images of about the size from which rows are streamed, below and above it.
+TEST(CopyRows, CopiesLargeImagesAsItDoesSmallOnes) {
+    constexpr uint32_t kRowBytes = 8188;  // 2047 pixels
+    struct Case {
+        uint32_t rowPitch;
+        int32_t stride;
+        uint32_t height;
+        size_t offset;  // of the host's first row
+    };
+    const Case cases[] = {{8188, 8188, 2050, 0}, {8188, 8188, 2050, 1}, {8192, 8192, 2048, 16}, {8192, 8192, 2047, 3},
+                          {8192, 8188, 2100, 5}, {8192, 8193, 2100, 0}, {8192, 9001, 2100, 15}, {8188, 8001, 2200, 7}};
+    for (const auto& [rowPitch, stride, height, offset] : cases) {
+        SCOPED_TRACE(testing::Message() << height << " rows, pitch " << rowPitch << ", stride " << stride);
+        const std::vector<uint8_t> source = Numbered(size_t{rowPitch} * (height - 1) + kRowBytes);
+        const auto pitch = static_cast<size_t>(stride);
+        std::vector<uint8_t> expected(offset + height * pitch + 64, 0xEE);
+        std::vector<uint8_t> target = expected;
+        for (size_t row = 0; row < height; ++row) {
+            const size_t rest = source.size() - row * rowPitch;
+            std::copy_n(&source[row * rowPitch], std::min({size_t{rowPitch}, pitch, rest}),
+                        &expected[offset + row * pitch]);
+        }
+        CopyRows(source, rowPitch, &target[offset], stride, kRowBytes, height);
+        EXPECT_TRUE(target == expected);  // printing them would take long
     }
 }
 
