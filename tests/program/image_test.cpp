@@ -234,20 +234,20 @@ TEST(Tiles, EveryPixelIsKeptOnceAndFarFromTileEdges) {
 TEST(FrameSizeChoice, StaysWhileThatIsCheaperThanARebuild) {
     FrameSizeChoice sizes({2, 2, 100});
     const Size large{50, 50};
-    const Size small{40, 50};
+    const Size smaller{40, 50};
     EXPECT_EQ(sizes.Choose(large), (Size{54, 54}));
-    EXPECT_EQ(sizes.Choose(small), (Size{44, 54}));  // nothing has been measured yet
-    sizes.FrameTook({44, 54}, 44 * 54, false);       // one millisecond per pixel
+    EXPECT_EQ(sizes.Choose(smaller), (Size{44, 54}));  // nothing has been measured yet
+    sizes.FrameTook({44, 54}, 44 * 54, false);         // one millisecond per pixel
     sizes.FrameTook({54, 54}, 54 * 54 + 1200, true);
-    EXPECT_EQ(sizes.Choose(large), (Size{54, 54}));  // two small frames would cost too much
-    EXPECT_EQ(sizes.Choose(small), (Size{54, 54}));  // 540 pixels wasted
-    EXPECT_EQ(sizes.Choose(small), (Size{54, 54}));  // 1080
-    EXPECT_EQ(sizes.Choose(small), (Size{44, 54}));  // 1620: more than the rebuild
+    EXPECT_EQ(sizes.Choose(large), (Size{54, 54}));    // two small frames would cost too much
+    EXPECT_EQ(sizes.Choose(smaller), (Size{54, 54}));  // 540 pixels wasted
+    EXPECT_EQ(sizes.Choose(smaller), (Size{54, 54}));  // 1080
+    EXPECT_EQ(sizes.Choose(smaller), (Size{44, 54}));  // 1620: more than the rebuild
     FrameSizeChoice raw({2, 0, 100});
     EXPECT_EQ(raw.Choose(large), large);
     raw.FrameTook(large, 2500, false);
     raw.FrameTook(large, 1000000, true);
-    EXPECT_EQ(raw.Choose(small), small);  // a larger frame would move the edge
+    EXPECT_EQ(raw.Choose(smaller), smaller);  // a larger frame would move the edge
 }
 
 }  // namespace

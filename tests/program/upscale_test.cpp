@@ -103,9 +103,9 @@ TEST(Upscale, FolderAgainstTheReferenceAndInTiles) {
     const fs::path images = folder.Path() / L"\u6A21\u578B \u00E9" / "in";
     fs::create_directories(images / "deep");
     const Image first = RandomImage(100, 90, 1);
-    const Image small = RandomImage(3, 1, 2);
+    const Image smallImage = RandomImage(3, 1, 2);
     WriteImage(LongPath(images / "first.png"), first, {}, IgnoreWarning);
-    WriteImage(LongPath(images / "deep" / L"\u00FC.bmp"), small, {ImageFormat::kBmp}, IgnoreWarning);
+    WriteImage(LongPath(images / "deep" / L"\u00FC.bmp"), smallImage, {ImageFormat::kBmp}, IgnoreWarning);
     const std::wstring command = L"upscale in --model ../m.bin --channels 8 --depth 1 --json -o ";
 
     const Outcome whole = RunWithSlashes(images.parent_path(), command + L"out");
@@ -115,7 +115,7 @@ TEST(Upscale, FolderAgainstTheReferenceAndInTiles) {
     const Image result = Read(images.parent_path() / "out/first.png");
     const Differences fromReference = Compare(result, Expected(network, first));
     EXPECT_LE(fromReference.largest, 2);
-    EXPECT_LE(Compare(Read(images.parent_path() / L"out/deep/\u00FC.png"), Expected(network, small)).largest, 2);
+    EXPECT_LE(Compare(Read(images.parent_path() / L"out/deep/\u00FC.png"), Expected(network, smallImage)).largest, 2);
 
     // Without mirrored edges, as in the library.
     ASSERT_EQ(RunWithSlashes(images.parent_path(), command + L"raw --raw-edges").exitCode, 0);

@@ -73,6 +73,20 @@ check_interface() {
   done
 }
 
+# What Visual C++ refuses and the compilers here do not: its iterators of arrays are no pointers, and Windows' own headers
+# define two names that MinGW's do not. Comments and strings may say anything.
+check_visual_cpp() {
+  # shellcheck disable=SC2016 # Perl's own variables
+  sources | xargs perl -0777 -ne '
+    s{//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"}{$& =~ tr/\n//cdr}egs;
+    my $iterator = qr/std::(?:ranges::)?\w*(?:find|search|bound|element|partition|mismatch|next|prev)\w*\(|[\w.]+\.c?(?:begin|end)\(/;
+    while (/\b(?:small|hyper)\b|\bauto\s*\*[^;={}()]*=\s*$iterator/g) {
+      print "$ARGV:", 1 + (substr($_, 0, $-[0]) =~ tr/\n//), ": $&\n";
+      $found = 1;
+    }
+    END { exit($found // 0) }'
+}
+
 lint() {
   setup lint
   build native
@@ -82,6 +96,7 @@ lint() {
   step "Checking the Python code (flake8)" check_python
   step "Checking the format (clang-format)" check_format
   step "Checking the interface for Visual C++ (clang)" check_interface
+  step "Checking for what Visual C++ refuses (patterns)" check_visual_cpp
   step "Checking the code (clang-tidy and clang's warnings)" check_tidy
   say "No complaints."
 }

@@ -50,9 +50,12 @@ std::string ScalerMatrix(const std::string& matrix) {
                                                                      {"smpte240m", "smpte240m"},
                                                                      {"bt2020nc", "bt2020"},
                                                                      {"bt2020c", "bt2020"}}};
-    const auto* const found =
-        std::find_if(kNames.begin(), kNames.end(), [&](const auto& names) { return names[0] == matrix; });
-    return found == kNames.end() ? "" : std::string((*found)[1]);
+    for (const auto& [name, scalerName] : kNames) {
+        if (name == matrix) {
+            return std::string(scalerName);
+        }
+    }
+    return {};
 }
 
 // ffmpeg's command line and its file descriptions name some curves differently.
