@@ -1,10 +1,8 @@
 #include "engine/sample.h"
 
-#include <cstring>
-#include <string>
-
 #include "api/log.h"
 #include "engine/frame_recorder.h"
+#include "engine/model_path.h"
 #include "engine/performance_clock.h"
 #include "engine/row_copy.h"
 #include "gpu/gpu_resource.h"
@@ -18,11 +16,6 @@ int64_t NowMicroseconds() {
     QueryPerformanceCounter(&counter);
     QueryPerformanceFrequency(&frequency);
     return CounterToMicroseconds(counter.QuadPart, frequency.QuadPart);
-}
-
-// The path in a record. It has no terminator when it fills the field.
-std::string ModelPath(const orvane_open_param& record) {
-    return {record.modelPath, strnlen(record.modelPath, sizeof(record.modelPath))};
 }
 
 }  // namespace

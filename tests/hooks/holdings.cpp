@@ -20,6 +20,7 @@ struct State {
     std::map<std::string, int> made;
     std::map<std::string, int> successes;
     std::set<HANDLE> events;
+    std::set<void*> openLists;
     std::map<void*, UINT64> signalled;  // the last values
     bool mayBeRunning = false;
     std::string complaints;
@@ -75,6 +76,9 @@ void ReleaseObject(void* object) {
     const std::lock_guard lock(state.lock);
     state.objects.erase(object);
     state.signalled.erase(object);
+    if (state.openLists.erase(object) != 0) {
+        state.complaints += "an open list is released; ";
+    }
     if (state.objects.empty()) {
         state.made.clear();
     }
@@ -103,6 +107,16 @@ void CountSuccess(const std::string& function) {
     if (function == "FreeLibrary" && !state.objects.empty()) {
         state.complaints += "a library is freed before its objects; ";
     }
+}
+
+void ListIsOpened(void* list) {
+    const std::lock_guard lock(GetState().lock);
+    GetState().openLists.insert(list);
+}
+
+void ListIsClosed(void* list) {
+    const std::lock_guard lock(GetState().lock);
+    GetState().openLists.erase(list);
 }
 
 void ListIsExecuted() {

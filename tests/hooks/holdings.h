@@ -23,6 +23,9 @@ void ReleaseEvent(HANDLE event);
 // A successful call of a function that comes in pairs, such as fopen and fclose.
 void CountSuccess(const std::string& function);
 
+// A list that is released must be closed.
+void ListIsOpened(void* list);
+void ListIsClosed(void* list);
 void ListIsExecuted();
 // The library has waited for the lists that it executed, or has seen a fence's value.
 void ListsHaveRun();

@@ -1,6 +1,7 @@
 // The functions that liborvane.dll imports.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <objbase.h>
 #include <optional>
@@ -10,6 +11,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "tests/hooks/call_descriptions.h"
 #include "tests/hooks/faults.h"
 #include "tests/hooks/holdings.h"
 #include "tests/hooks/system_hooks.h"
@@ -18,6 +20,11 @@
 
 namespace orvane::test {
 namespace {
+
+// The others say nothing, or are the compiler's affair.
+bool IsWrittenDown(std::string_view name) {
+    return name == "CoInitializeEx" || name == "LoadLibraryW";
+}
 
 template <typename Tag, typename Result, typename... Arguments>
 struct ImportHook {
@@ -34,6 +41,9 @@ struct ImportHook {
         const Result result = original(arguments...);
         if (result != failure && IsWatchedThread()) {
             CountSuccess(name);
+            if (IsWrittenDown(name)) {
+                RecordCall(name, arguments...);
+            }
         }
         return result;
     }
@@ -57,6 +67,7 @@ BOOL WINAPI HookFreeLibrary(HMODULE module) {
 
 void WINAPI HookCoUninitialize() {
     CountSuccess("CoUninitialize");
+    RecordCall("CoUninitialize");
     CoUninitialize();
 }
 
@@ -83,7 +94,18 @@ HANDLE WINAPI HookCreateEventExW(LPSECURITY_ATTRIBUTES attributes, LPCWSTR name,
     } else if (event != nullptr) {
         HoldEvent(event);
     }
+    RecordCall("CreateEventExW", flags, access);
     return event;
+}
+
+// Nothing that was not written may count, so it and what lies beyond it is never 0.
+void* Hookmalloc(size_t size) {
+    constexpr size_t kBeyond = 16;
+    void* const memory = IsLibrarysOwnCall() && MeetFault("malloc") ? nullptr : malloc(size + kBeyond);
+    if (memory != nullptr) {
+        std::memset(memory, 0xA5, size + kBeyond);
+    }
+    return memory;
 }
 
 BOOL WINAPI HookCloseHandle(HANDLE handle) {
@@ -131,7 +153,7 @@ const std::map<std::string, void*>& Imports() {
         IMPORT(HeapAlloc, nullptr),
         IMPORT(CoInitializeEx, E_OUTOFMEMORY),
         IMPORT(_beginthreadex, 0),
-        IMPORT(malloc, nullptr),
+        OWN_IMPORT(malloc),
         IMPORT(fopen, nullptr),
         IMPORT(fseek, -1),
         IMPORT(ftell, -1),

@@ -1,11 +1,11 @@
 // Every method that the library calls and that can report a failure or that belongs to a frame, and the entry points
 // that the library looks up.
 #include <cstring>
+#include <map>
 #include <string_view>
 #include <tuple>
 
 #include "tests/hooks/call_descriptions.h"
-#include "tests/hooks/call_transcript.h"
 #include "tests/hooks/faults.h"
 #include "tests/hooks/pretended.h"
 #include "tests/hooks/system_hooks.h"
@@ -46,12 +46,20 @@ void Observe(ID3D12CommandQueue* /*queue*/, ID3D12Fence* fence, UINT64 value) {
 void Observe(ID3D12CommandQueue* /*queue*/, UINT /*count*/, ID3D12CommandList* const* /*lists*/) {
     ListIsExecuted();
 }
-void Observe(ID3D12GraphicsCommandList* /*list*/, ID3D12CommandAllocator* /*allocator*/,
-             ID3D12PipelineState* /*initial*/) {
+void Observe(ID3D12GraphicsCommandList* list, ID3D12CommandAllocator* /*allocator*/, ID3D12PipelineState* /*initial*/) {
     ExpectIdle("a list is reset");
+    ListIsOpened(list);
 }
-void Observe(ID3D12Resource* /*resource*/, UINT /*subresource*/, const D3D12_RANGE* /*range*/, void** /*data*/) {
+void Observe(ID3D12GraphicsCommandList* list) {
+    ListIsClosed(list);
+}
+std::map<ID3D12Resource*, void*> g_mapped;  // the last address of each
+void Observe(ID3D12Resource* resource, UINT /*subresource*/, const D3D12_RANGE* /*range*/, void** data) {
     ExpectIdle("memory is mapped");
+    g_mapped[resource] = *data;
+}
+void Observe(ID3D12Device* device, const D3D12_DESCRIPTOR_HEAP_DESC* desc, const IID& /*iid*/, void** heap) {
+    RememberHeap(*device, *desc, static_cast<ID3D12DescriptorHeap*>(*heap));
 }
 
 // What a call waits for before it fails. A fence that is released with a value to come takes Wine's device along into
@@ -62,13 +70,6 @@ void Settle(ID3D12Fence* fence, UINT64 value, HANDLE /*event*/) {
     const InsideSystem inside;
     while (fence->GetCompletedValue() < value) {
         Sleep(1);
-    }
-}
-
-template <typename... Arguments>
-void RecordCall(const char* name, const Arguments&... arguments) {
-    if (IsRecording() && std::strncmp(name, "IDXGI", 5) != 0) {  // how many adapters there are is the machine's affair
-        RecordLine(std::string(name) + "(" + DescribeAll(arguments...) + ")");
     }
 }
 
@@ -95,7 +96,9 @@ HRESULT PassOn(const char* name, HRESULT(STDMETHODCALLTYPE* original)(Arguments.
     if (SUCCEEDED(hr)) {
         AdoptResult(name, std::tuple<Arguments...>(arguments...));
         Observe(arguments...);
-        RecordCall(name, arguments...);
+        if (std::strncmp(name, "IDXGI", 5) != 0) {  // how many adapters there are is the machine's affair
+            RecordCall(name, arguments...);
+        }
     }
     return failure.value_or(hr);
 }
@@ -137,11 +140,20 @@ UINT64 STDMETHODCALLTYPE GetCompletedValue(ID3D12Fence* self) {
     return value;
 }
 
+// Says what an upload ends in: a source that is too short would show there.
+void STDMETHODCALLTYPE Unmap(ID3D12Resource* self, UINT subresource, const D3D12_RANGE* written) {
+    if (IsLibrarysOwnCall()) {
+        const auto* const end = static_cast<const uint8_t*>(g_mapped[self]) + GetDesc(self).Width;
+        const std::string ending = written == nullptr ? Text("ending in ", int{end[-2]}, " ", int{end[-1]}) : "";
+        RecordCall("ID3D12Resource::Unmap", self, subresource, written, ending);
+    }
+    OriginalMethod<decltype(Unmap)>(self, 9)(self, subresource, written);
+}
+
 HRESULT STDMETHODCALLTYPE SetName(ID3D12Object* self, const wchar_t* name) {
     if (IsLibrarysOwnCall()) {
-        const std::string text(name, name + std::wcslen(name));  // all are ASCII
-        RecordCall("ID3D12Object::SetName", self, text);
-        NameObject(self, text);
+        RecordCall("ID3D12Object::SetName", self, name);
+        NameObject(self, Describe(name));
     }
     return OriginalMethod<decltype(SetName)>(self, 6)(self, name);
 }
@@ -156,6 +168,7 @@ const std::vector<MethodReplacement>& Methods() {
                                   {__uuidof(IDXGIFactory2), 12, enumAdapters.hook},
                                   {__uuidof(IDXGIFactory4), 12, enumAdapters.hook},
                                   {__uuidof(ID3D12Fence), 8, Address(&GetCompletedValue)},
+                                  {__uuidof(ID3D12Resource), 9, Address(&Unmap)},
                                   METHOD(IDXGIFactory4, EnumAdapterByLuid, 26),
                                   METHOD(IDXGIAdapter1, GetDesc1, 10),
                                   METHOD(ID3D12Device, CreateCommandQueue, 8),
@@ -165,6 +178,8 @@ const std::vector<MethodReplacement>& Methods() {
                                   METHOD(ID3D12Device, CheckFeatureSupport, 13),
                                   METHOD(ID3D12Device, CreateDescriptorHeap, 14),
                                   METHOD(ID3D12Device, CreateRootSignature, 16),
+                                  METHOD(ID3D12Device, CreateShaderResourceView, 18),
+                                  METHOD(ID3D12Device, CreateUnorderedAccessView, 19),
                                   METHOD(ID3D12Device, CreateCommittedResource, 27),
                                   METHOD(ID3D12Device, CreateFence, 36),
                                   METHOD(ID3D12Device, GetDeviceRemovedReason, 37),
@@ -180,6 +195,7 @@ const std::vector<MethodReplacement>& Methods() {
                                   METHOD(ID3D12GraphicsCommandList, ResourceBarrier, 26),
                                   METHOD(ID3D12GraphicsCommandList, SetDescriptorHeaps, 28),
                                   METHOD(ID3D12GraphicsCommandList, SetComputeRootSignature, 29),
+                                  METHOD(ID3D12GraphicsCommandList, SetComputeRootDescriptorTable, 31),
                                   METHOD(ID3D12GraphicsCommandList, SetComputeRoot32BitConstants, 35),
                                   METHOD(ID3D12Fence, SetEventOnCompletion, 9),
                                   METHOD(ID3D12Resource, Map, 8),
@@ -191,6 +207,7 @@ const std::vector<MethodReplacement>& Methods() {
                                   METHOD(IDMLDevice, CreateBindingTable, 12),
                                   METHOD(IDMLDevice, GetDeviceRemovedReason, 15),
                                   METHOD(IDMLCommandRecorder, RecordDispatch, 8),
+                                  METHOD(IDMLBindingTable, BindInputs, 8),
                                   METHOD(IDMLBindingTable, Reset, 12),
                               });
         return all;
@@ -207,8 +224,11 @@ ULONG STDMETHODCALLTYPE Release(IUnknown* self) {
         left = release(self);
     }
     if (left == 0) {
-        if (IsLibrarysOwnCall() && IsRecordingReleases()) {
-            RecordCall("IUnknown::Release", self);
+        if (IsLibrarysOwnCall()) {
+            ExpectIdle("an object is released");
+            if (IsRecordingReleases()) {
+                RecordCall("IUnknown::Release", self);
+            }
         }
         ReleaseObject(self);
     }

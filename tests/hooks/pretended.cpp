@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "tests/hooks/call_descriptions.h"
 #include "tests/hooks/watched_calls.h"
 #include "tools/hooks/function_tables.h"
 
@@ -10,6 +11,7 @@ namespace orvane::test {
 namespace {
 
 constexpr UINT64 kPretendedBytes = 43968;  // no operator asks for just this
+constexpr UINT kMoreDescriptors = 20;
 
 UINT g_vendorId = 0;
 int g_pretendedBindings = 0;
@@ -21,6 +23,7 @@ DML_BINDING_PROPERTIES* STDMETHODCALLTYPE GetProperties(IDMLDispatchable* self, 
         for (UINT64* const size : {&properties->TemporaryResourceSize, &properties->PersistentResourceSize}) {
             *size = *size != 0 ? *size : kPretendedBytes;
         }
+        properties->RequiredDescriptorCount += NameOf(self) == "CompileOperator 1" ? kMoreDescriptors : 0;
     }
     return properties;
 }
@@ -37,6 +40,7 @@ DML_BINDING_DESC WithoutPretended(const DML_BINDING_DESC& binding) {
 }
 
 void STDMETHODCALLTYPE BindOutputs(IDMLBindingTable* self, UINT count, const DML_BINDING_DESC* bindings) {
+    RecordCall("IDMLBindingTable::BindOutputs", self, count, bindings);
     std::vector<DML_BINDING_DESC> real(bindings, bindings + count);
     std::transform(real.begin(), real.end(), real.begin(), WithoutPretended);
     const InsideSystem inside;
@@ -45,6 +49,8 @@ void STDMETHODCALLTYPE BindOutputs(IDMLBindingTable* self, UINT count, const DML
 
 template <size_t Slot>
 void STDMETHODCALLTYPE BindMemory(IDMLBindingTable* self, const DML_BINDING_DESC* binding) {
+    RecordCall(Slot == 10 ? "IDMLBindingTable::BindTemporaryResource" : "IDMLBindingTable::BindPersistentResource",
+               self, binding);
     const DML_BINDING_DESC real = WithoutPretended(*binding);
     const InsideSystem inside;
     OriginalMethod<decltype(BindMemory<Slot>)>(self, Slot)(self, &real);

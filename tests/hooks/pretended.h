@@ -1,5 +1,5 @@
 // What the library is told of the machine: that operators need temporary and persistent memory, as they do on graphics
-// cards, and whose the adapter is.
+// cards, and the first of them the most descriptors, and whose the adapter is.
 #pragma once
 
 #include <cstddef>

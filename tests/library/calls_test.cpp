@@ -46,6 +46,24 @@ protected:
     std::string m_transcript;
 };
 
+// The engine's objects may want COM to the last.
+TEST_F(Calls, UninitialiseComOnceTheEngineIsGone) {
+    const ReferenceNetwork network = MakeRandomNetwork(4, 0, 1);
+    const orvane_open_param param = OpenParam(8, 6, network, WriteModel(m_folder, "model.bin", network));
+    Image image(8, 6);
+    orvane_frame noRows = OutputFrame(image);
+    noRows.height = 0;
+    for (const bool closesItself : {false, true}) {
+        const orvane_handle handle = orvane_open(&param);
+        ASSERT_NE(handle, nullptr);
+        RecordCalls(Releases::kWrittenDown);
+        orvane_frame output = noRows;
+        EXPECT_EQ(closesItself ? orvane_process(handle, &output, &noRows) : orvane_close(handle),
+                  closesItself ? ORVANE_ERROR_FAILED : ORVANE_OK);
+        EXPECT_TRUE(TakeCalls().ends_with("(DXGIFactory2 1)\nCoUninitialize()\n")) << closesItself;
+    }
+}
+
 TEST_F(Calls, InNchw) {
     ExpectTranscriptOf(0x8086, "nchw.txt");
 }

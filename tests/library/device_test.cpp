@@ -4,6 +4,7 @@
 #include <numeric>
 #include <stdexcept>
 
+#include "engine/model_path.h"
 #include "engine/sample.h"
 #include "engine/tensor_buffers.h"
 #include "gpu/descriptor_heap.h"
@@ -12,6 +13,9 @@
 #include "gpu/removed_reason.h"
 #include "gpu/resource_upload_batch.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/reference_network.h"
+#include "tests/support/temp_folder.h"
+#include "tools/hooks/function_tables.h"
 
 namespace orvane {
 namespace {
@@ -54,6 +58,25 @@ TEST_F(Device, CountsItsWaits) {
     m_resources.WaitForGpu();
     EXPECT_EQ(m_resources.GetFenceValue(), 3U);
     EXPECT_EQ(m_resources.GetFence()->GetCompletedValue(), 2U);
+}
+
+HRESULT g_levelsResult = S_OK;
+HRESULT STDMETHODCALLTYPE AnswerLevels(ID3D12Device* /*device*/, D3D12_FEATURE feature, void* data, UINT /*size*/) {
+    EXPECT_EQ(feature, D3D12_FEATURE_FEATURE_LEVELS);
+    static_cast<D3D12_FEATURE_DATA_FEATURE_LEVELS*>(data)->MaxSupportedFeatureLevel = D3D_FEATURE_LEVEL_12_1;
+    return g_levelsResult;
+}
+
+TEST_F(Device, HasTheHighestLevelThatItReportsOrTheLeast) {
+    void** const entry = *reinterpret_cast<void***>(m_resources.GetD3DDevice()) + 13;  // CheckFeatureSupport
+    test::ReplaceEntry(entry, test::Address(&AnswerLevels));
+    for (const auto& [result, level] : {std::pair{S_OK, D3D_FEATURE_LEVEL_12_1}, {E_FAIL, D3D_FEATURE_LEVEL_11_0}}) {
+        g_levelsResult = result;
+        DX::DeviceResources resources(DXGI_FORMAT_R8G8B8A8_UNORM, DXGI_FORMAT_UNKNOWN, 1, D3D_FEATURE_LEVEL_11_0, 1);
+        EXPECT_EQ(resources.CreateDeviceResources(), 0);
+        EXPECT_EQ(resources.GetDeviceFeatureLevel(), level);
+    }
+    test::ReplaceEntry(entry, test::Original(entry));
 }
 
 TEST_F(Device, DescriptorsLieInTheHeapOrNowhere) {
@@ -147,6 +170,34 @@ TEST(Engine, ExplainsWhyADeviceIsGone) {
                  "DXGI_ERROR_DRIVER_INTERNAL_ERROR - Internal driver error");
     EXPECT_STREQ(ExplainRemovedReason(DXGI_ERROR_INVALID_CALL), "DXGI_ERROR_INVALID_CALL - Invalid API call");
     EXPECT_EQ(ExplainRemovedReason(S_OK), nullptr);
+}
+
+TEST(Engine, ReadsNoPathBeyondItsField) {
+    struct {
+        orvane_open_param record;
+        char beyond[8];
+    } memory{};
+    std::memset(&memory, 'x', sizeof(memory) - 1);
+    EXPECT_EQ(ModelPath(memory.record), std::string(sizeof(memory.record.modelPath), 'x'));
+    memory.record.modelPath[3] = '\0';
+    EXPECT_EQ(ModelPath(memory.record), "xxx");
+}
+
+TEST(Engine, IsReadyFromItsResourcesToItsRelease) {
+    const TempFolder folder;
+    const test::ReferenceNetwork network = test::MakeRandomNetwork(4, 0, 1);
+    orvane_open_param param{};
+    param.inputWidth = param.inputHeight = 8;
+    param.modelChannels = network.channels;
+    param.modelDepth = network.depth;
+    folder.Write("model.bin", test::ModelFile(network)).string().copy(param.modelPath, sizeof(param.modelPath) - 1);
+    Sample engine;
+    ASSERT_EQ(engine.Init(&param), 0);
+    EXPECT_FALSE(engine.IsReady());
+    ASSERT_EQ(engine.InitResources(), 0);
+    EXPECT_TRUE(engine.IsReady());
+    engine.Release();
+    EXPECT_FALSE(engine.IsReady());
 }
 
 TEST(Engine, ThatWasNeverSetUpRefusesAndGoesAway) {

@@ -5,11 +5,14 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <objbase.h>
+#include <string_view>
 #include <thread>
+#include <winver.h>
 
 #include <windows.h>
 
 #include "tests/support/host.h"
+#include "tools/hooks/function_tables.h"
 
 namespace orvane::test {
 namespace {
@@ -68,6 +71,88 @@ TEST_F(Exports, TickCountIsThePerformanceCounterInMicroseconds) {
     QueryPerformanceCounter(&after);
     EXPECT_LE(before.QuadPart * 1'000'000 / frequency.QuadPart, ticks);
     EXPECT_GE(after.QuadPart * 1'000'000 / frequency.QuadPart, ticks);
+}
+
+LONGLONG g_counter = 0;
+LONGLONG g_frequency = 0;
+BOOL WINAPI AnswerCounter(LARGE_INTEGER* counter) {
+    counter->QuadPart = g_counter;
+    return TRUE;
+}
+BOOL WINAPI AnswerFrequency(LARGE_INTEGER* frequency) {
+    frequency->QuadPart = g_frequency;
+    return TRUE;
+}
+
+// What the library asks the performance counter is answered by the test, or by the system again.
+void AnswerPerformanceCounter(bool byTest) {
+    ForEachImport(GetModuleHandleW(L"liborvane.dll"), [byTest](std::string_view name, void** entry) {
+        for (const auto& [function, answer] : {std::pair{"QueryPerformanceCounter", Address(&AnswerCounter)},
+                                               {"QueryPerformanceFrequency", Address(&AnswerFrequency)}}) {
+            if (name == function) {
+                ReplaceEntry(entry, byTest ? answer : Original(entry));
+            }
+        }
+    });
+}
+
+// The product of the counter and a million is meant to wrap.
+TEST_F(Exports, TickCountWrapsWithTheProduct) {
+    constexpr LONGLONG kUsual = 10'000'000;
+    const std::array<LONGLONG, 3> cases[] = {{19, kUsual, 1},
+                                             {9'223'372'036'854, kUsual, 922'337'203'685},
+                                             {9'223'372'036'855, kUsual, -922'337'203'685},
+                                             {18'446'744'073'709, kUsual, 0},
+                                             {3'153'600'000'000'017, kUsual, -79'323'660'431},
+                                             {3'153'600'000'000'017, 3'579'545, -221'602'635'060}};
+    AnswerPerformanceCounter(true);
+    for (const auto& [counter, frequency, ticks] : cases) {
+        g_counter = counter;
+        g_frequency = frequency;
+        EXPECT_EQ(orvane_getickcount(), ticks) << counter << " at " << frequency;
+    }
+    AnswerPerformanceCounter(false);
+}
+
+// CTest looks at what is printed (tests/CMakeLists.txt).
+TEST_F(Exports, PrintsEverythingWithoutAnInitRecord) {
+    EXPECT_EQ(orvane_init(nullptr), ORVANE_OK);
+    EXPECT_EQ(orvane_process(nullptr, nullptr, nullptr), ORVANE_ERROR_INVALID);
+    orvane_check_result result{};
+    EXPECT_EQ(orvane_check_supported(&result, nullptr), ORVANE_OK);
+}
+
+TEST_F(Exports, FileSaysWhatItIs) {
+    std::array<wchar_t, 1024> path{};
+    GetModuleFileNameW(GetModuleHandleW(L"liborvane.dll"), path.data(), static_cast<DWORD>(path.size()));
+    std::vector<uint8_t> block(GetFileVersionInfoSizeW(path.data(), nullptr));
+    ASSERT_TRUE(GetFileVersionInfoW(path.data(), 0, static_cast<DWORD>(block.size()), block.data()));
+    const auto find = [&block](const std::wstring& name) {
+        void* value = nullptr;
+        UINT size = 0;
+        EXPECT_TRUE(VerQueryValueW(block.data(), name.c_str(), &value, &size)) << std::string(name.begin(), name.end());
+        return value;
+    };
+    const auto* const numbers = static_cast<const VS_FIXEDFILEINFO*>(find(L"\\"));
+    ASSERT_NE(numbers, nullptr);
+    for (const auto& [high, low] : {std::pair{numbers->dwFileVersionMS, numbers->dwFileVersionLS},
+                                    {numbers->dwProductVersionMS, numbers->dwProductVersionLS}}) {
+        const auto text = [](DWORD part) { return std::to_string(part); };
+        EXPECT_EQ(text(high >> 16) + '.' + text(high & 0xFFFF) + '.' + text(low >> 16), ORVANE_VERSION);
+    }
+    EXPECT_EQ(numbers->dwFileType, DWORD{VFT_DLL});
+    const std::string version = ORVANE_VERSION;
+    for (const auto& [name, text] : {std::pair{L"FileVersion", version},
+                                     {L"ProductVersion", version},
+                                     {L"InternalName", "liborvane"},
+                                     {L"OriginalFilename", "liborvane.dll"},
+                                     {L"ProductName", "Orvane"},
+                                     {L"CompanyName", "The Orvane authors"}}) {
+        const auto* const found =
+            static_cast<const wchar_t*>(find(std::wstring(L"\\StringFileInfo\\040904B0\\") + name));
+        ASSERT_NE(found, nullptr) << text;
+        EXPECT_EQ(found, std::wstring(text.begin(), text.end()));
+    }
 }
 
 TEST_F(Exports, RefusesOpensWithTheReasonAndLeavesComAlone) {
@@ -252,6 +337,49 @@ TEST_F(Exports, CanBeAskedAndSilencedFromTheLogCallback) {
         ExpectUpscaled(instance.Handle(), m_network, MakeRandomImage(5, 3, 1));  // logged under the lock
         EXPECT_TRUE(silencedAt == 0 ? host.lines > 4 : host.lines == silencedAt) << host.lines;
     }
+}
+
+// Opens another instance while a change of size holds a frame up, and looks whether that open can end before the frame.
+struct OpensUnderAFrame {
+    orvane_open_param param{};
+    std::jthread opener;
+    std::atomic<bool> hasBuilt = false;
+    std::atomic<orvane_handle> opened = nullptr;
+    bool endedBeforeTheFrame = false;
+
+    static void Receive(void* userData, int32_t /*level*/, const char* format, va_list /*arguments*/) {
+        auto& host = *static_cast<OpensUnderAFrame*>(userData);
+        const std::string_view line = format;
+        if (line.starts_with("Re-initializing with")) {
+            host.opener = std::jthread([&host] { host.opened = orvane_open(&host.param); });
+            host.WaitForTheOpen();
+        } else if (line.starts_with("Total GPU memory")) {
+            host.hasBuilt = true;  // little is left for the open to do
+        }
+    }
+
+    void WaitForTheOpen() {
+        while (!hasBuilt) {
+            std::this_thread::yield();
+        }
+        for (int i = 0; i < 20 && !endedBeforeTheFrame; ++i) {
+            Sleep(100);
+            endedBeforeTheFrame = opened != nullptr;
+        }
+    }
+};
+
+TEST_F(Exports, PublishesAnInstanceOnlyBetweenFrames) {
+    const Instance instance(Param(8, 8));
+    OpensUnderAFrame host;
+    host.param = Param(4, 4);
+    const orvane_init_param param{ORVANE_LOG_INFO, &OpensUnderAFrame::Receive, &host};
+    orvane_init(&param);
+    ExpectUpscaled(instance.Handle(), m_network, MakeRandomImage(5, 3, 1));
+    EXPECT_FALSE(host.endedBeforeTheFrame);
+    host.opener.join();
+    ExpectUpscaled(host.opened, m_network, MakeRandomImage(4, 4, 1));
+    EXPECT_EQ(orvane_close(host.opened), ORVANE_OK);
 }
 
 // What the header calls "not read" may hold anything.

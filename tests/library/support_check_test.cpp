@@ -27,6 +27,7 @@ const Adapter kSmallCard{0x8086, 3, 512, 0, L"Intel(R) Arc(TM) A310"};
 const Adapter kUhd{0x8086, 4, 1024, 0, L"Intel(R) UHD Graphics 730"};
 const Adapter kIris{0x8086, 5, 1024, 0, L"Intel(R) Iris(R) Xe Graphics"};
 const Adapter kSoftware{0x1414, 6, 90000, DXGI_ADAPTER_FLAG_SOFTWARE, L"Microsoft Basic Render Driver"};
+const Adapter kRemoteSoftware{0x1414, 11, 90000, DXGI_ADAPTER_FLAG_SOFTWARE | DXGI_ADAPTER_FLAG_REMOTE, L"Far away"};
 const Adapter kAbsent{0, 0, 0, 0, L"", -1};
 const Adapter kMute{0x10de, 7, 24564, 0, L"NVIDIA GeForce RTX 4090", 0};
 const Adapter kMuteLater{0x10de, 8, 24564, 0, L"NVIDIA GeForce RTX 4090", 1};
@@ -62,6 +63,7 @@ const Machine kMachines[] = {
     {"sss", {kUhd, kSoftware, kMiddle, kTop}},
     {"sss", {kSoftware, kIris, kUhd, kSmallCard, kTop}},
     {"sss", {kSoftware, kIris, kUhd}},
+    {"sss", {kRemoteSoftware, kUhd}},
     {"sss", {kAbsent, kMute, kUhd}},
     {"sss", {kAbsent, kMute}},
     {"sss", {kSoftware}},
@@ -148,6 +150,7 @@ void UseLibraries(const std::string& kinds, const TempFolder& folder) {
 std::string Check(LibraryLog& log) {
     g_deviceWanted = kUntouched;
     orvane_check_result result{kUntouched, kUntouched, kUntouched, "untouched", "untouched"};
+    std::end(result.adapterName)[-1] = '!';  // so that a name that is not terminated shows
     orvane_check_result sameResult = result;
     orvane_check_class classes{kUntouched, kUntouched};
     EXPECT_EQ(orvane_check_supported(nullptr, &classes), ORVANE_ERROR_INVALID);

@@ -166,6 +166,22 @@ TEST_F(Wrapper, LogsLinesUpToTheLevelUntilItIsSilenced) {
     EXPECT_TRUE(lines.empty());
 }
 
+// The DLL may stay for the sake of others, who must not be heard by a host that is gone.
+TEST_F(Wrapper, TakesItsLogAlong) {
+    const HMODULE kept = LoadLibraryW(kName);
+    const auto process = std::bit_cast<orvane_process_fn>(GetProcAddress(kept, "orvane_process"));
+    int lines = 0;
+    {
+        const Library library = Library::Load();
+        library.SetLog([&lines](LogLevel, std::string_view) { ++lines; });
+        EXPECT_EQ(process(nullptr, nullptr, nullptr), ORVANE_ERROR_INVALID);
+        EXPECT_EQ(lines, 1);
+    }
+    EXPECT_EQ(process(nullptr, nullptr, nullptr), ORVANE_ERROR_INVALID);
+    EXPECT_EQ(lines, 1);
+    FreeLibrary(kept);
+}
+
 // The library takes paths in the system's code page and checks their extensions.
 TEST_F(Wrapper, OpensModelsWhosePathsAnsiCannotExpress) {
     const Library library = Library::Load();
@@ -217,7 +233,16 @@ TEST_F(Wrapper, FramesThatCannotBeAreRefusedAndOnlyAFailedChangeOfSizeCloses) {
     for (const auto& [input, output] : refused) {
         EXPECT_EQ(instance.Process(Output(output), input), Result::kInvalid) << input.stride << ", " << input.height;
     }
+    // A frame that fails at the size of the one before leaves it open, also after a change of size and a move.
     EXPECT_EQ(instance.Process({upscaled.data(), -64}, {from, 8, 6, 32}), Result::kFailed);
+    ExpectUpscaled(instance, 8, 6);
+    ExpectUpscaled(instance, 5, 7);
+    EXPECT_EQ(instance.Process({upscaled.data(), -64}, {from, 5, 7, 20}), Result::kFailed);
+    EXPECT_TRUE(instance);
+    Instance moved = std::move(instance);
+    EXPECT_EQ(moved.Process({upscaled.data(), -64}, {from, 5, 7, 20}), Result::kFailed);
+    EXPECT_TRUE(moved);
+    instance = std::move(moved);
     ExpectUpscaled(instance, 8, 6);
     EXPECT_EQ(instance.Process({upscaled.data(), 64}, {from, 8193, 1, 8193 * 4}), Result::kFailed);
     EXPECT_FALSE(instance);

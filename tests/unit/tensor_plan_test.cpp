@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <vector>
 
+#include "tests/support/log_capture.h"
+
 namespace orvane {
 namespace {
 
@@ -76,6 +78,17 @@ TEST(NetworkPlan, CountsTheElementsOfTheTensorsThatShadersSee) {
     EXPECT_EQ(PlanOf(8192, 5461, 32, 2, TensorLayout::kNchw).ViewElements(), 12ULL * 8192 * 5461);
     EXPECT_EQ(PlanOf(512, 257, 1024, -1, TensorLayout::kNhwc).ViewElements(), 1024ULL * 512 * 257);
     EXPECT_EQ(PlanOf(6, 4, 1, -1, TensorLayout::kNchw).ViewElements(), 3ULL * 6 * 4);
+}
+
+TEST(NetworkPlan, WarnsOfOutputsAboveAThousandMillionBytes) {
+    const LogEntries warning{{ORVANE_LOG_ERROR,
+                              "CalcOutputSize - POTENTIAL OVERFLOW: Output buffer size is suspiciously large: "
+                              "1000000008 bytes"}};
+    for (const auto& [height, expected] : {std::pair{41'666'666U, LogEntries{}}, {41'666'667U, warning}}) {
+        LogCapture log;
+        PlanOf(1, height, 4, 0, TensorLayout::kNchw);
+        EXPECT_EQ(log.Take(), expected) << height;
+    }
 }
 
 TEST(ArrangeFilter, PutsInputsInnermostForNhwcOnly) {
