@@ -74,6 +74,10 @@ void HoldObject(void* object, const std::string& maker) {
 void ReleaseObject(void* object) {
     State& state = GetState();
     const std::lock_guard lock(state.lock);
+    const std::string maker = state.objects[object].maker;
+    if (state.mayBeRunning && maker != "ID3D12Device::CreateFence") {  // which no list uses
+        state.complaints += "an object of " + maker + " is released while a list may be running; ";
+    }
     state.objects.erase(object);
     state.signalled.erase(object);
     if (state.openLists.erase(object) != 0) {
