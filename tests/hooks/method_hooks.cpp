@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "tests/hooks/call_descriptions.h"
+#include "tests/hooks/descriptors.h"
 #include "tests/hooks/faults.h"
 #include "tests/hooks/pretended.h"
 #include "tests/hooks/system_hooks.h"

@@ -93,7 +93,7 @@ std::string TakeMessages() {
         if (FAILED(queue->GetMessage(i, message, &size))) {
             text += "a message that cannot be read\n";
         } else if (message->Severity <= D3D12_MESSAGE_SEVERITY_WARNING && message->ID != kStateIsIgnored) {
-            text += "#" + std::to_string(message->ID) + " " + message->pDescription + "\n";
+            text += std::to_string(message->ID) + " " + message->pDescription + '\n';
         }
     }
     queue->ClearStoredMessages();

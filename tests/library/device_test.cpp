@@ -69,14 +69,14 @@ HRESULT STDMETHODCALLTYPE AnswerLevels(ID3D12Device* /*device*/, D3D12_FEATURE f
 
 TEST_F(Device, HasTheHighestLevelThatItReportsOrTheLeast) {
     void** const entry = *reinterpret_cast<void***>(m_resources.GetD3DDevice()) + 13;  // CheckFeatureSupport
-    test::ReplaceEntry(entry, test::Address(&AnswerLevels));
+    ReplaceEntry(entry, Address(&AnswerLevels));
     for (const auto& [result, level] : {std::pair{S_OK, D3D_FEATURE_LEVEL_12_1}, {E_FAIL, D3D_FEATURE_LEVEL_11_0}}) {
         g_levelsResult = result;
         DX::DeviceResources resources(DXGI_FORMAT_R8G8B8A8_UNORM, DXGI_FORMAT_UNKNOWN, 1, D3D_FEATURE_LEVEL_11_0, 1);
         EXPECT_EQ(resources.CreateDeviceResources(), 0);
         EXPECT_EQ(resources.GetDeviceFeatureLevel(), level);
     }
-    test::ReplaceEntry(entry, test::Original(entry));
+    ReplaceEntry(entry, Original(entry));
 }
 
 TEST_F(Device, DescriptorsLieInTheHeapOrNowhere) {
