@@ -15,10 +15,10 @@ from typing import Dict
 
 from driver import figure
 from driver.session import Session
-from sections import frames, growth, memory, models, opening, operators, parts
+from sections import frames, growth, memory, models, opening, operators, parts, rows
 
-SECTIONS = {"frames": frames, "parts": parts, "memory": memory, "operators": operators, "opening": opening,
-            "growth": growth, "models": models}
+SECTIONS = {"frames": frames, "parts": parts, "rows": rows, "memory": memory, "operators": operators,
+            "opening": opening, "growth": growth, "models": models}
 REPOSITORY = Path(__file__).resolve().parent.parent
 
 

@@ -3,6 +3,7 @@
 
 #include "bench/workers/engine_frame.h"
 #include "bench/workers/model_files.h"
+#include "bench/workers/row_copies.h"
 #include "bench/workers/worker.h"
 
 int main() {
@@ -38,5 +39,6 @@ int main() {
          }},
     };
     commands.merge(ModelFileCommands());
+    commands.merge(RowCopyCommands());
     return RunWorker(std::move(commands));
 }
