@@ -16,7 +16,7 @@ struct NamedPath {
     std::string name;            // UTF-8, for messages
 
     NamedPath() = default;
-    // Implicit, so that a path is converted where it is passed.
+    // Implicit, so that a path is converted where it is passed. NOLINTNEXTLINE(google-explicit-constructor)
     NamedPath(const std::filesystem::path& shown) : path(LongPath(shown)), name(Utf8FromPath(shown)) {}
     NamedPath(std::filesystem::path used, std::string shown) : path(std::move(used)), name(std::move(shown)) {}
 };
