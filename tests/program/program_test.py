@@ -159,6 +159,21 @@ class Interrupted(ProgramTest):
         self.assertEqual(names_in(self.folder), before + ["said"])
         self.assertEqual(self.processes(), [])
 
+        # The same while ffmpeg, slowed down, is still writing frames that it has been given.
+        self.expect(0, "", "-v", "error", "-f", "lavfi", "-i", "testsrc=s=32x24:r=0.1:d=30", "slow.mkv", program=FFMPEG)
+        before = names_in(self.folder)
+        seen = []
+
+        def is_finishing(text):
+            if b'"event":"progress"' in text:
+                seen.append(time.monotonic())
+            return bool(seen) and seen[-1] > seen[0] + 6
+
+        code, said = self.interrupt(is_finishing, "video", "slow.mkv", *arguments[2:], "--", "-vf", "realtime=limit=99")
+        self.assertEqual(code, 1, said)
+        self.assertIn("Stopped by Ctrl-C while ffmpeg finished", said)
+        self.assertEqual(names_in(self.folder), before)
+
         # When killed it cannot clean up, but its ffmpeg processes end.
         with self.start(ORVANE, *arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE) as process:
             while b'"event":"progress"' not in process.stdout.readline():

@@ -4,7 +4,10 @@
 
 #include "apps/orvane/containers/nut.h"
 #include "apps/orvane/containers/pam.h"
+#include "apps/orvane/video/encoders.h"
 #include "apps/orvane/video/ffmpeg_arguments.h"
+#include "apps/orvane/video/ffprobe_report.h"
+#include "apps/orvane/video/video_verdict.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/process/command_line.h"
 #include "tests/support/memory_source.h"
@@ -134,10 +137,11 @@ TEST(FfmpegArguments, KeepWhatTheOutputCanHold) {
          std::vector<Case>{{"a.mp4", 2, {"-map", "1:s:0", "-c:s:0", "mov_text", "-map", "1:s:2", "-c:s:1", "copy"}},
                            {"a.MKV", 0, {"1:s:1", "-c:s:1", "copy", "-map", "1:s:2", "-c:s:2", "srt", "-map", "1:t"}},
                            {"a.webm", 2, {"-c:v", "libvpx-vp9", "-crf", "24", "-b:v", "0"}},
-                           {"a.avi", 4, {"-tune", "film", "-y", "file:a.avi"}},
+                           {"a.avi", 4, {"-tune", "film", "-y", "file:a.avi", "-map", "1:V:0"}},
                            {"a.mp4", 2, {"-ss", "1:30", "-i", "file:C:\\a b.mkv"}},
                            {"a.mp4", 2, {"-itsoffset", "0.083417", "-f", "nut", "-i", "pipe:0"}},
                            {"a.mp4", 2, {"-vsync", "passthrough", "-enc_time_base", "1001/24000"}},
+                           {"a.mov", 2, {"-use_editlist", "0", "-bf", "0"}},
                            {"a.mp4", 2, tags}}) {
         job.output = test.output;
         const auto arguments = EncodeArguments(job, source, {4, 4, {}, {1001, 24000}, {}}, 2);
@@ -147,6 +151,85 @@ TEST(FfmpegArguments, KeepWhatTheOutputCanHold) {
     EXPECT_TRUE(Has(DecodeArguments(job, source), {"-vsync", "passthrough", "-enc_time_base", "-1"}));
     source.libavutilVersion = 60;
     EXPECT_TRUE(Has(DecodeArguments(job, source), {"-fps_mode", "passthrough", "-enc_time_base", "demux"}));
+}
+
+TEST(VideoSource, TellsWhatIsNotTakenFromTextAndJson) {
+    const VideoSource text = ParseVideoSource(
+        "    Stream #0:0(eng): Video: vp9, yuv420p(tv), 64x36, 25 fps, 25 tbr, 1k tbn (default)\n"
+        "    Metadata:\n"
+        "      alpha_mode      : 1\n"
+        "    Side data:\n"
+        "      Content Light Level Metadata, MaxCLL=1000, MaxFALL=400\n"
+        "    Stream #0:1: Video: h264, yuv420p, 32x18, 25 fps\n"
+        "    Stream #0:2: Video: mjpeg, yuvj420p, 9x9, 90k tbr (attached pic)\n");
+    const VideoSource json = ParseFfprobeReport(R"({
+        "frames": [{"side_data_list": [{"side_data_type": "Mastering display metadata"}]}],
+        "library_versions": [{"name": "libavutil", "major": 59}],
+        "streams": [
+            {"codec_type": "video", "codec_name": "mjpeg", "disposition": {"attached_pic": 1}},
+            {"codec_type": "video", "codec_name": "vp9", "pix_fmt": "yuv420p", "width": 64, "height": 36,
+             "color_range": "tv", "color_transfer": "unknown", "field_order": "tt", "avg_frame_rate": "30000/1001",
+             "nb_frames": "90", "tags": {"alpha_mode": "1", "DURATION": "00:00:03.003000000"}},
+            {"codec_type": "audio"}, {"codec_type": "video", "codec_name": "h264"},
+            {"codec_type": "subtitle", "codec_name": "subrip"}, {"codec_type": "attachment"}],
+        "format": {"duration": "4.500000"}})");
+    for (const VideoSource& source : {text, json}) {
+        EXPECT_EQ(source.decoder + " " + source.pixelFormat, "libvpx-vp9 yuva420p");
+        EXPECT_TRUE(source.hasHdrData);
+        EXPECT_EQ(source.otherVideos * 10 + source.covers, 11U);
+        EXPECT_EQ(source.width * 100 + source.height, 6436U);
+        VideoJob job;
+        job.output = "a.mp4";
+        EXPECT_GE(LossesOf(job, source).size(), 4U);  // tracks, covers, HDR and transparency
+        EXPECT_TRUE(Has(DecodeArguments(job, source), {"-c:v", "libvpx-vp9", "-i"}));
+    }
+    EXPECT_EQ(json.colour.range + json.colour.transfer, "tv");
+    EXPECT_NEAR(json.framesPerSecond, 29.97, 0.001);
+    EXPECT_EQ(json.seconds, 3.003);
+    EXPECT_EQ(json.frameCount, 90U);
+    EXPECT_EQ(json.libavutilVersion, 59U);
+    EXPECT_TRUE(json.isInterlaced && json.hasAttachments);
+    EXPECT_EQ(json.subtitles, std::vector<std::string>{"subrip"});
+    for (const char* other : {"", "[1]", "{\"streams\": 5}", "{\"streams\": [[], {\"codec_type\": 1}]}"}) {
+        EXPECT_FALSE(ParseFfprobeReport(other).hasVideo) << other;
+    }
+}
+
+TEST(Verdict, GoesByExitCodesAndMissingFrames) {
+    VideoSource counted;
+    counted.framesPerSecond = 25;
+    counted.seconds = 4;
+    counted.frameCount = 100;
+    VideoSource timed = counted;
+    timed.frameCount = 0;
+    VideoJob clip;
+    clip.start = "1";
+    clip.duration = "0:02";
+    struct Case {
+        VideoJob job;
+        VideoSource source;
+        VideoEnd end;
+        Verdict verdict;
+    };
+    const std::string text = "Invalid data";
+    const std::vector<Case> cases{
+        {{}, counted, {false, false, 100, 3.96, ""}, Verdict::kWhole},
+        {{}, counted, {false, false, 90, 3.56, ""}, Verdict::kWhole},  // an edit list may hide some
+        {{}, counted, {false, false, 100, 3.96, text}, Verdict::kComplainedOf},
+        {{}, counted, {false, false, 99, 3.96, text}, Verdict::kDamaged},
+        {{}, counted, {false, true, 10, 0.4, text}, Verdict::kComplainedOf},
+        {{}, counted, {true, false, 100, 3.96, ""}, Verdict::kDamaged},
+        {{}, timed, {false, false, 60, 3.96, text}, Verdict::kComplainedOf},  // begins late
+        {{}, timed, {false, false, 60, 2.36, text}, Verdict::kDamaged},
+        {clip, counted, {false, false, 50, 1.96, text}, Verdict::kComplainedOf},
+        {clip, counted, {false, false, 20, 0.76, text}, Verdict::kDamaged},
+    };
+    for (size_t i = 0; i < cases.size(); ++i) {
+        EXPECT_EQ(JudgeVideo(cases[i].job, cases[i].source, cases[i].end), cases[i].verdict) << "case " << i;
+    }
+    EXPECT_EQ(WithoutChatter(EncoderNamed("libx265"), "x265 [info]: a\nbad\n\nx265 [error]: b\nencoded 9"),
+              "bad\n\nx265 [error]: b\n");
+    EXPECT_EQ(WithoutChatter(EncoderNamed("other"), "x265 [info]: a"), "x265 [info]: a");
 }
 
 TEST(Texts, AreReadAndQuoted) {

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <string_view>
 
+#include "apps/orvane/video/encoders.h"
+
 namespace orvane::tool {
 namespace {
 
@@ -58,6 +60,14 @@ std::string ScalerMatrix(const std::string& matrix) {
     return {};
 }
 
+// A second output that takes every stream of input `number` and writes nothing. In MPEG streams ffmpeg counts time from
+// the first stream in use, so the decoder and the encoder must use the same ones, or the sound gets out of step.
+Arguments SameClock(int number) {
+    const std::string input = std::to_string(number);
+    return {"-map", input + ":V:0", "-map", input + ":a?", "-map", input + ":s?", "-c", "copy", "-t", "0",
+            "-f",   "null",         "-"};
+}
+
 // ffmpeg's command line and its file descriptions name some curves differently.
 std::string TransferOption(const std::string& transfer) {
     if (transfer == "bt470m") {
@@ -66,14 +76,26 @@ std::string TransferOption(const std::string& transfer) {
     return transfer == "bt470bg" ? "gamma28" : transfer;
 }
 
+constexpr const char* kScalerFlags = "flags=bicubic+accurate_rnd+full_chroma_int";
+
 std::string ScaleFilter(const std::string& direction, const ColourDescription& colour) {
     return "scale=" + direction + "_color_matrix=" + ScalerMatrix(colour.matrix) + ":" + direction +
-           "_range=" + colour.range + ":flags=bicubic+accurate_rnd+full_chroma_int";
+           "_range=" + colour.range + ":" + kScalerFlags;
 }
 
-Arguments ColourTags(const VideoJob& job, const ColourDescription& colour) {
+// Since version 7 ffmpeg takes the description from the frames, before from the options in ColourTags.
+std::string EncoderFilter(const ColourDescription& colour, bool isRgb) {
+    std::string filter = isRgb ? std::string("scale=") + kScalerFlags : ScaleFilter("out", colour);
+    const std::string primaries = colour.primaries.empty() ? "" : ":color_primaries=" + colour.primaries;
+    const std::string transfer = colour.transfer.empty() ? "" : ":color_trc=" + colour.transfer;
+    const std::string matrix = isRgb ? "" : ":colorspace=" + colour.matrix;
+    const std::string tags = primaries + transfer + matrix;
+    return tags.empty() ? filter : filter + ",setparams=" + tags.substr(1);
+}
+
+Arguments ColourTags(const ColourDescription& colour, bool isRgb) {
     Arguments arguments;
-    if (!IsRgb(PixelFormatOf(job))) {
+    if (!isRgb) {
         Append(arguments, {"-color_range", colour.range, "-colorspace", colour.matrix});
     }
     if (!colour.primaries.empty()) {
@@ -85,24 +107,34 @@ Arguments ColourTags(const VideoJob& job, const ColourDescription& colour) {
     return arguments;
 }
 
-Arguments CodecArguments(const VideoJob& job) {
+Arguments CodecArguments(const VideoJob& job, const VideoSource& source) {
     const std::string codec = CodecOf(job);
+    const Encoder encoder = EncoderNamed(codec);
     Arguments arguments{"-c:v", codec};
-    if (!job.crf.empty()) {
-        Append(arguments, {"-crf", job.crf});
-    } else if (IsX26(codec) || IsVpxOrAom(codec)) {
-        Append(arguments, {"-crf", IsX26(codec) ? "18" : "24"});
+    if (const std::string quality = job.crf.empty() ? std::string(encoder.quality) : job.crf; !quality.empty()) {
+        Append(arguments, {std::string(encoder.qualityOption), quality});
     }
-    if (IsVpxOrAom(codec)) {
-        Append(arguments, {"-b:v", "0"});  // the quality alone decides
+    if (encoder.isQualityAlone) {
+        Append(arguments, {"-b:v", "0"});
     }
     if (!job.preset.empty()) {
         Append(arguments, {"-preset", job.preset});
     }
-    if (const std::string format = PixelFormatOf(job); !format.empty()) {
+    if (const std::string format = PixelFormatOf(job, source); !format.empty()) {
         Append(arguments, {"-pix_fmt", format});
     }
     return arguments;
+}
+
+// ffmpeg 4 writes an edit list into .mp4 that ends before the last frame. Without the list the frames must be stored in
+// the order of their display, or the sound gets out of step by their delay.
+Arguments WholeMp4(const VideoJob& job, const VideoSource& source) {
+    const auto [option, value] = EncoderNamed(CodecOf(job)).inOrder;
+    const std::vector<std::string>& own = job.encoderArguments;
+    if (!IsMp4(job) || source.libavutilVersion > 56 || std::find(own.begin(), own.end(), option) != own.end()) {
+        return {};
+    }
+    return {"-use_editlist", "0", std::string(option), std::string(value)};
 }
 
 // Everything in the source except its video.
@@ -154,8 +186,25 @@ std::vector<std::string> ProbeArguments(const VideoJob& job) {
     return {"-nostdin", "-i", "file:" + job.input};
 }
 
+std::vector<std::string> FfprobeArguments(const VideoJob& job) {
+    return {"-v",
+            "error",
+            "-of",
+            "json",
+            "-show_library_versions",
+            "-show_format",
+            "-show_streams",
+            "-show_frames",
+            "-read_intervals",
+            "%+#8",
+            "file:" + job.input};
+}
+
 std::vector<std::string> DecodeArguments(const VideoJob& job, const VideoSource& source) {
     Arguments arguments = Quiet();
+    if (!source.decoder.empty()) {
+        Append(arguments, {"-c:v", source.decoder});
+    }
     Append(arguments, InputOf(job));
     const bool dropsAlpha = HasAlpha(source.pixelFormat) && !KeepsAlpha(job, source);
     Append(arguments,
@@ -163,6 +212,7 @@ std::vector<std::string> DecodeArguments(const VideoJob& job, const VideoSource&
     Append(arguments, KeepTimes(source, HasNewNames(source) ? "demux" : "-1"));
     // Chapters would bring their own time base.
     Append(arguments, {"-map_chapters", "-1", "-c:v", "rawvideo", "-pix_fmt", "rgba", "-f", "nut", "pipe:1"});
+    Append(arguments, SameClock(0));
     return arguments;
 }
 
@@ -179,14 +229,17 @@ std::vector<std::string> EncodeArguments(const VideoJob& job, const VideoSource&
     Append(arguments, {"-f", "nut", "-i", "pipe:0"});
     Append(arguments, InputOf(job));
     const ColourDescription colour = ResolvedColour(source);
-    Append(arguments, {"-map", "0:v:0", "-vf", ScaleFilter("out", colour)});
+    const bool isRgb = IsRgbOutput(job, source);
+    Append(arguments, {"-map", "0:v:0", "-vf", EncoderFilter(colour, isRgb)});
     Append(arguments, KeepTimes(source, std::to_string(video.timeBase.numerator) + "/" +
                                             std::to_string(video.timeBase.denominator)));
-    Append(arguments, CodecArguments(job));
-    Append(arguments, ColourTags(job, colour));
+    Append(arguments, CodecArguments(job, source));
+    Append(arguments, WholeMp4(job, source));
+    Append(arguments, ColourTags(colour, isRgb));
     Append(arguments, OtherStreams(job, source));
     Append(arguments, job.encoderArguments);
     Append(arguments, {"-y", "file:" + job.output});
+    Append(arguments, SameClock(1));
     return arguments;
 }
 

@@ -19,6 +19,9 @@ ColourDescription ResolvedColour(const VideoSource& source);
 // Makes ffmpeg describe the input and end.
 std::vector<std::string> ProbeArguments(const VideoJob& job);
 
+// For ffprobe: a report in JSON about the file, its streams and the frames in its first packets.
+std::vector<std::string> FfprobeArguments(const VideoJob& job);
+
 // Writes every frame once to standard output, in NUT, with the time stamps of the source.
 std::vector<std::string> DecodeArguments(const VideoJob& job, const VideoSource& source);
 

@@ -1,11 +1,13 @@
 #include "apps/orvane/video/ffmpeg_program.h"
 
+#include <array>
 #include <optional>
 #include <string>
 #include <system_error>
 
 #include <windows.h>
 
+#include "apps/orvane/video/ffprobe_report.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/program_folder.h"
@@ -47,6 +49,24 @@ std::optional<fs::path> InPath() {
     return std::nullopt;
 }
 
+// Nothing when there is no ffprobe beside ffmpeg, or when it finds no video. ffmpeg's own messages say why.
+std::optional<VideoSource> ProbeWithFfprobe(const fs::path& ffmpeg, const VideoJob& job) {
+    const fs::path ffprobe = ffmpeg.parent_path() / L"ffprobe.exe";
+    std::error_code error;
+    if (!fs::is_regular_file(ffprobe, error)) {
+        return std::nullopt;
+    }
+    ChildProcess probe(ffprobe, FfprobeArguments(job), {.input = false, .output = true});
+    std::string report;
+    std::array<uint8_t, 1 << 14> part{};
+    while (const size_t count = probe.Output().Read(part)) {
+        report.append(part.begin(), part.begin() + static_cast<ptrdiff_t>(count));
+    }
+    probe.Wait();
+    const VideoSource source = ParseFfprobeReport(report);
+    return source.hasVideo && source.libavutilVersion > 0 ? std::optional(source) : std::nullopt;
+}
+
 }  // namespace
 
 fs::path FindFfmpeg(const fs::path& named) {
@@ -68,6 +88,9 @@ fs::path FindFfmpeg(const fs::path& named) {
 }
 
 VideoSource ProbeVideo(const fs::path& ffmpeg, const VideoJob& job, const std::string& name) {
+    if (std::optional<VideoSource> source = ProbeWithFfprobe(ffmpeg, job)) {
+        return *source;
+    }
     ChildProcess probe(ffmpeg, ProbeArguments(job), {});
     probe.Wait();  // it always fails, because no output is given
     const std::string messages = probe.Messages();

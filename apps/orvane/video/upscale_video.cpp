@@ -12,12 +12,15 @@
 
 #include "apps/orvane/containers/frame_stream.h"
 #include "apps/orvane/containers/nut.h"
+#include "apps/orvane/video/encoders.h"
 #include "apps/orvane/video/ffmpeg_program.h"
 #include "apps/orvane/video/frame_line.h"
+#include "apps/orvane/video/video_verdict.h"
 #include "apps/utils/failure.h"
 #include "apps/utils/files/atomic_file.h"
 #include "apps/utils/files/utf8_path.h"
 #include "apps/utils/process/child_process.h"
+#include "apps/utils/process/stop_signal.h"
 #include "apps/utils/text.h"
 
 namespace orvane::tool {
@@ -54,13 +57,23 @@ public:
         }
         Frame frame = MakeFrame({m_video.width, m_video.height}, std::move(decoded->pixels));
         frame.time = decoded->time;
+        m_lastTime = decoded->time;
+        ++m_count;
         return frame;
+    }
+
+    uint64_t Count() const { return m_count; }
+
+    double LastSeconds() const {
+        return static_cast<double>(m_lastTime) * m_video.timeBase.numerator / m_video.timeBase.denominator;
     }
 
 private:
     NutReader& m_reader;
     std::optional<NutFrame> m_next;
     NutVideo m_video;
+    uint64_t m_lastTime = 0;
+    uint64_t m_count = 0;
 };
 
 class FramesToEncode : public FrameWriter {
@@ -81,11 +94,7 @@ private:
 };
 
 std::optional<uint64_t> ExpectedFrames(const VideoJob& job, const VideoSource& source) {
-    double seconds = source.seconds - (job.start ? SecondsFromText(*job.start) : 0);
-    if (job.duration) {
-        seconds = std::min(seconds, SecondsFromText(*job.duration));
-    }
-    const double frames = seconds * source.framesPerSecond;
+    const double frames = SecondsToUpscale(job, source) * source.framesPerSecond;
     return frames >= 1 ? std::optional(static_cast<uint64_t>(std::llround(frames))) : std::nullopt;
 }
 
@@ -119,12 +128,14 @@ public:
         NutVideo upscaled = *video;
         upscaled.width <<= m_run.Passes();
         upscaled.height <<= m_run.Passes();
+        const StopSignal stop;  // from now on there is a file to remove
         ChildProcess encoder(m_ffmpeg, EncodeArguments(m_options.job, source, upscaled, first->time),
                              {.input = true, .output = false});
         DecodedFrames frames(reader, std::move(*first), *video);
         m_progress.Begin({"frames", ExpectedFrames(m_options.job, source), true});
         Encode(frames, upscaled, decoder, encoder);
-        Finish(decoder, encoder, upscaled);
+        Finish(decoder, encoder, {upscaled.width, upscaled.height});
+        Judge(frames, source, decoder, encoder);
     }
 
 private:
@@ -137,7 +148,8 @@ private:
 
     [[noreturn]] void FailEncoding(ChildProcess& encoder) const {
         encoder.Wait();
-        const std::string reason = SummaryOfMessages(encoder.Messages());
+        const std::string reason =
+            SummaryOfMessages(WithoutChatter(EncoderNamed(CodecOf(m_options.job)), encoder.Messages()));
         throw Failure("ffmpeg could not write " + Quoted(m_options.output.name) +
                       (reason.empty() ? "." : ": " + reason + "."));
     }
@@ -157,29 +169,60 @@ private:
     }
 
     // A failed encoder leaves nothing behind. A damaged source leaves the part that could be read.
-    void Finish(ChildProcess& decoder, ChildProcess& encoder, const NutVideo& upscaled) {
+    void Finish(ChildProcess& decoder, ChildProcess& encoder, const Size& size) {
         m_progress.End();
-        if (encoder.Wait() != 0) {
+        while (!encoder.EndsWithin(kStopCheckMilliseconds)) {
+            if (StopSignal::Requested()) {
+                throw Failure("Stopped by Ctrl-C while ffmpeg finished " + Quoted(m_options.output.name) + ".");
+            }
+        }
+        if (encoder.Wait() != 0 || CouldNotWrite(encoder.Messages())) {
             FailEncoding(encoder);
         }
-        const bool decoded = decoder.Wait() == 0 || m_encoderEndedFirst;
-        m_result.Commit();
+        m_decoderFailed = decoder.Wait() != 0 && !m_encoderEndedFirst;
+        Commit();
         m_progress.Item("Wrote: " + m_options.output.name + " (" + std::to_string(m_count.written) + " frames of " +
-                            SizeText({upscaled.width, upscaled.height}) + ")",
+                            SizeText(size) + ")",
                         {{"event", "video"},
                          {"output", m_options.output.name},
                          {"frames", m_count.written},
-                         {"width", upscaled.width},
-                         {"height", upscaled.height},
+                         {"width", size.width},
+                         {"height", size.height},
                          {"libraryFrames", m_count.libraryFrames},
                          {"frameMilliseconds", m_count.milliseconds},
                          {"seconds", m_count.seconds}});
-        const std::string complaints = SummaryOfMessages(decoder.Messages() + encoder.Messages());
-        if (!decoded || !complaints.empty()) {
-            throw Failure(Quoted(m_options.input.name) + " is damaged; " + Quoted(m_options.output.name) +
-                          " holds what ffmpeg could read of it. ffmpeg says: " + complaints + ".");
+    }
+
+    // Hours of work are not thrown away because somebody plays the old file.
+    void Commit() {
+        try {
+            m_result.Commit();
+        } catch (const Failure& failure) {
+            const fs::path kept = m_result.Path();
+            m_result.Keep();
+            throw Failure(std::string(failure.what()) + " The finished video is " + Quoted(kept) + ".");
         }
     }
+
+    void Judge(const DecodedFrames& frames, const VideoSource& source, ChildProcess& decoder, ChildProcess& encoder) {
+        VideoEnd end;
+        end.decoderFailed = m_decoderFailed;
+        end.hasEnoughFrames = m_encoderEndedFirst;
+        end.frames = frames.Count();
+        end.lastFrameSeconds = frames.LastSeconds();
+        end.complaints = SummaryOfMessages(decoder.Messages() +
+                                           WithoutChatter(EncoderNamed(CodecOf(m_options.job)), encoder.Messages()));
+        const Verdict verdict = JudgeVideo(m_options.job, source, end);
+        if (verdict == Verdict::kDamaged) {
+            throw Failure(Quoted(m_options.input.name) + " is damaged; " + Quoted(m_options.output.name) +
+                          " holds what ffmpeg could read of it. ffmpeg says: " + end.complaints + ".");
+        }
+        if (verdict == Verdict::kComplainedOf) {
+            m_progress.Warn("ffmpeg says: " + end.complaints + ".");
+        }
+    }
+
+    static constexpr uint32_t kStopCheckMilliseconds = 100;
 
     VideoOptions m_options;
     Progress& m_progress;
@@ -188,6 +231,7 @@ private:
     FrameRun m_run;
     FrameCount m_count;
     bool m_encoderEndedFirst = false;
+    bool m_decoderFailed = false;
 };
 
 }  // namespace

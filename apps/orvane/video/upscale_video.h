@@ -19,8 +19,9 @@ struct VideoOptions {
     FrameOptions frames;
 };
 
-// Throws Failure and then leaves nothing behind, with one exception: when the source turns out to be damaged, the
-// output holds what could be read of it.
+// Throws Failure and then leaves nothing behind, with two exceptions. When the source turns out to be damaged, the
+// output holds what could be read of it. When the output cannot be replaced at the end, the finished video keeps its
+// temporary name, which the failure tells.
 void UpscaleVideo(const VideoOptions& options, Progress& progress);
 
 }  // namespace orvane::tool

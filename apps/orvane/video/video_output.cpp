@@ -5,6 +5,8 @@
 #include <initializer_list>
 #include <string_view>
 
+#include "apps/orvane/video/encoders.h"
+
 namespace orvane::tool {
 namespace {
 
@@ -33,10 +35,6 @@ std::string ExtensionOf(const VideoJob& job) {
     return extension;
 }
 
-bool IsMp4(const VideoJob& job) {
-    return IsOneOf(ExtensionOf(job), {"mp4", "m4v", "mov"});
-}
-
 bool IsMatroska(const VideoJob& job) {
     return ExtensionOf(job) == "mkv";
 }
@@ -49,6 +47,11 @@ bool HasDeepColours(const std::string& pixelFormat) {
     return HasOneOf(pixelFormat, {"p9", "p10", "p12", "p14", "p16", "48", "64", "f32", "gray1"});
 }
 
+// A palette rarely has any.
+bool HasTransparency(const VideoSource& source) {
+    return HasAlpha(source.pixelFormat) && source.pixelFormat != "pal8";
+}
+
 }  // namespace
 
 std::string CodecOf(const VideoJob& job) {
@@ -58,24 +61,30 @@ std::string CodecOf(const VideoJob& job) {
     return IsWebM(job) ? "libvpx-vp9" : "libx264";
 }
 
-bool IsX26(const std::string& codec) {
-    return IsOneOf(codec, {"libx264", "libx265"});
-}
-
-bool IsVpxOrAom(const std::string& codec) {
-    return BeginsWithOneOf(codec, {"libvpx", "libaom"});
-}
-
-std::string PixelFormatOf(const VideoJob& job) {
+std::string PixelFormatOf(const VideoJob& job, const VideoSource& source) {
     const std::vector<std::string>& own = job.encoderArguments;
     for (size_t i = own.size(); i-- > 1;) {
         if (IsOneOf(own[i - 1], {"-pix_fmt", "-pix_fmt:v"})) {
             return own[i];
         }
     }
-    // The format that every player shows.
-    const std::string codec = CodecOf(job);
-    return IsX26(codec) || IsVpxOrAom(codec) ? "yuv420p" : "";
+    const Encoder encoder = EncoderNamed(CodecOf(job));
+    const bool takesAlpha = HasTransparency(source) && !encoder.alphaPixelFormat.empty();
+    return std::string(takesAlpha ? encoder.alphaPixelFormat : encoder.pixelFormat);
+}
+
+bool IsRgbOutput(const VideoJob& job, const VideoSource& source) {
+    const std::string format = PixelFormatOf(job, source);
+    return format.empty() ? EncoderNamed(CodecOf(job)).isRgb : IsRgb(format);
+}
+
+double SecondsToUpscale(const VideoJob& job, const VideoSource& source) {
+    const double seconds = source.seconds - (job.start ? SecondsFromText(*job.start) : 0);
+    return job.duration ? std::min(seconds, SecondsFromText(*job.duration)) : seconds;
+}
+
+bool IsMp4(const VideoJob& job) {
+    return IsOneOf(ExtensionOf(job), {"mp4", "m4v", "mov"});
 }
 
 bool IsRgb(const std::string& pixelFormat) {
@@ -103,7 +112,7 @@ bool TakesAttachments(const VideoJob& job) {
 }
 
 bool KeepsAlpha(const VideoJob& job, const VideoSource& source) {
-    const std::string format = PixelFormatOf(job);
+    const std::string format = PixelFormatOf(job, source);
     return HasAlpha(source.pixelFormat) && (format.empty() || HasAlpha(format));
 }
 
@@ -119,7 +128,7 @@ std::vector<std::string> LossesOf(const VideoJob& job, const VideoSource& source
     if (source.hasAttachments && !TakesAttachments(job)) {
         losses.push_back("Attached files, such as fonts, are" + cannot);
     }
-    if (HasAlpha(source.pixelFormat) && source.pixelFormat != "pal8" && !KeepsAlpha(job, source)) {
+    if (HasTransparency(source) && !KeepsAlpha(job, source)) {
         losses.emplace_back("The transparency of the source is left out: another --codec may keep it.");
     }
     if (HasDeepColours(source.pixelFormat)) {
@@ -127,6 +136,16 @@ std::vector<std::string> LossesOf(const VideoJob& job, const VideoSource& source
     }
     if (source.isInterlaced) {
         losses.emplace_back("The source is interlaced; deinterlace it first for a better result.");
+    }
+    if (source.otherVideos > 0) {
+        losses.push_back("The source has " + std::to_string(source.otherVideos + 1) +
+                         " video tracks; only the first one is taken.");
+    }
+    if (source.covers > 0) {
+        losses.emplace_back("Cover images are left out.");
+    }
+    if (source.hasHdrData) {
+        losses.emplace_back("HDR data for the display (mastering display and light levels) are left out.");
     }
     return losses;
 }

@@ -24,12 +24,17 @@ struct VideoJob {
 // ffmpeg's name of the encoder.
 std::string CodecOf(const VideoJob& job);
 
-// The encoders that take a constant quality: libx264 and libx265, libvpx and libaom.
-bool IsX26(const std::string& codec);
-bool IsVpxOrAom(const std::string& codec);
-
 // The pixel format for the encoder; empty when the encoder chooses.
-std::string PixelFormatOf(const VideoJob& job);
+std::string PixelFormatOf(const VideoJob& job, const VideoSource& source);
+
+// Whether the output's pixels are RGB, which have no matrix.
+bool IsRgbOutput(const VideoJob& job, const VideoSource& source);
+
+// The duration of what is upscaled; 0 or less when unknown.
+double SecondsToUpscale(const VideoJob& job, const VideoSource& source);
+
+// Whether the output is of the family of MP4, which QuickTime's .mov belongs to.
+bool IsMp4(const VideoJob& job);
 
 bool IsRgb(const std::string& pixelFormat);
 bool HasAlpha(const std::string& pixelFormat);

@@ -101,10 +101,16 @@ void ParseSize(std::string_view text, VideoSource& source) {
 
 // "h264 (High) (avc1 / 0x31637661), yuv420p(tv, bt709), 320x240 [SAR 1:1 DAR 4:3], 11 kb/s, 25 fps, 25 tbr, ..."
 void ParseVideo(std::string_view text, VideoSource& source) {
-    if (source.hasVideo || text.find("(attached pic)") != std::string_view::npos) {
+    if (text.find("(attached pic)") != std::string_view::npos) {
+        ++source.covers;
+        return;
+    }
+    if (source.hasVideo) {
+        ++source.otherVideos;
         return;
     }
     source.hasVideo = true;
+    source.codec = std::string(text.substr(0, text.find_first_of(" ,(\r")));
     const std::vector<std::string_view> fields = Fields(text);
     if (fields.size() > 1) {
         ParsePixelFormat(fields[1], source);
@@ -133,6 +139,7 @@ void ParseStream(std::string_view line, VideoSource& source) {
 
 VideoSource ParseVideoSource(std::string_view ffmpegOutput) {
     VideoSource source;
+    bool isAboutVideo = false;  // the first one
     while (!ffmpegOutput.empty()) {
         const size_t end = ffmpegOutput.find('\n');
         const std::string_view line = Trimmed(ffmpegOutput.substr(0, end));
@@ -142,11 +149,29 @@ VideoSource ParseVideoSource(std::string_view ffmpegOutput) {
             const std::string_view duration = After(line, "Duration: ");
             source.seconds = std::max(0.0, SecondsFromText(duration.substr(0, duration.find(','))));
         } else if (line.starts_with("Stream #0:")) {
+            const bool hadVideo = source.hasVideo;
             ParseStream(line, source);
+            isAboutVideo = source.hasVideo && !hadVideo;
+        } else if (isAboutVideo && line.starts_with("alpha_mode ") && line.ends_with(": 1")) {
+            TakeVpxAlpha(source);
+        } else if (isAboutVideo && IsHdrDataName(line)) {
+            source.hasHdrData = true;
         }
         ffmpegOutput.remove_prefix(end == std::string_view::npos ? ffmpegOutput.size() : end + 1);
     }
     return source;
+}
+
+bool IsHdrDataName(std::string_view name) {
+    return name.starts_with("Mastering display") || name.starts_with("Mastering Display") ||
+           name.starts_with("Content light level") || name.starts_with("Content Light Level");
+}
+
+void TakeVpxAlpha(VideoSource& source) {
+    if (source.codec == "vp8" || source.codec == "vp9") {
+        source.decoder = source.codec == "vp8" ? "libvpx" : "libvpx-vp9";
+        source.pixelFormat = "yuva420p";
+    }
 }
 
 double SecondsFromText(std::string_view text) {

@@ -7,6 +7,10 @@
 #include <system_error>
 #include <utility>
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 #include "apps/utils/failure.h"
 #include "apps/utils/text.h"
 
@@ -25,6 +29,26 @@ bool WriteFile(const fs::path& path, std::span<const uint8_t> bytes) {
     file.write(text.data(), static_cast<std::streamsize>(text.size()));
     file.close();
     return file.good();
+}
+
+[[noreturn]] void FailToReplace(const NamedPath& target) {
+    throw Failure(Quoted(target.name) + " cannot be replaced: it is read-only or another program has it open.");
+}
+
+// Whether a file that exists may be moved away and written over.
+bool CanBeReplaced(const fs::path& path, fs::perms permissions) {
+    if ((permissions & fs::perms::owner_write) == fs::perms::none) {
+        return false;
+    }
+#ifdef _WIN32
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = CreateFileW(path.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    CloseHandle(file);
+#endif
+    return true;
 }
 
 }  // namespace
@@ -63,6 +87,9 @@ void RequireWritableTarget(const NamedPath& target) {
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         throw Failure(Quoted(target.name) + " exists and is not a file that can be replaced.");
     }
+    if (fs::exists(status) && !CanBeReplaced(target.path, status.permissions())) {
+        FailToReplace(target);
+    }
 }
 
 PendingFile::PendingFile(NamedPath target, const fs::path& extension)
@@ -75,14 +102,16 @@ PendingFile::PendingFile(NamedPath target, const fs::path& extension)
 
 PendingFile::~PendingFile() {
     std::error_code ignored;
-    fs::remove(m_path, ignored);
+    if (!m_path.empty()) {
+        fs::remove(m_path, ignored);
+    }
 }
 
 void PendingFile::Commit() {
     std::error_code error;
     fs::rename(m_path, m_target.path, error);
     if (error) {
-        throw Failure(Quoted(m_target.name) + " cannot be replaced: it is read-only or another program has it open.");
+        FailToReplace(m_target);
     }
 }
 

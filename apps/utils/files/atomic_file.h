@@ -20,8 +20,8 @@ uint64_t FileSize(const NamedPath& file);
 // Throws unless the path names a regular file.
 void RequireReadableFile(const NamedPath& file);
 
-// Throws when a file of this name cannot be put into its folder. Call it before long work, so that nobody waits for a
-// result that cannot be written.
+// Throws when a file of this name cannot be put into its folder, or when there is one that cannot be replaced. Call it
+// before long work, so that nobody waits for a result that cannot be written.
 void RequireWritableTarget(const NamedPath& target);
 
 std::vector<uint8_t> ReadWholeFile(const NamedPath& file);
@@ -41,6 +41,9 @@ public:
 
     // Moves the file, which must be closed, and replaces an older one. That one is untouched when this throws.
     void Commit();
+
+    // Leaves the file under its temporary name.
+    void Keep() { m_path.clear(); }
 
 private:
     NamedPath m_target;

@@ -138,9 +138,13 @@ ChildProcess::~ChildProcess() {
     }
 }
 
-int ChildProcess::Wait() {
+bool ChildProcess::EndsWithin(uint32_t milliseconds) {
     m_input.Close();
-    WaitForSingleObject(m_process.Get(), INFINITE);
+    return WaitForSingleObject(m_process.Get(), milliseconds) == WAIT_OBJECT_0;
+}
+
+int ChildProcess::Wait() {
+    EndsWithin(INFINITE);
     DWORD exitCode = 1;
     GetExitCodeProcess(m_process.Get(), &exitCode);
     if (m_collector.joinable()) {

@@ -1,6 +1,7 @@
 // A child process with pipes. Windows only.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <string>
@@ -28,6 +29,9 @@ public:
 
     PipeSink& Input() { return m_input; }
     PipeSource& Output() { return m_output; }
+
+    // Closes Input and waits so long at most. True when the program has ended.
+    bool EndsWithin(uint32_t milliseconds);
 
     // Closes Input, waits for the end and returns the exit code.
     int Wait();

@@ -1,10 +1,11 @@
-// Ctrl-C as a request to stop.
+// Ctrl-C, or closing the console, as a request to stop.
 #pragma once
 
 namespace orvane::tool {
 
 // While the object lives, the first Ctrl-C (or Ctrl-Break) only makes Requested() true, so that the command can finish
-// its current piece of work. The second one ends the program. There may be only one object at a time.
+// its current piece of work. The second one ends the program. Closing the console window, logging off and
+// shutting down are requests too; then Windows ends the program after a few seconds. Objects may be nested.
 class StopSignal {
 public:
     StopSignal();
