@@ -39,7 +39,7 @@ std::string Describe(const std::string& text) {
 }
 
 std::string Describe(const wchar_t* text) {
-    return std::string(text, text + std::wcslen(text));  // all are ASCII
+    return {text, text + std::wcslen(text)};  // all are ASCII
 }
 
 std::string Describe(void** object) {
@@ -64,7 +64,7 @@ std::string Describe(DXGI_FORMAT format) {
 }
 
 std::string Describe(D3D12_COMMAND_LIST_TYPE type) {
-    return NameIn({{D3D12_COMMAND_LIST_TYPE_DIRECT, "DIRECT"}}, type);
+    return NameIn({{D3D12_COMMAND_LIST_TYPE_DIRECT, "DIRECT"}}, static_cast<UINT>(type));
 }
 
 std::string Describe(const D3D12_COMMAND_QUEUE_DESC* desc) {
