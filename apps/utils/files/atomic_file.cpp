@@ -36,7 +36,7 @@ bool WriteFile(const fs::path& path, std::span<const uint8_t> bytes) {
 }
 
 // Whether a file that exists may be moved away and written over.
-bool CanBeReplaced(const fs::path& path, fs::perms permissions) {
+bool CanBeReplaced([[maybe_unused]] const fs::path& path, fs::perms permissions) {
     if ((permissions & fs::perms::owner_write) == fs::perms::none) {
         return false;
     }
