@@ -306,6 +306,10 @@ double FlashAfterBeep(Workplace& place, const std::string& video) {
     return flash - static_cast<double>(beep) / 2 / 48000;
 }
 
+std::string VideoLine(const std::string& source, const std::string& result, const std::string& options) {
+    return "{o} video " + source + " " + result + " --force --ffmpeg {f} --model interpolating" + options;
+}
+
 TEST(Video, KeepsTheSoundInStep) {
     Workplace place;
     ASSERT_EQ(
@@ -325,10 +329,8 @@ TEST(Video, KeepsTheSoundInStep) {
                 continue;  // there ffmpeg itself seeks to a place one sound packet off
             }
             const std::string result = kind == "mp4" ? "out.mp4" : "out.mkv";
-            const std::string line =
-                "{o} video " + source + " " + result + " --force --ffmpeg {f} --model interpolating" + start;
-            ASSERT_EQ(place.Run(line), 0) << place.Said();
-            EXPECT_NEAR(FlashAfterBeep(place, result), expected, 0.002) << line;
+            ASSERT_EQ(place.Run(VideoLine(source, result, start)), 0) << place.Said();
+            EXPECT_NEAR(FlashAfterBeep(place, result), expected, 0.002) << source << start;
         }
     }
 }

@@ -83,7 +83,7 @@ int main() {
     WSADATA data{};
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(std::atoi(port == nullptr ? "0" : port)));
+    address.sin_port = htons(static_cast<uint16_t>(std::strtoul(port == nullptr ? "0" : port, nullptr, 10)));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     WSAStartup(MAKEWORD(2, 2), &data);
     const SOCKET server = socket(AF_INET, SOCK_STREAM, 0);

@@ -9,6 +9,6 @@ namespace orvane::tool {
 
 // Reads what ffprobe prints with `-of json` and FfprobeArguments. The result has no video when that is not
 // JSON. It tells more than ParseVideoSource: duration and frame count of the video itself, and HDR data of its frames.
-VideoSource ParseFfprobeReport(std::string_view json);
+VideoSource ParseFfprobeReport(std::string_view text);
 
 }  // namespace orvane::tool
