@@ -190,7 +190,7 @@ TEST(VideoSource, TellsWhatIsNotTakenFromTextAndJson) {
     EXPECT_EQ(json.libavutilVersion, 59U);
     EXPECT_TRUE(json.isInterlaced && json.hasAttachments);
     EXPECT_EQ(json.subtitles, std::vector<std::string>{"subrip"});
-    for (const char* other : {"", "[1]", "{\"streams\": 5}", "{\"streams\": [[], {\"codec_type\": 1}]}"}) {
+    for (const char* other : {"", "[1]", R"({"streams": 5})", R"({"streams": [[], {"codec_type": 1}]})"}) {
         EXPECT_FALSE(ParseFfprobeReport(other).hasVideo) << other;
     }
 }
