@@ -2,8 +2,8 @@
 
 usage: ffmpeg_relay.py COMMAND [ARGUMENT...]
 
-The command's environment names the port. Only connections of this machine are taken. The program that a request names is
-looked for in PATH.
+The command's environment names the port. Only connections of this machine are taken. The program that a request
+names is looked for in PATH.
 """
 import os
 import re

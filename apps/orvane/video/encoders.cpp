@@ -44,8 +44,8 @@ bool IsChatter(const Encoder& encoder, std::string_view line) {
 }  // namespace
 
 Encoder EncoderNamed(std::string_view name) {
-    const auto* const found = std::find_if(kEncoders.begin(), kEncoders.end(),
-                                           [name](const Encoder& encoder) { return encoder.name == name; });
+    const auto found = std::find_if(kEncoders.begin(), kEncoders.end(),
+                                    [name](const Encoder& encoder) { return encoder.name == name; });
     return found == kEncoders.end() ? Encoder() : *found;
 }
 
